@@ -1,0 +1,14 @@
+/// \file
+/// All public headers of the library.
+#ifndef PF_H
+#define PF_H
+
+#include "PF/PF_Copy.h"
+#include "PF/PF_Errors.h"
+#include "PF/PF_Iterate.h"
+#include "PF/PF_Lifecycle.h"
+#include "PF/PF_Sampling.h"
+#include "PF/PF_Types.h"
+#include "PF/PF_Worlds.h"
+
+#endif

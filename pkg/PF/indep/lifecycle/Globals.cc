@@ -1,0 +1,18 @@
+#include "lifecycle/Globals.h"
+
+#include "copy/ReplicateKernels.h"
+#include "sample/SampleKernels.h"
+#include "world/ConvertKernels.h"
+
+namespace pf {
+
+constinit KernelSlots g_kernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels};
+constinit std::atomic<const void*> g_lookup_table[256] = {};
+constinit std::atomic<std::int64_t> g_live_worlds{0};
+constinit std::atomic<std::int64_t> g_live_chunks{0};
+constinit DitherState g_dither = {};
+constinit std::atomic<int> g_host_versions{0};
+constinit StartState g_start = {};
+constinit std::atomic<std::uint64_t> g_scratch_size{1024};
+
+}  // namespace pf

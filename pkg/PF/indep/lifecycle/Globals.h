@@ -1,0 +1,58 @@
+// Every mutable global of the library, with who writes it and when. All are atomic or written at
+// start-up only; none needs a lock.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "host/LIST.h"
+
+namespace pf {
+
+struct ConvertKernels;
+struct SampleKernels;
+struct ReplicateKernels;
+
+// Routine slots: portable from the start; PF_Birth sets them again and then, where the CPU allows, to
+// the vector kernels. Read by every operation of their concern. (The replaceable functions live in
+// dispatch/Slot.h: written by PF_Birth and PF_SetOverrideFunc.)
+struct KernelSlots {
+  std::atomic<const ConvertKernels*> convert;
+  std::atomic<const SampleKernels*> sample;
+  std::atomic<const ReplicateKernels*> replicate;
+};
+extern constinit KernelSlots g_kernels;
+
+// Kept beside the slots; cleared by PF_Birth. One entry for each 8-bit value.
+extern constinit std::atomic<const void*> g_lookup_table[256];
+
+// Counts; changed by whatever allocates or frees.
+extern constinit std::atomic<std::int64_t> g_live_worlds;
+extern constinit std::atomic<std::int64_t> g_live_chunks;
+
+// The dither sequence. Start and length: PF_Birth. Cursor: conversions with dither, each reserving its
+// run, and PF_ResetDitherRandomIndex.
+struct DitherState {
+  std::atomic<const std::uint32_t*> start;
+  std::atomic<std::int64_t> length;
+  std::atomic<std::int64_t> cursor;
+};
+extern constinit DitherState g_dither;
+
+// Whether the host libraries have been asked for their versions, and what came of it: 0 not asked,
+// 1 accepted, 2 refused. Written by the first PF_CheckVersions.
+extern constinit std::atomic<int> g_host_versions;
+
+// What PF_Birth prepared and PF_Death gives back.
+struct StartState {
+  std::atomic<bool> geometry_prepared;
+  std::atomic<void*> geometry;
+  std::atomic<LIST_List> routines;
+};
+extern constinit StartState g_start;
+
+// Size in bytes that shared scratch buffers may keep between calls. Written by PF_Birth and
+// PF_FreeUpSomeMemory.
+extern constinit std::atomic<std::uint64_t> g_scratch_size;
+
+}  // namespace pf

@@ -1,0 +1,38 @@
+#include "report/Report.h"
+
+#include "host/U.h"
+
+PF_Error::~PF_Error() = default;
+
+const char* PF_Error::what() const noexcept { return "image processing failed; the code tells why"; }
+
+namespace pf {
+
+PF_Err FailVerification(const char* text, Site site, std::source_location where) {
+  U_ReportFailedVerification(Identifier(site), static_cast<std::int32_t>(where.line()), 0, text);
+  return PF_Err_REPORTED;
+}
+
+void ThrowVerification(const char* text, Site site, std::source_location where) {
+  throw PF_Error(FailVerification(text, site, where));
+}
+
+bool ReportCaller(Site site, Message message) {
+  const char* text = LookUp(message);
+  if (text == nullptr) return false;
+  Up_ReportErrString(Identifier(site), 8, text);
+  return true;
+}
+
+PF_Err ReportText(Site site, const char* text) {
+  const PF_Err answer = Up_ReportErrString(Identifier(site), 8, text);
+  return answer != PF_Err_NONE ? answer : PF_Err_REPORTED;
+}
+
+void ThrowText(Site site, const char* text) { throw PF_Error(ReportText(site, text)); }
+
+void ThrowCode(PF_Err code) { throw PF_Error(code); }
+
+void ThrowOutOfMemory() { throw PF_Error(PF_Err_OUT_OF_MEMORY); }
+
+}  // namespace pf

@@ -1,0 +1,36 @@
+// How a failure is told to the host and leaves the library. Nothing else reports or throws.
+#pragma once
+
+#include <source_location>
+
+#include "PF/PF_Errors.h"
+#include "report/Sites.h"
+#include "report/Texts.h"
+
+namespace pf {
+
+// Reports an internal consistency failure. Returns 3.
+PF_Err FailVerification(const char* text, Site site = Site::kImageModel,
+                        std::source_location where = std::source_location::current());
+
+// The same, thrown.
+[[noreturn]] void ThrowVerification(const char* text, Site site = Site::kImageModel,
+                                    std::source_location where = std::source_location::current());
+
+// Reports a caller's error by its localised text. False when the host has no text for it: then nothing
+// has been reported.
+bool ReportCaller(Site site, Message message);
+
+// Reports a plain text; returns the host's answer, 3 when the host answers 0.
+PF_Err ReportText(Site site, const char* text);
+
+// Reports a plain text and throws the host's answer.
+[[noreturn]] void ThrowText(Site site, const char* text);
+
+// Throws a callback's or a service's code, which is not ours to report.
+[[noreturn]] void ThrowCode(PF_Err code);
+
+// Memory is short and the host has been told by whoever asked for it.
+[[noreturn]] void ThrowOutOfMemory();
+
+}  // namespace pf

@@ -1,0 +1,30 @@
+// Every place that reports to the host, in one table. A report's identifier is the library's module
+// number in the high 16 bits and the site's number in the low 16 bits.
+#pragma once
+
+#include <cstdint>
+
+namespace pf {
+
+enum class Site : std::uint16_t {
+  kDisposeEffectWorld = 1,
+  kGetPixelData = 2,
+  kChunk = 3,
+  kGetCallbackAddr = 4,
+  kOverrideStdFuncs = 5,
+  kWorldSize = 6,
+  kNewEffectWorld = 7,
+  kWorldDepth = 8,
+  kCopyDepth = 9,
+  kCopyWorlds = 10,
+  kPremulColor = 11,
+  kChannelOrder = 104,  // with the module number this is 2424936
+  kIterate = 14,
+  kIterateGeneric = 70,
+  kImageModel = 999  // the verification reports of worlds
+};
+
+constexpr std::uint32_t Identifier(Site site) { return (0x25u << 16) | static_cast<std::uint16_t>(site); }
+static_assert(Identifier(Site::kChannelOrder) == 2424936);
+
+}  // namespace pf
