@@ -1,0 +1,68 @@
+// The misbehaving host: a whole implementation of the host contract that counts every call and fails,
+// moves or withholds what a test asks it to. The library's tests run on it.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "host/PLUG.h"
+#include "host/U.h"
+
+namespace pftest {
+
+struct Report {
+  enum Kind { kVerification, kText, kError, kOutOfMemory, kWorldAllocation } kind;
+  std::uint32_t identifier = 0;
+  std::int32_t line_or_kind = 0;
+  std::string text;
+};
+
+// One acceleration module of a scan.
+struct FakeModule {
+  std::vector<std::int32_t> selectors;  // received, in order
+  std::int32_t answer_to_startup = 0;
+  std::int32_t answer_to_shutdown = 0;
+  bool prepared = false;
+  bool registered = false;
+};
+
+struct TestHost {
+  // What goes wrong. Allocations are counted from Reset() or from setting the field, over pointers,
+  // handles, frames, bitmap worlds and small blocks; the one with this number (0 = the next) fails.
+  std::int64_t fail_allocation = -1;
+  bool fail_all_later_allocations = false;
+  bool addresses_8_modulo_16 = false;
+  bool move_handles = false;  // every call of the handle family moves all unlocked blocks
+  bool no_texts = false;
+  bool bitmap_without_pixels = false;  // only BMp_GetPixBaseAddr knows the address
+  std::int32_t bitmap_channel_order = 0;
+  std::int64_t random_length = 101;  // length of the random table, at most 101
+  std::uint32_t cpu_features = ~0u;  // limited to what the machine has
+  // Answers of named calls, for example {"M_PrepareFCMD", 4}; 0 where none is set.
+  std::map<std::string, std::int32_t> answers;
+  std::vector<FakeModule*> modules;  // found by a scan
+
+  // What happened.
+  std::vector<Report> reports;
+  std::vector<std::string> calls;     // start-up, shut-down and logging calls by name, in order
+  std::map<std::string, int> counts;  // every counted call by name
+  std::int64_t allocations = 0;       // since Reset()
+  std::int64_t live_allocations = 0;  // ever; stays across Reset()
+  std::int64_t quiet_depth = 0;
+  std::int32_t last_error = 0;
+
+  // Back to good behaviour, with empty records. Live allocations go on counting.
+  void Reset();
+  // The texts of all reports, joined by newlines.
+  std::string ReportTexts() const;
+};
+
+// The process's one test host. Fields are set and read while no other thread is in the library.
+TestHost& Host();
+
+// The table that RND_GetPrimeSizedTable hands out.
+const std::uint32_t* RandomTable();
+
+}  // namespace pftest

@@ -1,0 +1,16 @@
+// Shared by the sources of the test host only.
+#pragma once
+
+#include <mutex>
+
+#include "support/TestHost.h"
+
+namespace pftest {
+
+std::recursive_mutex& HostLock();
+// Counts a call and yields the answer that the test has set for it; 0 otherwise.
+std::int32_t Answer(const char* name, bool logged);
+// Files a report unless a quiet scope is open.
+void AddReport(Report report);
+
+}  // namespace pftest
