@@ -19,6 +19,7 @@ enum class Site : std::uint16_t {
   kCopyWorlds = 10,
   kPremulColor = 11,
   kChannelOrder = 104,  // with the module number this is 2424936
+  kModules = 12,
   kIterate = 14,
   kIterateGeneric = 70,
   kImageModel = 999  // the verification reports of worlds
