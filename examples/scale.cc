@@ -3,6 +3,7 @@
 #include <embedded/PFhost.h>
 
 #include <cstdio>
+#include <initializer_list>
 
 namespace {
 
