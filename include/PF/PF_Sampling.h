@@ -18,15 +18,17 @@
 /// (sum of a w c) * (1 / A), alpha A. 8 bits compute in single precision, add 0.5, truncate and limit to
 /// 0..255; 16 bits in double, add 0.5 and truncate; for both A < 0.5 is the zero pixel. Float computes in
 /// single precision without rounding or limits, and A not above 0 is the zero pixel. Sums run in the
-/// order written.
+/// order written. A float result that is not a number is the quiet NaN 0x7FC00000, here and below.
 ///
 /// Area. The box is [x - radius_x, x + radius_x] x [y - radius_y, y + radius_y], pixel i covers
 /// [i - 1/2, i + 1/2], the weight w of a pixel is the overlap's area; a radius of 0 covers that position
 /// alone. Straight: alpha = sum(w a) / box area, colour = sum(w a c) / sum(w a). Premultiplied: every
-/// channel sum(w c) / box area. Integers round half up; an alpha sum below 0.5 is the zero pixel. The
-/// order of the sums, which fixes the bits: each column adds its rows from top to bottom in single
-/// precision (row weight times alpha, times colour), in blocks of 32 rows whose sums are added in double;
-/// columns are then added from left to right in double, each times its column weight.
+/// channel sum(w c) / box area. Integers round half up; an alpha below 0.5 is the zero pixel. Straight
+/// float pixels whose sum of alpha is not above 0 give the zero pixel. All sums and divisions are in
+/// double, from 0; their order, which fixes the bits: each column adds its rows inside the world from top
+/// to bottom, row weight times (alpha times colour), in blocks of 32 rows whose sums are then added;
+/// columns are added from left to right, each times its column weight. Weights of one axis are fractions
+/// of a pixel, multiples of 1/65536. Sums of up to 32 rows of integers are thus exact.
 #ifndef PF_SAMPLING_H
 #define PF_SAMPLING_H
 
