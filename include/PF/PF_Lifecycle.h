@@ -44,8 +44,7 @@ PF_EXPORT std::int32_t PF_PkgObjectVersion();
 PF_EXPORT void PF_FreeUpSomeMemory();
 
 /// Replaces a function of the override table.
-/// \param index 1 to 117; which function each index is stands in PF_GetOverrideName and in
-///   docs/overrides.md.
+/// \param index 1 to 117; PF_GetOverrideName tells which function each index is.
 /// \param function a function of exactly the replaced function's type, or null for the library's own.
 /// \return 0, or 3 without a change when the index is outside the table.
 PF_EXPORT PF_Err PF_SetOverrideFunc(std::int32_t index, PF_AnyFunc function);
