@@ -22,9 +22,19 @@
 #ifndef PF_COPY_H
 #define PF_COPY_H
 
+#include <cstdint>
+
 #include "PF/PF_Export.h"
 #include "PF/PF_Types.h"
 #include "host/BM.h"
+
+/// The copies that PF_CopyBits_Band knows, each named after its function.
+enum PF_CopyKind : std::int32_t {
+  PF_CopyKind_DRAFT = 0,
+  PF_CopyKind_HQ_STRAIGHT = 1,
+  PF_CopyKind_HQ_PREMUL = 2,
+  PF_CopyKind_LO_STRAIGHT = 3
+};
 
 extern "C" {
 
@@ -53,6 +63,15 @@ PF_EXPORT PF_Err PF_CopyBits3_LO_Straight(const PF_ProgressInfo* progress, const
                                           const M_LRect* src_rect, const M_LRect* dst_rect);
 PF_EXPORT PF_Err PF_CopyBits3_LO_Straight_Static(const PF_ProgressInfo* progress, const PF_LayerDef* src,
                                                  PF_LayerDef* dst, const M_LRect* src_rect, const M_LRect* dst_rect);
+
+/// One band of a copy, for hosts that run copies on several threads: of the destination rows that the
+/// whole copy writes, n in number, those from n * band / bands up to n * (band + 1) / bands (truncated).
+/// Nothing is polled. All bands, in any order or at the same time, give the bits of the whole copy.
+/// \param band 0 to bands - 1. More bands than rows are allowed; a band without rows writes nothing.
+/// \return as the whole copy, whose checks and reports each band makes anew (run one band first to have
+///   them once); 516, reported, for an unknown kind or an impossible band.
+PF_EXPORT PF_Err PF_CopyBits_Band(PF_CopyKind kind, const PF_LayerDef* src, PF_LayerDef* dst, const M_LRect* src_rect,
+                                  const M_LRect* dst_rect, std::int32_t band, std::int32_t bands);
 /// @}
 
 /// \name Host bitmap worlds
