@@ -8,13 +8,13 @@ const char* PF_Error::what() const noexcept { return "image processing failed; t
 
 namespace pf {
 
-PF_Err FailVerification(const char* text, Site site, std::source_location where) {
-  U_ReportFailedVerification(Identifier(site), static_cast<std::int32_t>(where.line()), 0, text);
+PF_Err FailVerification(const char* text, Site site, std::int32_t line) {
+  U_ReportFailedVerification(Identifier(site), line, 0, text);
   return PF_Err_REPORTED;
 }
 
-void ThrowVerification(const char* text, Site site, std::source_location where) {
-  throw PF_Error(FailVerification(text, site, where));
+void ThrowVerification(const char* text, Site site, std::int32_t line) {
+  throw PF_Error(FailVerification(text, site, line));
 }
 
 bool ReportCaller(Site site, Message message) {

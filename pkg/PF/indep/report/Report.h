@@ -1,7 +1,7 @@
 // How a failure is told to the host and leaves the library. Nothing else reports or throws.
 #pragma once
 
-#include <source_location>
+#include <cstdint>
 
 #include "PF/PF_Errors.h"
 #include "report/Sites.h"
@@ -9,13 +9,12 @@
 
 namespace pf {
 
-// Reports an internal consistency failure. Returns 3.
-PF_Err FailVerification(const char* text, Site site = Site::kImageModel,
-                        std::source_location where = std::source_location::current());
+// Reports an internal consistency failure at the caller's line. Returns 3.
+PF_Err FailVerification(const char* text, Site site = Site::kImageModel, std::int32_t line = __builtin_LINE());
 
 // The same, thrown.
 [[noreturn]] void ThrowVerification(const char* text, Site site = Site::kImageModel,
-                                    std::source_location where = std::source_location::current());
+                                    std::int32_t line = __builtin_LINE());
 
 // Reports a caller's error by its localised text. False when the host has no text for it: then nothing
 // has been reported.
