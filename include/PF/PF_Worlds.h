@@ -165,6 +165,8 @@ class PF_EXPORT PF_World : public PF_PixelContainerBase {
 
  protected:
   PF_World() : self_check(this) {}
+  /// \param keep_context true leaves context_value as the storage held it before.
+  explicit PF_World(bool keep_context);
 };
 
 /// The concrete world of one pixel type: PF_Pixel8, PF_Pixel16 or PF_PixelFloat.
@@ -286,7 +288,9 @@ PF_EXPORT PF_Err PF_CloseDestination_Static(PF_InData* in, PF_EffectWorld* recor
 /// @}
 
 /// \name Chunks
-/// Failures are reported with "invalid parameter"; out of memory is reported by the host.
+/// Failures are reported with "invalid parameter"; out of memory is reported by the host. When the host has
+/// no text for the report, what can be done is done; a missing handle or out pointer is then reported as a
+/// failed verification and gives 3.
 /// @{
 
 /// Size in bytes of one element. \return 0; 516 for a null pointer.

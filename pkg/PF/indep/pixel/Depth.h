@@ -46,6 +46,12 @@ using ChannelOf = typename DepthTraits<P>::Channel;
 // 0, 1, 2 for depths 8, 16, 32; -1 for any other.
 constexpr int DepthIndex(int depth) { return depth == 8 ? 0 : depth == 16 ? 1 : depth == 32 ? 2 : -1; }
 
+// The flags word of a record of the depth with this index: its format byte and its deep bit.
+constexpr std::uint32_t WorldFlagsOf(int depth_index) {
+  const std::uint32_t deep = depth_index == DepthIndex(16) ? PF_WorldFlag_DEEP : 0u;
+  return deep | static_cast<std::uint32_t>(depth_index) << PF_WorldFlag_FORMAT_SHIFT;
+}
+
 // Calls f(P{}) with the pixel type of `depth`; `otherwise()` for any other depth. Both return one type.
 template <class F, class Otherwise>
 auto DispatchDepth(int depth, F&& f, Otherwise&& otherwise) -> decltype(otherwise()) {

@@ -1,0 +1,18 @@
+#include "PF/PF_Worlds.h"
+#include "edge/Guard.h"
+#include "report/Report.h"
+#include "world/FillPixels.h"
+#include "world/Premultiply.h"
+#include "world/WorldPlane.h"
+
+PF_Err PF_PremulColor16(PF_World* world, const PF_Pixel16* matte) {
+  return pf::Guard([&]() -> PF_Err {
+    if (world == nullptr || matte == nullptr) {
+      pf::ReportCaller(pf::Site::kPremulColor, pf::Message::kInvalidParameter);
+      return PF_Err_BAD_PARAMETER;
+    }
+    if (world->Depth() != 16) return pf::FailVerification("PF_PremulColor16 needs a 16-bit world");
+    pf::MapPlane(pf::PlaneOf<PF_Pixel16>(*world), [m = *matte](const PF_Pixel16& p) { return pf::OntoMatte(p, m); });
+    return PF_Err_NONE;
+  });
+}
