@@ -31,7 +31,7 @@ struct PLUG_ScanDescriptor {
 };
 
 /// Called once for each module found. A non-zero result means that the module could not be used: the
-/// host closes it and goes on scanning.
+/// host takes it out of its registry if it has been registered, releases the reference and goes on.
 using PLUG_LoadHandler = U_Err (*)(PLUG_RoutineRef routine, void* reference);
 /// Called when the host itself takes a module away before the library stops.
 using PLUG_UnloadHandler = U_Err (*)(PLUG_RoutineRef routine, void* reference);

@@ -244,6 +244,7 @@ U_Err PLUG_InstallScan(std::int32_t, std::int32_t kind, const PLUG_ScanDescripto
   for (pftest::FakeModule* module : Host().modules) {
     auto* routine = new PLUG_Routine{module};
     if (load(routine, reference) != 0) {
+      module->registered = false;
       delete routine;
     } else {
       Routines().push_back(routine);

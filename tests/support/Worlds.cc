@@ -89,7 +89,7 @@ std::string ChannelText(float c) {
 
 template <class P>
 std::string TextOf(const P& p) {
-  return "(" + ChannelText(p.alpha) + " " + ChannelText(p.red) + " " + ChannelText(p.green) + " " +
+  return std::string("(") + ChannelText(p.alpha) + " " + ChannelText(p.red) + " " + ChannelText(p.green) + " " +
          ChannelText(p.blue) + ")";
 }
 

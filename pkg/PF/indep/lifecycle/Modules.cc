@@ -33,14 +33,11 @@ PF_Err Keep(PLUG_RoutineRef routine, PLUG_EntryFunc entry) {
   return error;
 }
 
-// Starts a prepared module and enters it; whatever has been done is undone when a step fails.
+// Starts a prepared module and enters it. After a failure the host takes it out of its registry again.
 PF_Err StartModule(PLUG_RoutineRef routine, PLUG_EntryFunc entry) {
   if (const PF_Err error = entry(PLUG_SELECTOR_STARTUP, nullptr)) return error;
-  PF_Err error = PLUG_RegisterRoutine(routine);
-  if (error == PF_Err_NONE) {
-    error = Keep(routine, entry);
-    if (error != PF_Err_NONE) PLUG_UnregisterRoutine(routine);
-  }
+  const PF_Err registered = PLUG_RegisterRoutine(routine);
+  const PF_Err error = registered != PF_Err_NONE ? registered : Keep(routine, entry);
   if (error != PF_Err_NONE) entry(PLUG_SELECTOR_SHUTDOWN, nullptr);
   return error;
 }

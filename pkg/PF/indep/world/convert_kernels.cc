@@ -15,7 +15,7 @@ namespace HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_SCALAR
 
-const ConvertKernels* Kernels() { return &kPortableConvertKernels; }
+const ConvertKernels* ConvertKernelsOfTarget() { return &kPortableConvertKernels; }
 
 #else
 
@@ -148,7 +148,7 @@ constexpr ConvertKernels kKernels = {
      {&ConvertRow<ConvertFloatTo8>, &ConvertRow<ConvertFloatTo16>, &CopyRow<PF_PixelFloat>}},
     &DitherRow};
 
-const ConvertKernels* Kernels() { return &kKernels; }
+const ConvertKernels* ConvertKernelsOfTarget() { return &kKernels; }
 
 #endif  // HWY_TARGET == HWY_SCALAR
 
@@ -159,9 +159,9 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace pf {
 
-HWY_EXPORT(Kernels);
+HWY_EXPORT(ConvertKernelsOfTarget);
 
-const ConvertKernels& VectorConvertKernels() { return *HWY_DYNAMIC_DISPATCH(Kernels)(); }
+const ConvertKernels& VectorConvertKernels() { return *HWY_DYNAMIC_DISPATCH(ConvertKernelsOfTarget)(); }
 
 }  // namespace pf
 #endif
