@@ -40,7 +40,7 @@ PF_Err FailUnknownDepth();
 WideRect WorkingRectangle(const PF_LayerDef* src, const M_LRect* area, const M_LPoint& origin, const PF_LayerDef& dst);
 
 // Calls `row(y)` for each row of a rectangle that is not empty and reports progress after it. A row's
-// code stops; of the progress function's codes only 517 does, another one is kept until the next row.
+// code stops; of the progress function's codes only 517 does, another one is kept until the next row (QUIRK-10).
 template <class RowFunction>
 PF_Err WalkRows(const WideRect& rect, const IterateProgress& progress, RowFunction row) {
   const bool tells = progress.final != 0 && progress.in != nullptr && progress.in->progress != nullptr;

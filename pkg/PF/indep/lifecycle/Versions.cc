@@ -29,7 +29,7 @@ enum HostVersions { kNotAsked, kAccepted, kRefused };
 // Asks all of them even after one has refused; only the first call asks, all calls know the answer.
 bool HostAccepts() {
   const int known = g_host_versions.load();
-  if (known != kNotAsked) return known == kAccepted;
+  if (known != kNotAsked) return known == kAccepted;  // QUIRK-16
   U_Err refusals = 0;
   for (const HostLibrary& library : kHostLibraries) {
     refusals |= library.check(PF_MODULE_IDENTIFIER, library.built_against);
