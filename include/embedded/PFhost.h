@@ -44,7 +44,7 @@ struct PFhost_Report {
   std::uint32_t identifier;  ///< module number and site; 0 for out of memory
   std::int32_t line;         ///< source line of a failed verification, else 0
   std::int32_t kind;         ///< PFHOST_REPORT_*
-  const char* text;          ///< valid until the thread's reports are cleared
+  const char* text;          ///< valid until the thread's reports are cleared or 256 newer ones follow
 };
 /// Number of reports that the calling thread has made since the last clear, quiet ones left out. The
 /// log keeps the newest 256.

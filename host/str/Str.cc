@@ -1,0 +1,7 @@
+#include "host/STR.h"
+
+#include "u/Version.h"
+
+U_Err STR_CheckVersions(std::uint32_t, std::int32_t expected_version) {
+  return pfhost::CheckVersion(expected_version, pfhost::kVersionSTR);
+}

@@ -1,0 +1,5 @@
+#include "u/Version.h"
+
+U_Err U_CheckVersions(std::uint32_t, std::int32_t expected_version) {
+  return pfhost::CheckVersion(expected_version, pfhost::kVersionU);
+}
