@@ -1,0 +1,2 @@
+// A module that forgot its entry point.
+extern "C" int VXX_Wrong() { return 0; }
