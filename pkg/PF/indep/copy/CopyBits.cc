@@ -9,6 +9,7 @@
 namespace pf {
 namespace {
 
+// QUIRK-1: the text as hosts know it.
 constexpr char kUnknownDepth[] = "Unknown world bitdepth in##CONDITIONNAME";
 constexpr char kUnequalDepths[] = "PF_CopyBits_HQ_Straight_Static requires src and dst worlds to have same bit depth";
 

@@ -16,9 +16,9 @@ namespace {
 constexpr std::int64_t PixelSize(int depth_index) { return std::int64_t{4} << depth_index; }
 
 ColumnKind KindOf(const NearestMap& map) {
-  if (map.step == map.divisor && map.first < map.divisor) return kColumns_SAME;
-  if (map.step * 2 == map.divisor && map.first < map.step) return kColumns_TWICE;
-  if (map.step == map.divisor * 2 && map.first / map.divisor == 1) return kColumns_ODD;
+  if (map.step == map.divisor) return kColumns_SAME;
+  if (map.step * 2 == map.divisor) return kColumns_TWICE;
+  if (map.step == map.divisor * 2) return kColumns_ODD;
   return map.step < map.divisor ? kColumns_RISE : kColumns_FALL;
 }
 

@@ -40,7 +40,8 @@ struct CopyArea {
 CopyArea PrepareArea(const Side& src, const Side& dst);
 
 // Which source pixel of an axis, counted from its first, destination pixel k shows:
-// (first + k * step) / divisor. It does not fall with k and stays within the source.
+// (first + k * step) / divisor, with step / 2 <= first < step (or all of them 0). It does not fall with k
+// and stays within the source.
 struct NearestMap {
   std::int64_t first, step, divisor;
   constexpr std::int64_t At(std::int64_t k) const { return (first + k * step) / divisor; }
@@ -48,7 +49,8 @@ struct NearestMap {
 
 // Draft: an accumulator gains the destination's size with every source pixel, and each time it reaches
 // the source's size it yields one destination pixel. So destination pixel k shows the first source pixel
-// i with (i + 1) * dst_size >= (k + 1) * src_size.
+// i with (i + 1) * dst_size >= (k + 1) * src_size. QUIRK-11: a reduction never keeps pixel 0. QUIRK-14:
+// counters of any size.
 NearestMap DraftMap(const CopyAxis& axis);
 // Low quality: the source pixel nearest to the sampled position.
 NearestMap NearestSampleMap(const CopyAxis& axis);

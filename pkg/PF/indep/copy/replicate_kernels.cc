@@ -12,11 +12,13 @@
 
 HWY_BEFORE_NAMESPACE();
 namespace pf::HWY_NAMESPACE {
+// Other kernels share the target's namespace.
+namespace {
 namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
-inline ReplicateKernels MakeReplicateKernels() { return kPortableReplicateKernels; }
+ReplicateKernels MakeReplicateKernels() { return kPortableReplicateKernels; }
 
 #else
 
@@ -112,7 +114,7 @@ void Fall(const void* in, void* out, const ColumnMap& map) {
   Finish(static_cast<const P*>(in), static_cast<P*>(out), map, k, 0);
 }
 
-inline void ReverseBytes(void* pixels, std::int64_t n) {
+void ReverseBytes(void* pixels, std::int64_t n) {
   const hn::ScalableTag<std::uint8_t> d;
   const auto lanes = static_cast<std::int64_t>(hn::Lanes(d));
   auto* bytes = static_cast<std::uint8_t*>(pixels);
@@ -125,7 +127,7 @@ inline void ReverseBytes(void* pixels, std::int64_t n) {
   kPortableReplicateKernels.reverse_bytes(bytes + i, n - i / 4);
 }
 
-inline ReplicateKernels MakeReplicateKernels() {
+ReplicateKernels MakeReplicateKernels() {
   ReplicateKernels kernels = kPortableReplicateKernels;
   kernels.row[kColumns_TWICE][0] = Twice<PF_Pixel8>;
   kernels.row[kColumns_TWICE][1] = Twice<PF_Pixel16>;
@@ -139,6 +141,8 @@ inline ReplicateKernels MakeReplicateKernels() {
 }
 
 #endif
+
+}  // namespace
 
 const ReplicateKernels& GetReplicateKernels() {
   static const ReplicateKernels kernels = MakeReplicateKernels();
