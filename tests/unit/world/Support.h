@@ -1,0 +1,59 @@
+// Helpers of the tests of worlds.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "PF/PF_Worlds.h"
+#include "support/TestHost.h"
+#include "support/Worlds.h"
+
+namespace pftest {
+
+using WorldPtr = std::unique_ptr<PF_World>;
+
+inline WorldPtr Reference(TestWorld& world) { return WorldPtr(PF_World::NewReference(world.record())); }
+
+// Expects the member call to throw `code` after one report that reads `text` (empty: no report).
+inline void ExpectThrows(PF_Err code, const std::string& text, const std::function<void()>& call) {
+  Host().reports.clear();
+  try {
+    call();
+    ADD_FAILURE() << "nothing was thrown; expected " << code << " " << text;
+  } catch (const PF_Error& error) {
+    EXPECT_EQ(error.code(), code) << text;
+  }
+  EXPECT_EQ(Host().ReportTexts(), text.empty() ? "" : text + "\n");
+}
+
+// A world of a class that is not the library's, with any depth.
+class ForeignWorld final : public PF_World {
+ public:
+  explicit ForeignWorld(std::int16_t depth) : depth_(depth) {}
+  std::int16_t Depth() const override { return depth_; }
+  bool IsReference() const override { return true; }
+  void Clear(const M_LRect*) override {}
+  void ClearExceptRect(const M_LRect&) override {}
+  void Fill(const PF_PixelFloat&, const M_LRect*) override {}
+  void Fill(const PF_Pixel16&, const M_LRect*) override {}
+  void FillAlpha() override {}
+  void InvertAlpha() override {}
+  void Premultiply() override {}
+  void Unmultiply() override {}
+  void PremulColor(const PF_Pixel16&) override {}
+  void UnmulColor(const PF_Pixel16&) override {}
+  void CopyRect(const PF_World*, const M_LRect&, std::int32_t, std::int32_t) override {}
+  void CopyRectPossiblyDifferentBitdepth(const PF_World*, const M_LRect&, PF_Dither, std::int32_t, std::int32_t,
+                                         const PF_ProgressInfo*) override {}
+  void CopyRectPossiblyDifferentBitdepthWithField(const PF_World*, const M_LRect&, PF_Field) override {}
+  bool SubWorldSafetyGutterHasBeenOverWritten() const override { return false; }
+  void ReleaseOwnership() override {}
+
+ private:
+  std::int16_t depth_;
+};
+
+}  // namespace pftest
