@@ -1,0 +1,19 @@
+// Taking times.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+namespace pfbench {
+
+struct Pace {
+  int repetitions;       // of each measurement; the best one counts
+  double least_seconds;  // length of one repetition
+  double most_seconds;   // no new repetition after this much, once there have been two
+};
+
+// Seconds per call of each function, best of at least two repetitions. The functions take turns, repetition
+// by repetition, so that a disturbance of the machine hits all of them alike.
+std::vector<double> TakeTurns(const std::vector<std::function<void()>>& functions, const Pace& pace);
+
+}  // namespace pfbench

@@ -1,0 +1,58 @@
+// OpenCV on one thread. Four channels alike, whichever of them is alpha.
+#include <opencv2/core.hpp>
+#include <opencv2/core/utility.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include "peers/Peers.h"
+
+namespace pfbench {
+namespace {
+
+cv::Mat Wrap(const Picture& picture) {
+  const int type = picture.depth() == 8 ? CV_8UC4 : picture.depth() == 16 ? CV_16UC4 : CV_32FC4;
+  return {picture.height(), picture.width(), type, picture.row(0), static_cast<std::size_t>(picture.row_bytes())};
+}
+
+void AddConversion(const Task& task, std::vector<Contender>& contenders) {
+  const double scale = FullValue(task.dst.depth()) / FullValue(task.src.depth());
+  const cv::Mat src = Wrap(task.src);
+  cv::Mat dst(src.size(), Wrap(task.dst).type());
+  contenders.push_back({"OpenCV convertTo", "", "halves to even; alpha limited instead of wrapped",
+                        [=]() mutable { src.convertTo(dst, dst.type(), scale); }});
+}
+
+void AddResize(const Task& task, cv::InterpolationFlags filter, const char* name, const std::string& less,
+               const char* remark, std::vector<Contender>& contenders) {
+  const cv::Mat src = Wrap(task.src);
+  cv::Mat dst(task.dst.height(), task.dst.width(), src.type());
+  contenders.push_back({name, less, remark, [=]() mutable { cv::resize(src, dst, dst.size(), 0, 0, filter); }});
+}
+
+void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
+  cv::setNumThreads(1);
+  const std::string less = LessForAlikeChannels(task);
+  switch (task.work) {
+    case Work::kConvert:
+      AddConversion(task, contenders);
+      break;
+    case Work::kReplicate:
+      AddResize(task, cv::INTER_NEAREST, "OpenCV INTER_NEAREST", "", "", contenders);
+      break;
+    case Work::kStraight:
+    case Work::kPremultiplied:
+      if (task.Enlarges()) {
+        AddResize(task, cv::INTER_LINEAR, "OpenCV INTER_LINEAR", less, "8 bits: weights of 11 bits", contenders);
+      } else {
+        AddResize(task, cv::INTER_AREA, "OpenCV INTER_AREA", less, "", contenders);
+      }
+      break;
+    case Work::kDither:
+    case Work::kVisit:
+      break;
+  }
+}
+
+const PeerRegistration kRegistration({"OpenCV", cv::getVersionString(), &AddOpenCV});
+
+}  // namespace
+}  // namespace pfbench

@@ -1,0 +1,65 @@
+// Qt's QImage::scaled. Straight formats are multiplied, scaled and divided again by Qt within the call;
+// premultiplied ones are scaled as they are. Every call allocates its result.
+#include <QImage>
+#include <memory>
+#include <stdexcept>
+
+#include "peers/Peers.h"
+
+namespace pfbench {
+namespace {
+
+constexpr const char* kRemark = "16 bits: full value 65535; allocates its result";
+
+struct Format {
+  const char* name;
+  QImage::Format of8, of16;
+};
+constexpr Format kStraight = {"Qt straight", QImage::Format_ARGB32, QImage::Format_RGBA64};
+constexpr Format kPremultiplied = {"Qt premultiplied", QImage::Format_ARGB32_Premultiplied,
+                                   QImage::Format_RGBA64_Premultiplied};
+constexpr Format kOpaque = {"Qt without alpha", QImage::Format_RGB32, QImage::Format_RGBX64};
+
+void AddScaled(const Task& task, const Format& format, Qt::TransformationMode mode, const std::string& less,
+               std::vector<Contender>& contenders) {
+  const bool is_8_bit = task.src.depth() == 8;
+  const std::shared_ptr<Picture> pixels = AlphaLast(task.src, true);
+  const QImage straight(pixels->row<uchar>(0), pixels->width(), pixels->height(), pixels->row_bytes(),
+                        is_8_bit ? kStraight.of8 : kStraight.of16);
+  const QImage src = straight.convertToFormat(is_8_bit ? format.of8 : format.of16).copy();
+  const QSize size(task.dst.width(), task.dst.height());
+  const char* suffix = mode == Qt::SmoothTransformation ? ", smooth" : ", fast";
+  contenders.push_back({std::string(format.name) + suffix, less, kRemark, [=] {
+                          const QImage result = src.scaled(size, Qt::IgnoreAspectRatio, mode);
+                          if (result.size() != size) throw std::runtime_error("Qt did not scale");
+                        }});
+}
+
+void AddQt(const Task& task, std::vector<Contender>& contenders) {
+  if (task.src.depth() == 32) return;
+  switch (task.work) {
+    case Work::kReplicate:
+      AddScaled(task, kPremultiplied, Qt::FastTransformation, "", contenders);
+      break;
+    case Work::kPremultiplied:
+      AddScaled(task, kPremultiplied, Qt::SmoothTransformation, "", contenders);
+      break;
+    case Work::kStraight:
+      AddScaled(task, kStraight, Qt::SmoothTransformation, "", contenders);
+      if (task.opaque) {
+        AddScaled(task, kOpaque, Qt::SmoothTransformation, "", contenders);
+      } else {
+        AddScaled(task, kPremultiplied, Qt::SmoothTransformation, "is given premultiplied pixels", contenders);
+      }
+      break;
+    case Work::kConvert:
+    case Work::kDither:
+    case Work::kVisit:
+      break;
+  }
+}
+
+const PeerRegistration kRegistration({"Qt", qVersion(), &AddQt});
+
+}  // namespace
+}  // namespace pfbench

@@ -1,0 +1,80 @@
+// libyuv: four channels of 8 bits alike, with weights of 7 bits.
+#include <libyuv/convert_argb.h>
+#include <libyuv/convert_from_argb.h>
+#include <libyuv/scale_argb.h>
+#include <libyuv/version.h>
+
+#include <memory>
+#include <stdexcept>
+
+#include "peers/Peers.h"
+
+namespace pfbench {
+namespace {
+
+void Must(int error) {
+  if (error != 0) throw std::runtime_error("libyuv failed with " + std::to_string(error));
+}
+
+std::shared_ptr<Picture> Like(const Picture& picture) {
+  return std::make_shared<Picture>(picture.size(), picture.depth());
+}
+
+void AddConversion(const Task& task, std::vector<Contender>& contenders) {
+  constexpr const char* kLess = "repeats or drops bits, full value 65535";
+  const Picture* src = &task.src;
+  if (src->depth() == 8 && task.dst.depth() == 16) {
+    contenders.push_back({"libyuv ARGBToAR64", kLess, "", [src, dst = Like(task.dst)] {
+                            Must(libyuv::ARGBToAR64(src->row<std::uint8_t>(0), src->row_bytes(),
+                                                    dst->row<std::uint16_t>(0), dst->row_bytes() / 2, src->width(),
+                                                    src->height()));
+                          }});
+  } else if (src->depth() == 16 && task.dst.depth() == 8) {
+    contenders.push_back({"libyuv AR64ToARGB", kLess, "", [src, dst = Like(task.dst)] {
+                            Must(libyuv::AR64ToARGB(src->row<std::uint16_t>(0), src->row_bytes() / 2,
+                                                    dst->row<std::uint8_t>(0), dst->row_bytes(), src->width(),
+                                                    src->height()));
+                          }});
+  }
+}
+
+void AddScale(const Task& task, libyuv::FilterMode filter, const char* name, const std::string& less,
+              std::vector<Contender>& contenders) {
+  if (task.src.depth() != 8) return;
+  contenders.push_back({name, less, "", [src = &task.src, dst = Like(task.dst), filter] {
+                          Must(libyuv::ARGBScale(src->row<std::uint8_t>(0), src->row_bytes(), src->width(),
+                                                 src->height(), dst->row<std::uint8_t>(0), dst->row_bytes(),
+                                                 dst->width(), dst->height(), filter));
+                        }});
+}
+
+std::string With(const std::string& less, const char* more) { return less.empty() ? more : less + "; " + more; }
+
+void AddLibyuv(const Task& task, std::vector<Contender>& contenders) {
+  const std::string less = LessForAlikeChannels(task);
+  switch (task.work) {
+    case Work::kConvert:
+      AddConversion(task, contenders);
+      break;
+    case Work::kReplicate:
+      AddScale(task, libyuv::kFilterNone, "libyuv kFilterNone", "", contenders);
+      break;
+    case Work::kStraight:
+    case Work::kPremultiplied:
+      if (task.Enlarges()) {
+        AddScale(task, libyuv::kFilterBilinear, "libyuv kFilterBilinear", With(less, "lossy: weights of 7 bits"),
+                 contenders);
+      } else {
+        AddScale(task, libyuv::kFilterBox, "libyuv kFilterBox", With(less, "lossy: boxes of whole pixels"), contenders);
+      }
+      break;
+    case Work::kDither:
+    case Work::kVisit:
+      break;
+  }
+}
+
+const PeerRegistration kRegistration({"libyuv", std::to_string(LIBYUV_VERSION), &AddLibyuv});
+
+}  // namespace
+}  // namespace pfbench
