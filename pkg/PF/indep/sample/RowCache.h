@@ -1,4 +1,5 @@
-// What a bilinear row kernel keeps in its scratch between rows: two source rows, unpacked.
+// What a bilinear row kernel keeps in its scratch between rows: two source rows unpacked, their blend
+// along the row where that can be shared, and how the alphas of the pair compare.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +11,7 @@
 namespace pf {
 
 // The columns that a row of samples reads: element m of a plane is column `first` + m, zero outside the
-// world.
+// world. Block m is the square of elements m and m + 1 in two rows.
 struct ColumnWindow {
   std::int64_t first, count;
 };
@@ -20,22 +21,61 @@ constexpr ColumnWindow WindowOf(std::int64_t x0, std::int64_t step_x, std::int64
   return {first, WholePart(x0 + (n - 1) * step_x) - first + 2};
 }
 
-// The head of the scratch. All zero means that nothing is held.
-struct RowCacheHead {
-  std::int64_t held[2];     // by parity of the row: row + 1, kOutsideRow, or 0 for nothing
-  std::int64_t classified;  // row + 2 of the upper row of the pair that pair_class describes, or 0
-  std::int64_t pair_class;  // AlphaPair
+// How the alphas of the blocks in one tile of columns compare.
+enum class AlphaClass : std::uint8_t {
+  kMixed,
+  kDiffering,  // not equal in any block
+  kEqual,      // equal in every block, so all over the tile, and above 0
+  kClear       // every block is all zero bits
 };
-static_assert(sizeof(RowCacheHead) <= 64);
+inline constexpr std::int64_t kTileBlocks = 32;
 
-inline constexpr std::int64_t kOutsideRow = -1;
+// Whole vectors may be read and written this far beyond the end of an array.
+inline constexpr std::int64_t kLanesSlack = 32;
 
-// How the alphas of the blocks between two source rows compare.
-enum class AlphaPair : std::int64_t { kMixed, kNoBlockEqual, kAllOpaque };
+// Where things stand in the scratch. The head comes first; all zero means that nothing is held.
+struct RowCache {
+  struct Head {
+    std::int64_t held[2];       // by parity of the row: row + 1, kOutside, or 0 for nothing
+    std::int64_t spread[2][2];  // [parity][with alpha]: whether the held row has been spread
+    std::int64_t classified;    // upper row of the classified pair + 2, or 0
+  };
+  static constexpr std::int64_t kOutside = -1;
 
-// Floats per plane: the window, and what whole vectors read beyond it.
-constexpr std::int64_t PlaneStride(std::int64_t count, std::int64_t lanes) {
-  return (count + 2 * lanes + 15) / 16 * 16;
+  std::byte* base;
+  std::int64_t plane_stride;   // floats per plane of a source row
+  std::int64_t spread_stride;  // reals per plane of a spread row
+  std::int64_t spread_bytes;   // of one spread row of four planes
+
+  static constexpr std::int64_t RoundUp(std::int64_t count) { return (count + kLanesSlack + 15) / 16 * 16; }
+
+  // `real_size` 0: rows are not spread.
+  constexpr RowCache(std::byte* scratch, std::int64_t columns, std::int64_t n, std::int64_t real_size)
+      : base(scratch),
+        plane_stride(RoundUp(columns)),
+        spread_stride(RoundUp(n)),
+        spread_bytes(4 * spread_stride * real_size) {}
+
+  Head& head() const { return *reinterpret_cast<Head*>(base); }
+  float* planes(std::int64_t slot) const { return reinterpret_cast<float*>(base + 64) + slot * 4 * plane_stride; }
+  template <class Real>
+  Real* spread(std::int64_t slot, bool with_alpha) const {
+    return reinterpret_cast<Real*>(base + 64 + 2 * PlaneBytes() + (2 * slot + (with_alpha ? 1 : 0)) * spread_bytes);
+  }
+  AlphaClass* classes() const { return reinterpret_cast<AlphaClass*>(base + 64 + 2 * PlaneBytes() + 4 * spread_bytes); }
+  constexpr std::int64_t PlaneBytes() const { return 4 * plane_stride * std::int64_t{sizeof(float)}; }
+  constexpr std::int64_t Size() const {
+    return 64 + 2 * PlaneBytes() + 4 * spread_bytes + plane_stride / kTileBlocks + 1;
+  }
+};
+static_assert(sizeof(RowCache::Head) <= 64);
+
+// Fraction bits, 0..16, that the positions from `position` on in steps of `step` use.
+constexpr int FractionBits(std::int64_t position, std::int64_t step) {
+  const auto bits = static_cast<std::uint64_t>(position | step | 65536);
+  int zeros = 0;
+  while ((bits >> zeros & 1) == 0) ++zeros;
+  return 16 - zeros;
 }
 
 }  // namespace pf

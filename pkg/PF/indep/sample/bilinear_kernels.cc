@@ -6,11 +6,12 @@
 
 #include <algorithm>
 #include <cstring>
-#include <type_traits>
 
 #include "sample/Bilinear.h"
 #include "sample/RowCache.h"
 #include "sample/SampleKernels.h"
+#include "simd/BilinearBlend-inl.h"
+#include "simd/BilinearTaps-inl.h"
 #include "simd/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -19,311 +20,315 @@ namespace HWY_NAMESPACE {
 
 #if HWY_TARGET != HWY_SCALAR
 
-// The lanes that a depth computes in, and floats of the same number.
+// Fraction bits of both axes together up to which every sum of the formula is exact, so that blending
+// along the row first, once per source row, gives the same bits. A product of two 8-bit channels leaves 8
+// of a float's 24 bits, one channel 16; of a double's 53 bits, 16-bit channels leave 21 and 37.
 template <class P>
-using RealTag = hn::ScalableTag<RealOf<P>>;
-template <class P>
-using FloatTag = hn::Rebind<float, RealTag<P>>;
-template <class P>
-using RealVec = hn::Vec<RealTag<P>>;
-
-template <class P>
-HWY_INLINE RealVec<P> ToReal(hn::Vec<FloatTag<P>> v) {
-  if constexpr (std::is_same_v<RealOf<P>, double>) {
-    return hn::PromoteTo(RealTag<P>(), v);
-  } else {
-    return v;
-  }
+constexpr int kSharedBits(bool with_alpha) {
+  if (kIsFloat<P>) return -1;
+  if (sizeof(P) == 4) return with_alpha ? 8 : 16;
+  return with_alpha ? 21 : 32;
 }
 
-// Two unpacked source rows.
-struct RowPair {
+// Two unpacked source rows and the samples between them.
+template <class P>
+struct RowJob {
   const float* upper;
   const float* lower;
   std::int64_t stride;
+  SamplePositions<P> positions;
+  RealOf<P> v;
+  P* out;
 };
 
-template <class V>
-struct Taps {
-  Channels<V> p00, p10, p01, p11;
-};
-
-// The taps of Lanes pixels whose first column is element m of the planes; `offsets` are the columns
-// relative to it. With steps of at most one pixel they stay below the number of lanes.
-template <class P, class Indices>
-HWY_INLINE Channels<RealVec<P>> LoadTap(const float* plane, std::int64_t stride, const Indices& offsets) {
-  const FloatTag<P> d;
-  const auto tap = [&](int c) { return ToReal<P>(hn::TableLookupLanes(hn::LoadU(d, plane + c * stride), offsets)); };
-  return {tap(0), tap(1), tap(2), tap(3)};
-}
-
-template <class P, class Indices>
-HWY_INLINE Taps<RealVec<P>> LoadTaps(const RowPair& rows, std::int64_t m, const Indices& offsets) {
-  return {LoadTap<P>(rows.upper + m, rows.stride, offsets), LoadTap<P>(rows.upper + m + 1, rows.stride, offsets),
-          LoadTap<P>(rows.lower + m, rows.stride, offsets), LoadTap<P>(rows.lower + m + 1, rows.stride, offsets)};
-}
-
-template <class V>
-HWY_INLINE V WeightedSum(const Weights<V>& w, V c00, V c10, V c01, V c11) {
-  return hn::Add(hn::Add(hn::Add(hn::Mul(w.w00, c00), hn::Mul(w.w10, c10)), hn::Mul(w.w01, c01)), hn::Mul(w.w11, c11));
-}
-
-template <class V>
-HWY_INLINE Weights<V> WeightsOf(V one, V u, V v) {
-  const V w11 = hn::Mul(u, v);
-  const V w10 = hn::Sub(u, w11);
-  const V w01 = hn::Sub(v, w11);
-  return {hn::Sub(hn::Sub(hn::Sub(one, w10), w01), w11), w10, w01, w11};
-}
-
-// Integers get their half here; storing truncates.
-template <class P, class V>
-HWY_INLINE V BeforeStore(V v) {
-  if constexpr (std::is_same_v<P, PF_PixelFloat>) {
-    return v;
-  } else {
-    return hn::Add(v, hn::Set(RealTag<P>(), RealOf<P>(0.5)));
-  }
-}
-
-// No limits are needed at integer depths: weights of 0 and more that add up to 1 within an ulp leave the
-// range by far less than the half that rounding has in hand.
-template <class P, class V = RealVec<P>>
-HWY_INLINE Channels<V> BlendDiffering(const Taps<V>& t, const Weights<V>& w) {
-  const RealTag<P> d;
-  const Weights<V> q = {hn::Mul(t.p00.alpha, w.w00), hn::Mul(t.p10.alpha, w.w10), hn::Mul(t.p01.alpha, w.w01),
-                        hn::Mul(t.p11.alpha, w.w11)};
-  const V sum = hn::Add(hn::Add(hn::Add(q.w00, q.w10), q.w01), q.w11);
-  const V red = WeightedSum(q, t.p00.red, t.p10.red, t.p01.red, t.p11.red);
-  const V green = WeightedSum(q, t.p00.green, t.p10.green, t.p01.green, t.p11.green);
-  const V blue = WeightedSum(q, t.p00.blue, t.p10.blue, t.p01.blue, t.p11.blue);
-  const V inverse = hn::Div(hn::Set(d, RealOf<P>(1)), sum);
-  if constexpr (std::is_same_v<P, PF_PixelFloat>) {
-    const auto visible = hn::Gt(sum, hn::Zero(d));
-    return {hn::IfThenElseZero(visible, sum), hn::IfThenElseZero(visible, hn::Mul(red, inverse)),
-            hn::IfThenElseZero(visible, hn::Mul(green, inverse)), hn::IfThenElseZero(visible, hn::Mul(blue, inverse))};
-  } else {
-    const auto visible = hn::Ge(sum, hn::Set(d, RealOf<P>(0.5)));
-    const V factor = hn::IfThenElseZero(visible, inverse);
-    return {BeforeStore<P>(hn::IfThenElseZero(visible, sum)), BeforeStore<P>(hn::Mul(red, factor)),
-            BeforeStore<P>(hn::Mul(green, factor)), BeforeStore<P>(hn::Mul(blue, factor))};
-  }
-}
-
-// Equal alphas above 0. At integer depths a uniform block and an integral position come out exactly too.
-template <class P, class V = RealVec<P>>
-HWY_INLINE Channels<V> BlendEqual(const Taps<V>& t, const Weights<V>& w) {
-  return {t.p00.alpha, BeforeStore<P>(WeightedSum(w, t.p00.red, t.p10.red, t.p01.red, t.p11.red)),
-          BeforeStore<P>(WeightedSum(w, t.p00.green, t.p10.green, t.p01.green, t.p11.green)),
-          BeforeStore<P>(WeightedSum(w, t.p00.blue, t.p10.blue, t.p01.blue, t.p11.blue))};
-}
-
-template <class P, class M, class V = RealVec<P>>
-HWY_INLINE Channels<V> Select(M mask, const Channels<V>& yes, const Channels<V>& no) {
-  return {hn::IfThenElse(mask, yes.alpha, no.alpha), hn::IfThenElse(mask, yes.red, no.red),
-          hn::IfThenElse(mask, yes.green, no.green), hn::IfThenElse(mask, yes.blue, no.blue)};
-}
-
-// Equality of bits, as a mask of reals. Integers have one pattern per value.
-template <class P, class V = RealVec<P>>
-HWY_INLINE auto SameBits(V a, V b) {
-  if constexpr (std::is_same_v<P, PF_PixelFloat>) {
-    const hn::RebindToUnsigned<RealTag<P>> du;
-    return hn::RebindMask(RealTag<P>(), hn::Eq(hn::BitCast(du, a), hn::BitCast(du, b)));
-  } else {
-    return hn::Eq(a, b);
-  }
-}
-
-template <class P, class V>
-HWY_INLINE auto AllSameBits(V a, V b, V c, V d) {
-  return hn::And(hn::And(SameBits<P>(a, b), SameBits<P>(a, c)), SameBits<P>(a, d));
-}
-
-template <class P, class V>
-HWY_INLINE auto UniformColours(const Taps<V>& t) {
-  const auto red = AllSameBits<P>(t.p00.red, t.p10.red, t.p01.red, t.p11.red);
-  const auto green = AllSameBits<P>(t.p00.green, t.p10.green, t.p01.green, t.p11.green);
-  return hn::And(hn::And(red, green), AllSameBits<P>(t.p00.blue, t.p10.blue, t.p01.blue, t.p11.blue));
-}
-
-template <class V>
-HWY_INLINE auto EqualAlphas(const Taps<V>& t) {
-  return hn::And(hn::And(hn::Eq(t.p00.alpha, t.p10.alpha), hn::Eq(t.p00.alpha, t.p01.alpha)),
-                 hn::Eq(t.p00.alpha, t.p11.alpha));
-}
-
-// Any alphas: each lane by its own rule.
-template <class P, class V = RealVec<P>>
-HWY_INLINE Channels<V> BlendMixed(const Taps<V>& t, const Weights<V>& w) {
-  const RealTag<P> d;
-  const auto equal = EqualAlphas(t);
-  auto candidates = equal;
-  if constexpr (std::is_same_v<P, PF_PixelFloat>) {
-    candidates = hn::Or(equal, AllSameBits<P>(t.p00.alpha, t.p10.alpha, t.p01.alpha, t.p11.alpha));
-  }
-  if (hn::AllFalse(d, candidates)) return BlendDiffering<P>(t, w);
-  Channels<V> out = BlendEqual<P>(t, w);
-  if (!hn::AllTrue(d, equal)) out = Select<P>(equal, out, BlendDiffering<P>(t, w));
-  const auto clear = hn::And(equal, hn::Eq(t.p00.alpha, hn::Zero(d)));
-  if (!hn::AllFalse(d, clear)) {
-    const Channels<V> zero = {hn::Zero(d), hn::Zero(d), hn::Zero(d), hn::Zero(d)};
-    out = Select<P>(clear, zero, out);
-    if constexpr (!std::is_same_v<P, PF_PixelFloat>) out = Select<P>(hn::And(clear, UniformColours<P>(t)), t.p00, out);
-  }
-  if constexpr (std::is_same_v<P, PF_PixelFloat>) {
-    const auto same = AllSameBits<P>(t.p00.alpha, t.p10.alpha, t.p01.alpha, t.p11.alpha);
-    out = Select<P>(hn::And(same, UniformColours<P>(t)), t.p00, out);
-  }
-  return out;
-}
-
-template <class P, class V = RealVec<P>>
-HWY_INLINE Channels<V> WithStoredNaN(const Channels<V>& p) {
-  const RealTag<P> d;
-  if constexpr (!std::is_same_v<P, PF_PixelFloat>) return p;
-  const V nan = hn::Set(d, StoredFloat(std::numeric_limits<RealOf<P>>::quiet_NaN()));
-  const auto stored = [&](V v) { return hn::IfThenElse(hn::IsNaN(v), nan, v); };
-  return {p.alpha, stored(p.red), stored(p.green), stored(p.blue)};
-}
-
-template <class P, AlphaPair pair, class V = RealVec<P>>
-HWY_INLINE Channels<V> Blend(const Taps<V>& t, const Weights<V>& w) {
-  if constexpr (pair == AlphaPair::kNoBlockEqual) return BlendDiffering<P>(t, w);
-  if constexpr (pair == AlphaPair::kAllOpaque && !std::is_same_v<P, PF_PixelFloat>) return BlendEqual<P>(t, w);
-  return BlendMixed<P>(t, w);
-}
-
-struct Span {
-  std::int64_t x, step;  // of sample k = 0, relative to the planes' first column
-  std::uint32_t fy;
-};
-
-// Samples k..k+Lanes-1.
-template <class P, AlphaPair pair>
-HWY_INLINE Channels<RealVec<P>> SampleLanes(const RowPair& rows, const Span& span, std::int64_t k) {
-  const RealTag<P> d;
-  const FloatTag<P> df;
-  const hn::RebindToSigned<FloatTag<P>> di;
-  const std::int64_t x = span.x + k * span.step;
-  const auto local = hn::Add(hn::Set(di, static_cast<std::int32_t>(x & 0xFFFF)),
-                             hn::Mul(hn::Iota(di, 0), hn::Set(di, static_cast<std::int32_t>(span.step))));
-  const auto taps = LoadTaps<P>(rows, x >> 16, hn::IndicesFromVec(df, hn::ShiftRight<16>(local)));
-  const auto u = ToReal<P>(hn::Mul(hn::ConvertTo(df, hn::And(local, hn::Set(di, 0xFFFF))), hn::Set(df, 0x1p-16f)));
-  const auto v = hn::Set(d, static_cast<RealOf<P>>(span.fy) / RealOf<P>(65536));
-  const auto out = WithStoredNaN<P>(Blend<P, pair>(taps, WeightsOf(hn::Set(d, RealOf<P>(1)), u, v)));
-  if (span.fy != 0) return out;
-  return Select<P>(hn::Eq(u, hn::Zero(d)), taps.p00, out);
-}
-
-// Samples begin..end-1.
-template <class P, AlphaPair pair>
-HWY_NOINLINE void SampleRange(const RowPair& rows, const Span& span, std::int64_t begin, std::int64_t end, P* out) {
+// Stores samples begin..end-1; sample(k) yields those from k on. A sampler is an object with all it reads
+// in its own members, so that they stay in registers.
+template <class P, class Sampler>
+HWY_INLINE void ForLanes(std::int64_t begin, std::int64_t end, P* out, const Sampler sample) {
   const RealTag<P> d;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   std::int64_t k = begin;
-  for (; k + lanes <= end; k += lanes) StorePixels(d, SampleLanes<P, pair>(rows, span, k), out + k);
+  for (; k + lanes <= end; k += lanes) StorePixels(d, sample(k), out + k);
   if (k >= end) return;
   P last[HWY_MAX_BYTES / sizeof(RealOf<P>)];
-  StorePixels(d, SampleLanes<P, pair>(rows, span, k), last);
+  StorePixels(d, sample(k), last);
   std::memcpy(out + k, last, static_cast<std::size_t>(end - k) * sizeof(P));
 }
 
-// Row j unpacked, from the scratch when it is there.
-template <class P>
-const float* HeldRow(const Plane<P>& src, const ColumnWindow& window, std::int64_t stride, std::int64_t j,
-                     std::byte* scratch) {
-  auto* head = reinterpret_cast<RowCacheHead*>(scratch);
-  const bool inside = j >= 0 && j < src.height;
-  const std::int64_t key = inside ? j + 1 : kOutsideRow;
-  float* planes = reinterpret_cast<float*>(scratch + 64) + (j & 1) * 4 * stride;
-  if (head->held[j & 1] != key) {
-    UnpackRow(src, j, window.first, window.count, stride, planes);
-    head->held[j & 1] = key;
+// Four taps per sample.
+template <class P, AlphaClass alphas>
+struct BlendSampler {
+  using V = RealVec<P>;
+
+  HWY_INLINE explicit BlendSampler(const RowJob<P>& job)
+      : upper(job.upper),
+        lower(job.lower),
+        stride(job.stride),
+        positions(job.positions),
+        v(hn::Set(RealTag<P>(), job.v)),
+        integral_row(job.v == RealOf<P>(0)) {}
+
+  HWY_INLINE Channels<V> operator()(std::int64_t k) const {
+    const RealTag<P> d;
+    const auto place = positions.At(k);
+    const Taps<V> taps = {LoadTap(upper, stride, place), LoadTap(upper + 1, stride, place),
+                          LoadTap(lower, stride, place), LoadTap(lower + 1, stride, place)};
+    const auto weights = WeightsOf(hn::Set(d, RealOf<P>(1)), place.u, v);
+    if constexpr (alphas == AlphaClass::kEqual) return BlendEqual<P>(taps, weights);
+    const auto out = alphas == AlphaClass::kDiffering ? BlendDiffering<P>(taps, weights) : BlendMixed<P>(taps, weights);
+    if (!integral_row) return out;
+    return Select<P>(hn::Eq(place.u, hn::Zero(d)), taps.p00, out);
   }
-  return planes;
+
+  const float *upper, *lower;
+  std::int64_t stride;
+  SamplePositions<P> positions;
+  V v;
+  bool integral_row;
+};
+
+template <class P, AlphaClass alphas>
+HWY_NOINLINE void BlendRange(const RowJob<P>& job, std::int64_t begin, std::int64_t end) {
+  ForLanes(begin, end, job.out, BlendSampler<P, alphas>(job));
 }
 
-// Over `count` columns from element m.
-HWY_INLINE AlphaPair ClassOf(const RowPair& rows, std::int64_t count, std::int64_t inner, std::int64_t inner_end) {
+template <class V>
+HWY_INLINE V Lerp(V u, V c0, V c1) {
+  return hn::Add(c0, hn::Mul(u, hn::Sub(c1, c0)));
+}
+
+// Blends a source row along itself at every sample: with alpha, the sums of alpha and of alpha times
+// colour; else of colour alone.
+template <class P, bool with_alpha>
+HWY_NOINLINE void SpreadRow(const float* planes, std::int64_t stride, SamplePositions<P> positions, std::int64_t n,
+                            std::int64_t out_stride, RealOf<P>* out) {
+  const RealTag<P> d;
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  for (std::int64_t k = 0; k < n; k += lanes) {
+    const auto place = positions.At(k);
+    auto p0 = LoadTap(planes, stride, place), p1 = LoadTap(planes + 1, stride, place);
+    if constexpr (with_alpha) {
+      p0 = TimesAlpha(p0);
+      p1 = TimesAlpha(p1);
+      hn::StoreU(Lerp(place.u, p0.alpha, p1.alpha), d, out + k);
+    }
+    hn::StoreU(Lerp(place.u, p0.red, p1.red), d, out + out_stride + k);
+    hn::StoreU(Lerp(place.u, p0.green, p1.green), d, out + 2 * out_stride + k);
+    hn::StoreU(Lerp(place.u, p0.blue, p1.blue), d, out + 3 * out_stride + k);
+  }
+}
+
+// Blends two spread rows; without alpha, it is the same everywhere.
+template <class P, bool with_alpha>
+struct SharedSampler {
+  using V = RealVec<P>;
+
+  HWY_INLINE V Between(std::int64_t element) const {
+    const RealTag<P> d;
+    return Lerp(v, hn::LoadU(d, upper + element), hn::LoadU(d, lower + element));
+  }
+
+  HWY_INLINE Channels<V> operator()(std::int64_t k) const {
+    const V red = Between(stride + k), green = Between(2 * stride + k), blue = Between(3 * stride + k);
+    if constexpr (with_alpha) {
+      return DivideByAlpha<P>(Channels<V>{Between(k), red, green, blue});
+    } else {
+      return {alpha, BeforeStore<P>(red), BeforeStore<P>(green), BeforeStore<P>(blue)};
+    }
+  }
+
+  const RealOf<P>*upper, *lower;
+  std::int64_t stride;
+  V v, alpha;
+};
+
+template <class P, bool with_alpha>
+HWY_NOINLINE void SharedRange(const RowJob<P>& job, const RealOf<P>* upper, const RealOf<P>* lower, std::int64_t stride,
+                              float alpha, std::int64_t begin, std::int64_t end) {
+  const RealTag<P> d;
+  ForLanes(
+      begin, end, job.out,
+      SharedSampler<P, with_alpha>{upper, lower, stride, hn::Set(d, job.v), hn::Set(d, static_cast<RealOf<P>>(alpha))});
+}
+
+// The class of blocks m..end-1.
+template <class P>
+HWY_INLINE AlphaClass ClassOf(const float* upper, const float* lower, std::int64_t stride, std::int64_t m,
+                              std::int64_t end) {
   const hn::ScalableTag<float> d;
   const hn::RebindToUnsigned<decltype(d)> du;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  bool any = false;
-  bool all = inner_end - inner >= 2 && rows.upper[inner] > 0.0f;
-  for (std::int64_t m = 0; m < count - 1; m += lanes) {
-    const auto a00 = hn::LoadU(d, rows.upper + m), a10 = hn::LoadU(d, rows.upper + m + 1);
-    const auto a01 = hn::LoadU(d, rows.lower + m), a11 = hn::LoadU(d, rows.lower + m + 1);
-    const auto bits = [&](auto v) { return hn::BitCast(du, v); };
-    const auto values = hn::And(hn::And(hn::Eq(a00, a10), hn::Eq(a00, a01)), hn::Eq(a00, a11));
-    const auto patterns =
-        hn::And(hn::And(hn::Eq(bits(a00), bits(a10)), hn::Eq(bits(a00), bits(a01))), hn::Eq(bits(a00), bits(a11)));
-    const auto valid = hn::FirstN(d, static_cast<std::size_t>(count - 1 - m));
-    any = any || !hn::AllFalse(d, hn::And(valid, hn::Or(values, hn::RebindMask(d, patterns))));
-    const std::int64_t from = std::max(m, inner), to = std::min(m + lanes, inner_end - 1);
-    if (from < to && all) {
-      const auto needed = hn::AndNot(hn::FirstN(d, static_cast<std::size_t>(from - m)),
-                                     hn::FirstN(d, static_cast<std::size_t>(to - m)));
-      all = hn::AllFalse(d, hn::AndNot(values, needed));
+  const std::int64_t first = m;
+  bool any_equal = false, all_equal = true;
+  for (; m < end; m += lanes) {
+    const auto a00 = hn::LoadU(d, upper + m), a10 = hn::LoadU(d, upper + m + 1);
+    const auto a01 = hn::LoadU(d, lower + m), a11 = hn::LoadU(d, lower + m + 1);
+    const auto valid = hn::FirstN(d, static_cast<std::size_t>(std::min(end - m, lanes)));
+    const auto equal = hn::And(hn::And(hn::Eq(a00, a10), hn::Eq(a00, a01)), hn::Eq(a00, a11));
+    const auto alike = hn::Or(equal, AllSameBits<PF_PixelFloat>(a00, a10, a01, a11));
+    any_equal = any_equal || !hn::AllFalse(d, hn::And(valid, alike));
+    all_equal = all_equal && hn::AllFalse(d, hn::AndNot(equal, valid));
+  }
+  if (!any_equal) return AlphaClass::kDiffering;
+  if (!all_equal) return AlphaClass::kMixed;
+  if (upper[first] > 0.0f) return AlphaClass::kEqual;
+  // Alpha is 0 all over: the colours decide.
+  auto bits = hn::Zero(du);
+  for (m = first; m <= end; m += lanes) {
+    const auto valid = hn::RebindMask(du, hn::FirstN(d, static_cast<std::size_t>(std::min(end + 1 - m, lanes))));
+    for (std::int64_t c = 0; c < 4; ++c) {
+      const auto both = hn::Or(hn::BitCast(du, hn::LoadU(d, upper + c * stride + m)),
+                               hn::BitCast(du, hn::LoadU(d, lower + c * stride + m)));
+      bits = hn::Or(bits, hn::IfThenElseZero(valid, both));
     }
   }
-  return all ? AlphaPair::kAllOpaque : any ? AlphaPair::kMixed : AlphaPair::kNoBlockEqual;
+  return hn::AllTrue(du, hn::Eq(bits, hn::Zero(du))) ? AlphaClass::kClear : AlphaClass::kMixed;
 }
 
+// One row of samples.
 template <class P>
-void StraightRow(const SampleRow& row, std::byte* scratch) {
-  if (row.n <= 0) return;
-  if (row.step_x > 65536 || row.step_x <= 0) {
+class StraightRow {
+ public:
+  using Real = RealOf<P>;
+
+  StraightRow(const SampleRow& row, std::byte* scratch)
+      : src_(SourceOf<P>(*row.params)),
+        window_(WindowOf(row.x0, row.step_x, row.n)),
+        cache_(CacheFor(scratch, window_.count, row.n)),
+        n_(row.n),
+        bits_(FractionBits(row.x0, row.step_x) + FractionBits(row.y, 65536)),
+        j_(WholePart(row.y)),
+        job_{Hold(j_),
+             Hold(j_ + 1),
+             cache_.plane_stride,
+             {row.x0 - window_.first * 65536, row.step_x},
+             static_cast<Real>(Fraction(row.y)) / Real(65536),
+             static_cast<P*>(row.out)} {}
+
+  static constexpr RowCache CacheFor(std::byte* scratch, std::int64_t columns, std::int64_t n) {
+    return RowCache(scratch, columns, n, kIsFloat<P> ? 0 : sizeof(Real));
+  }
+
+  void Run() {
+    const std::int64_t blocks = window_.count - 1;
+    const std::int64_t tiles = (blocks + kTileBlocks - 1) / kTileBlocks;
+    const AlphaClass* classes = Classify(blocks, tiles);
+    shares_equal_ = Shares(classes, tiles, AlphaClass::kEqual, false);
+    shares_differing_ = job_.v != Real(0) && Shares(classes, tiles, AlphaClass::kDiffering, true);
+    for (std::int64_t tile = 0; tile < tiles;) {
+      const std::int64_t first = tile;
+      while (tile < tiles && classes[tile] == classes[first]) ++tile;
+      const std::int64_t end = tile == tiles ? n_ : job_.positions.FirstAt(tile * kTileBlocks, n_);
+      RunRange(classes[first], first * kTileBlocks, job_.positions.FirstAt(first * kTileBlocks, n_), end);
+    }
+  }
+
+ private:
+  // Row j unpacked, from the scratch when it is there.
+  const float* Hold(std::int64_t j) {
+    const std::int64_t slot = j & 1;
+    RowCache::Head& head = cache_.head();
+    const std::int64_t key = j >= 0 && j < src_.height ? j + 1 : RowCache::kOutside;
+    if (head.held[slot] != key) {
+      UnpackRow(src_, j, window_.first, window_.count, cache_.plane_stride, cache_.planes(slot));
+      head.held[slot] = key;
+      head.spread[slot][0] = head.spread[slot][1] = 0;
+    }
+    return cache_.planes(slot);
+  }
+
+  const AlphaClass* Classify(std::int64_t blocks, std::int64_t tiles) {
+    AlphaClass* classes = cache_.classes();
+    if (cache_.head().classified == j_ + 2) return classes;
+    for (std::int64_t tile = 0; tile < tiles; ++tile) {
+      const std::int64_t first = tile * kTileBlocks, end = std::min(first + kTileBlocks, blocks);
+      classes[tile] = ClassOf<P>(job_.upper, job_.lower, job_.stride, first, end);
+    }
+    cache_.head().classified = j_ + 2;
+    return classes;
+  }
+
+  // Whether spreading whole rows is right and pays for this class: it has a quarter of the tiles.
+  bool Shares(const AlphaClass* classes, std::int64_t tiles, AlphaClass alphas, bool with_alpha) const {
+    return bits_ <= kSharedBits<P>(with_alpha) && 4 * std::count(classes, classes + tiles, alphas) >= tiles;
+  }
+
+  void RunRange(AlphaClass alphas, std::int64_t element, std::int64_t begin, std::int64_t end) {
+    switch (alphas) {
+      case AlphaClass::kMixed:
+        return BlendRange<P, AlphaClass::kMixed>(job_, begin, end);
+      case AlphaClass::kDiffering:
+        if (shares_differing_) return RunShared<true>(element, begin, end);
+        return BlendRange<P, AlphaClass::kDiffering>(job_, begin, end);
+      case AlphaClass::kEqual:
+        if (shares_equal_) return RunShared<false>(element, begin, end);
+        // A uniform block of floats does not come out exactly.
+        return BlendRange < P, kIsFloat<P> ? AlphaClass::kMixed : AlphaClass::kEqual > (job_, begin, end);
+      case AlphaClass::kClear:
+        std::fill(job_.out + begin, job_.out + end, P{});
+    }
+  }
+
+  template <bool with_alpha>
+  void RunShared(std::int64_t element, std::int64_t begin, std::int64_t end) {
+    if constexpr (!kIsFloat<P>) {
+      SharedRange<P, with_alpha>(job_, Spread<with_alpha>(j_), Spread<with_alpha>(j_ + 1), cache_.spread_stride,
+                                 job_.upper[element], begin, end);
+    }
+  }
+
+  template <bool with_alpha>
+  const Real* Spread(std::int64_t j) {
+    const std::int64_t slot = j & 1;
+    Real* spread = cache_.template spread<Real>(slot, with_alpha);
+    std::int64_t& done = cache_.head().spread[slot][with_alpha ? 1 : 0];
+    if (done == 0) {
+      SpreadRow<P, with_alpha>(cache_.planes(slot), cache_.plane_stride, job_.positions, n_, cache_.spread_stride,
+                               spread);
+      done = 1;
+    }
+    return spread;
+  }
+
+  Plane<P> src_;
+  ColumnWindow window_;
+  RowCache cache_;
+  std::int64_t n_;
+  int bits_;
+  std::int64_t j_;
+  RowJob<P> job_;
+  bool shares_equal_ = false, shares_differing_ = false;
+};
+
+// Vectors of samples reach at most as many columns as they have lanes.
+bool OnVectors(std::int64_t step_x, std::int64_t n) { return n > 0 && step_x > 0 && step_x <= 65536; }
+
+template <class P>
+void BilinearStraightRow(const SampleRow& row, std::byte* scratch) {
+  if (!OnVectors(row.step_x, row.n)) {
     return kPortableSampleKernels.bilinear_straight[DepthIndex(DepthTraits<P>::kDepth)].row(row, scratch);
   }
   const Plane<P> src = SourceOf<P>(*row.params);
-  P* out = static_cast<P*>(row.out);
   const std::int64_t j = WholePart(row.y);
   if (j < -1 || j >= src.height || Empty(src)) {
-    std::memset(out, 0, static_cast<std::size_t>(row.n) * sizeof(P));
-    return;
+    std::fill_n(static_cast<P*>(row.out), row.n, P{});
+  } else {
+    StraightRow<P>(row, scratch).Run();
   }
-  const ColumnWindow window = WindowOf(row.x0, row.step_x, row.n);
-  const std::int64_t stride = PlaneStride(window.count, static_cast<std::int64_t>(hn::Lanes(hn::ScalableTag<float>())));
-  const RowPair rows = {HeldRow(src, window, stride, j, scratch), HeldRow(src, window, stride, j + 1, scratch), stride};
-  const Span span = {row.x0 - window.first * 65536, row.step_x, Fraction(row.y)};
-  // Columns inside the world, as elements.
-  const std::int64_t inner = std::clamp<std::int64_t>(-window.first, 0, window.count);
-  const std::int64_t inner_end = std::clamp(src.width - window.first, inner, window.count);
-  auto* head = reinterpret_cast<RowCacheHead*>(scratch);
-  if (head->classified != j + 2) {
-    head->classified = j + 2;
-    head->pair_class = static_cast<std::int64_t>(ClassOf(rows, window.count, inner, inner_end));
-  }
-  switch (static_cast<AlphaPair>(head->pair_class)) {
-    case AlphaPair::kMixed:
-      return SampleRange<P, AlphaPair::kMixed>(rows, span, 0, row.n, out);
-    case AlphaPair::kNoBlockEqual:
-      return SampleRange<P, AlphaPair::kNoBlockEqual>(rows, span, 0, row.n, out);
-    case AlphaPair::kAllOpaque:
-      break;
-  }
-  // First sample whose whole part is at least `element`.
-  const auto sample_at = [&](std::int64_t element) {
-    return std::clamp<std::int64_t>((element * 65536 - span.x + span.step - 1) / span.step, 0, row.n);
-  };
-  const std::int64_t begin = sample_at(inner), end = std::max(begin, sample_at(inner_end - 1));
-  SampleRange<P, AlphaPair::kMixed>(rows, span, 0, begin, out);
-  SampleRange<P, AlphaPair::kAllOpaque>(rows, span, begin, end, out);
-  SampleRange<P, AlphaPair::kMixed>(rows, span, end, row.n, out);
 }
 
-// The window of the worst fraction, twice.
-std::uint64_t RowCacheSize(const PF_SampPB*, std::int64_t step_x, std::int64_t n) {
-  if (n <= 0 || step_x > 65536 || step_x <= 0) return 64;
-  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(hn::ScalableTag<float>()));
-  const std::int64_t stride = PlaneStride(WindowOf(65535, step_x, n).count, lanes);
-  return 64 + 2 * 4 * static_cast<std::uint64_t>(stride) * sizeof(float);
+template <class P>
+std::uint64_t BilinearStraightScratch(const PF_SampPB*, std::int64_t step_x, std::int64_t n) {
+  if (!OnVectors(step_x, n)) return 64;
+  return static_cast<std::uint64_t>(StraightRow<P>::CacheFor(nullptr, WindowOf(65535, step_x, n).count, n).Size());
 }
+
+template <class P>
+constexpr SampleKernels::Pair kStraight = {BilinearStraightScratch<P>, BilinearStraightRow<P>};
 
 SampleKernels::Pair BilinearStraight(int depth_index) {
-  constexpr SampleKernels::Row kRows[] = {StraightRow<PF_Pixel8>, StraightRow<PF_Pixel16>, StraightRow<PF_PixelFloat>};
-  return {RowCacheSize, kRows[depth_index]};
+  constexpr SampleKernels::Pair kPairs[] = {kStraight<PF_Pixel8>, kStraight<PF_Pixel16>, kStraight<PF_PixelFloat>};
+  return kPairs[depth_index];
 }
 
 #endif  // HWY_TARGET

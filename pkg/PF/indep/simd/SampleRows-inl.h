@@ -13,6 +13,7 @@
 
 #include "PF/PF_Types.h"
 #include "pixel/Plane.h"
+#include "simd/ConvertDepth-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {
@@ -90,9 +91,8 @@ HWY_NOINLINE void UnpackRow(const Plane<P>& src, std::int64_t j, std::int64_t fi
 
 // Lanes(d) pixels to memory. Values are limited already; integers are truncated.
 template <class DF, class V = hn::Vec<DF>>
-HWY_INLINE void StorePixels(DF d, const Channels<V>& p, PF_Pixel8* to) {
-  const hn::RebindToSigned<DF> di;
-  const auto whole = [&](V v) { return hn::ConvertTo(di, v); };
+HWY_INLINE void StorePixels(DF, const Channels<V>& p, PF_Pixel8* to) {
+  const auto whole = [](V v) { return TruncateToInt32(v); };
   const auto low = hn::Or(whole(p.alpha), hn::ShiftLeft<16>(whole(p.green)));
   const auto high = hn::Or(whole(p.red), hn::ShiftLeft<16>(whole(p.blue)));
   hn::StoreU(hn::BitCast(hn::Repartition<std::uint8_t, DF>(), hn::Or(low, hn::ShiftLeft<8>(high))),

@@ -1,0 +1,116 @@
+// Where the samples of a row lie in unpacked source rows, and the taps there, without gathers.
+#if defined(PF_SIMD_BILINEAR_TAPS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SIMD_BILINEAR_TAPS_INL_H
+#undef PF_SIMD_BILINEAR_TAPS_INL_H
+#else
+#define PF_SIMD_BILINEAR_TAPS_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <type_traits>
+
+#include "simd/BilinearBlend-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pf {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR
+
+// As many floats as the depth has lanes.
+template <class P>
+using FloatTag = hn::Rebind<float, RealTag<P>>;
+// Samples that one block of 16 bytes of floats serves.
+template <class P>
+inline constexpr std::size_t kBlocks = (hn::MaxLanes(FloatTag<P>()) + 3) / 4;
+
+template <class P>
+HWY_INLINE RealVec<P> ToReal(hn::Vec<FloatTag<P>> v) {
+  if constexpr (std::is_same_v<RealOf<P>, double>) {
+    return hn::PromoteTo(RealTag<P>(), v);
+  } else {
+    return v;
+  }
+}
+
+// Lanes samples: the column where each block of four starts, the bytes of each sample in its block, and
+// the fraction.
+template <class P>
+struct SamplePlace {
+  std::int64_t column[kBlocks<P>];
+  hn::Vec<hn::Repartition<std::uint8_t, FloatTag<P>>> bytes;
+  RealVec<P> u;
+};
+
+// Positions of samples k = 0, 1, ... from `x` in steps of at most a pixel, relative to element 0 of the
+// planes. So four samples reach over no more than four columns, and one load of four floats serves them.
+template <class P>
+class SamplePositions {
+ public:
+  SamplePositions(std::int64_t x, std::int64_t step) : x_(x), step_(step) {}
+
+  HWY_INLINE SamplePlace<P> At(std::int64_t k) const {
+    const FloatTag<P> d;
+    const hn::RebindToSigned<FloatTag<P>> di;
+    const hn::Repartition<std::uint8_t, FloatTag<P>> d8;
+    const std::int64_t x = x_ + k * step_;
+    const auto steps = hn::Mul(hn::Iota(di, 0), hn::Set(di, static_cast<std::int32_t>(step_)));
+    const auto position = hn::Add(hn::Set(di, static_cast<std::int32_t>(x & 0xFFFF)), steps);
+    const auto column = hn::ShiftRight<16>(position);
+    const auto offset = hn::ShiftLeft<2>(hn::Sub(column, hn::Broadcast<0>(column)));
+    alignas(16) static constexpr std::uint8_t kLowBytes[16] = {0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12};
+    const auto start = hn::TableLookupBytes(hn::BitCast(d8, offset), hn::LoadDup128(d8, kLowBytes));
+    const auto bytes = hn::Add(start, hn::BitCast(d8, hn::Set(di, 0x03020100)));
+    const auto fraction = hn::ConvertTo(d, hn::And(position, hn::Set(di, 0xFFFF)));
+    SamplePlace<P> place = {{}, bytes, ToReal<P>(hn::Mul(fraction, hn::Set(d, 0x1p-16f)))};
+    for (std::size_t b = 0; b < kBlocks<P>; ++b) place.column[b] = (x + static_cast<std::int64_t>(4 * b) * step_) >> 16;
+    return place;
+  }
+
+  // The first of n samples at or behind an element; n if there is none.
+  std::int64_t FirstAt(std::int64_t element, std::int64_t n) const {
+    return std::clamp<std::int64_t>((element * 65536 - x_ + step_ - 1) / step_, 0, n);
+  }
+
+ private:
+  std::int64_t x_, step_;
+};
+
+// Blocks of a vector, each from its own column.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadBlocks(D d, const float* plane, const std::int64_t* column) {
+  if constexpr (hn::MaxLanes(D()) <= 4) {
+    return hn::LoadU(d, plane + *column);
+  } else {
+    const hn::Half<D> half;
+    return hn::Combine(d, LoadBlocks(half, plane, column + hn::MaxLanes(half) / 4), LoadBlocks(half, plane, column));
+  }
+}
+
+template <class P>
+HWY_INLINE Channels<RealVec<P>> LoadTap(const float* planes, std::int64_t stride, const SamplePlace<P>& place) {
+  const FloatTag<P> d;
+  const hn::Repartition<std::uint8_t, FloatTag<P>> d8;
+  const auto tap = [&](std::int64_t c) HWY_ATTR {
+    const auto blocks = hn::BitCast(d8, LoadBlocks(d, planes + c * stride, place.column));
+    return ToReal<P>(hn::BitCast(d, hn::TableLookupBytes(blocks, place.bytes)));
+  };
+  return {tap(0), tap(1), tap(2), tap(3)};
+}
+
+template <class V>
+HWY_INLINE Channels<V> TimesAlpha(const Channels<V>& p) {
+  return {p.alpha, hn::Mul(p.alpha, p.red), hn::Mul(p.alpha, p.green), hn::Mul(p.alpha, p.blue)};
+}
+
+#endif  // HWY_TARGET
+
+}  // namespace HWY_NAMESPACE
+}  // namespace pf
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard
