@@ -1,0 +1,229 @@
+// After: row kernels that differ from one sampler call per pixel in a single bit, that read outside the
+// world or write outside the row, or that use what an earlier row left in the scratch wrongly.
+#include "sample/SampleKernels.h"
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include <algorithm>
+#include <cstring>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "support/Worlds.h"
+
+namespace {
+
+using pf::SampleKernels;
+using pf::SampleRow;
+using pftest::Between;
+using pftest::GuardedMemory;
+using pftest::Random;
+using pftest::TestWorld;
+
+constexpr int kDepths[] = {8, 16, 32};
+constexpr TestWorld::Kind kKinds[] = {TestWorld::kRandom, TestWorld::kOpaque, TestWorld::kEdges, TestWorld::kSparse,
+                                      TestWorld::kRawBits};
+
+// The four families of a table, by number.
+constexpr const char* kFamilies[] = {"straight", "premultiplied", "straight area", "premultiplied area"};
+const SampleKernels::Pair& PairOf(const SampleKernels& kernels, int family, int depth) {
+  const SampleKernels::Pair* families[] = {kernels.bilinear_straight, kernels.bilinear_premul, kernels.area_straight,
+                                           kernels.area_premul};
+  return families[family][pf::DepthIndex(depth)];
+}
+bool IsArea(int family) { return family >= 2; }
+
+// One call of the exported sampler.
+void CallSampler(int family, int depth, std::int32_t x, std::int32_t y, const PF_SampPB* params, void* out) {
+  auto* out8 = static_cast<PF_Pixel8*>(out);
+  auto* out16 = static_cast<PF_Pixel16*>(out);
+  auto* out32 = static_cast<PF_PixelFloat*>(out);
+  switch (4 * pf::DepthIndex(depth) + family) {
+    case 0:
+      return void(PF_SubpixelSample_Straight(nullptr, x, y, params, out8));
+    case 1:
+      return void(PF_SubpixelSample_Premul(nullptr, x, y, params, out8));
+    case 2:
+      return void(PF_AreaSample_Straight(nullptr, x, y, params, out8));
+    case 3:
+      return void(PF_AreaSample_Premul(nullptr, x, y, params, out8));
+    case 4:
+      return void(PF_SubpixelSample_Straight16(nullptr, x, y, params, out16));
+    case 5:
+      return void(PF_SubpixelSample_Premul16(nullptr, x, y, params, out16));
+    case 6:
+      return void(PF_AreaSample_Straight16(nullptr, x, y, params, out16));
+    case 7:
+      return void(PF_AreaSample_Premul16(nullptr, x, y, params, out16));
+    case 8:
+      return void(PF_SubpixelBilinearFloat(nullptr, x, y, params, out32));
+    case 9:
+      return void(PF_SubpixelSample_PremulFloat(nullptr, x, y, params, out32));
+    case 10:
+      return void(PF_AreaSample_StraightFloat(nullptr, x, y, params, out32));
+    default:
+      return void(PF_AreaSample_PremulFloat(nullptr, x, y, params, out32));
+  }
+}
+
+// A copy of rows: where they lie and what they are read from.
+struct Case {
+  int family, depth;
+  TestWorld::Kind kind;
+  std::int32_t width, height, gap;
+  GuardedMemory::Where where;
+  std::int64_t x0, step_x, y0, step_y, n, rows;
+  std::int32_t radius_x, radius_y;
+
+  std::string Text(std::uint64_t seed) const {
+    return std::string(kFamilies[family]) + ", depth " + std::to_string(depth) + ", kind " + std::to_string(kind) +
+           ", seed " + std::to_string(seed) + ", world " + std::to_string(width) + " x " + std::to_string(height) +
+           ", x " + std::to_string(x0) + " + k " + std::to_string(step_x) + ", y " + std::to_string(y0) + " + k " +
+           std::to_string(step_y) + ", " + std::to_string(n) + " samples, radii " + std::to_string(radius_x) + ", " +
+           std::to_string(radius_y);
+  }
+};
+
+// Steps as copies have them: any, whole fractions of a pixel, whole pixels, tiny ones.
+std::int64_t RandomStep(Random& random, std::int64_t limit) {
+  switch (random() % 5) {
+    case 0:
+      return Between(random, 1, limit);
+    case 1:
+      return std::int64_t{65536} >> random() % 6;
+    case 2:
+      return std::min(limit, (std::int64_t{1} + static_cast<std::int64_t>(random() % 8)) * (65536 >> random() % 6));
+    case 3:
+      return 65536;
+    default:
+      return Between(random, 1, 1000);
+  }
+}
+
+// The centred position of a copy, or any around the world.
+std::int64_t RandomStart(Random& random, std::int64_t step, std::int64_t size, std::int64_t count) {
+  switch (random() % 4) {
+    case 0:
+      return Between(random, -3 * 65536, (size + 1) * 65536);
+    case 1:
+      return Between(random, -3, size) * 65536;
+    case 2:
+      return Between(random, -count, size) * 65536 + static_cast<std::int64_t>(random() % 64) * 1024;
+    default:
+      return step / 2 - 32768;
+  }
+}
+
+Case RandomCase(Random& random, int family, int depth) {
+  Case c = {};
+  c.family = family;
+  c.depth = depth;
+  c.kind = kKinds[random() % std::size(kKinds)];
+  c.width = static_cast<std::int32_t>(Between(random, 1, random() % 4 == 0 ? 200 : 67));
+  c.height = static_cast<std::int32_t>(Between(random, 1, random() % 4 == 0 ? 80 : 9));
+  c.gap = static_cast<std::int32_t>(Between(random, 0, 3)) * 16;
+  c.where = random() % 2 == 0 ? GuardedMemory::kEnd : GuardedMemory::kStart;
+  const std::int64_t limit = IsArea(family) ? 20 * 65536 : random() % 8 == 0 ? 3 * 65536 : 65536;
+  c.step_x = RandomStep(random, limit);
+  c.step_y = RandomStep(random, limit);
+  c.n = Between(random, 1, random() % 4 == 0 ? 400 : 67);
+  c.rows = Between(random, 1, 8);
+  c.x0 = RandomStart(random, c.step_x, c.width, c.n * c.step_x / 65536);
+  c.y0 = RandomStart(random, c.step_y, c.height, c.rows * c.step_y / 65536);
+  const auto radius = [&](std::int64_t step) {
+    return static_cast<std::int32_t>(random() % 4 == 0 ? Between(random, 0, limit) : step / 2);
+  };
+  c.radius_x = radius(c.step_x);
+  c.radius_y = radius(c.step_y);
+  return c;
+}
+
+// Runs the rows of a case on `kernels` into memory that ends at a faulting page.
+void RunRows(const SampleKernels& kernels, const Case& c, const PF_SampPB& params, std::vector<std::byte>* pixels) {
+  const SampleKernels::Pair& pair = PairOf(kernels, c.family, c.depth);
+  const std::size_t row_size = static_cast<std::size_t>(c.n * c.depth / 2);
+  const std::uint64_t size = (pair.scratch_size(&params, c.step_x, c.n) + 63) / 64 * 64;
+  GuardedMemory scratch(size), out(row_size), early(row_size, GuardedMemory::kStart);
+  std::memset(scratch.data(), 0, 64);
+  for (std::int64_t k = 0; k < c.rows; ++k) {
+    const GuardedMemory& to = k % 2 == 0 ? out : early;
+    pair.row(SampleRow{&params, c.x0, c.step_x, c.y0 + k * c.step_y, to.data(), c.n}, scratch.data());
+    pixels->insert(pixels->end(), to.data(), to.data() + row_size);
+  }
+}
+
+// Where two results differ first; empty when they do not.
+std::string FirstDifference(const Case& c, const std::vector<std::byte>& got, const std::vector<std::byte>& expected) {
+  const auto at = std::mismatch(got.begin(), got.end(), expected.begin()).first - got.begin();
+  if (at == static_cast<std::ptrdiff_t>(got.size())) return {};
+  const std::int64_t pixel = at / (c.depth / 2);
+  std::ostringstream text;
+  text << "row " << pixel / c.n << ", sample " << pixel % c.n << ":" << std::hex;
+  for (const auto* pixels : {&got, &expected}) {
+    for (std::int64_t i = pixel * c.depth / 2; i < (pixel + 1) * c.depth / 2; ++i) {
+      text << ' ' << std::to_integer<int>((*pixels)[static_cast<std::size_t>(i)]);
+    }
+    if (pixels == &got) text << " instead of";
+  }
+  return text.str();
+}
+
+template <class F>
+void ForEachTarget(F f) {
+  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    hwy::SetSupportedTargetsForTest(target);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    f(pf::VectorSampleKernels(), hwy::TargetName(target));
+  }
+  hwy::SetSupportedTargetsForTest(0);
+  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+class SampleKernelsOfDepth : public testing::TestWithParam<int> {};
+
+TEST_P(SampleKernelsOfDepth, PortableRowsAreOneCallPerPixel) {
+  for (int family = 0; family < 4; ++family) {
+    for (std::uint64_t seed = 0; seed < 40; ++seed) {
+      Random random(seed);
+      const Case c = RandomCase(random, family, GetParam());
+      TestWorld world(c.depth, c.width, c.height, c.gap, c.where);
+      world.Fill(random, c.kind);
+      const PF_SampPB params = {c.radius_x, c.radius_y, 0, world.record()};
+      std::vector<std::byte> rows, calls(static_cast<std::size_t>(c.rows * c.n * c.depth / 2));
+      RunRows(pf::kPortableSampleKernels, c, params, &rows);
+      for (std::int64_t p = 0; p < c.rows * c.n; ++p) {
+        CallSampler(family, c.depth, static_cast<std::int32_t>(c.x0 + p % c.n * c.step_x),
+                    static_cast<std::int32_t>(c.y0 + p / c.n * c.step_y), &params,
+                    &calls[static_cast<std::size_t>(p * c.depth / 2)]);
+      }
+      ASSERT_EQ(FirstDifference(c, rows, calls), "") << c.Text(seed);
+    }
+  }
+}
+
+TEST_P(SampleKernelsOfDepth, EveryTargetGivesThePortableBits) {
+  for (int family = 0; family < 4; ++family) {
+    for (std::uint64_t seed = 0; seed < 500; ++seed) {
+      Random random(seed);
+      const Case c = RandomCase(random, family, GetParam());
+      TestWorld world(c.depth, c.width, c.height, c.gap, c.where);
+      world.Fill(random, c.kind);
+      const PF_SampPB params = {c.radius_x, c.radius_y, 0, world.record()};
+      std::vector<std::byte> expected;
+      RunRows(pf::kPortableSampleKernels, c, params, &expected);
+      ForEachTarget([&](const SampleKernels& kernels, const char* target) {
+        std::vector<std::byte> rows;
+        RunRows(kernels, c, params, &rows);
+        EXPECT_EQ(FirstDifference(c, rows, expected), "") << target << ": " << c.Text(seed);
+      });
+      if (HasFailure()) return;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Depth, SampleKernelsOfDepth, testing::ValuesIn(kDepths),
+                         [](const auto& test) { return std::to_string(test.param); });
+
+}  // namespace
