@@ -7,11 +7,16 @@
 #include <oneapi/tbb/info.h>
 #include <oneapi/tbb/task_arena.h>
 
+#include <algorithm>
 #include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 
 #include "host/vexcore.h"
 #include "u/ThreadState.h"
@@ -60,26 +65,9 @@ class Call {
 
 class Executor {
  public:
-  void Start(std::int32_t threads) {
-    threads_ = threads;
-    if (threads == 1) return;
-    // The scheduler has one worker per further processor unless told that more are wanted.
-    if (threads > oneapi::tbb::info::default_concurrency()) {
-      more_workers_.emplace(oneapi::tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads));
-    }
-    arena_.emplace(threads - 1, 0u);
-    arena_->initialize();
-  }
-
-  void Stop() {
-    for (std::int32_t n = invited_.load(); n != 0; n = invited_.load()) invited_.wait(n);
-    arena_.reset();
-    more_workers_.reset();
-    threads_ = 1;
-  }
-
+  void Start(std::int32_t threads);
+  void Stop();
   std::int32_t threads() const { return threads_; }
-
   void Run(const Task& task) {
     if (threads_ == 1 || t_in_task || !RunOnThreads(task)) RunHere(task);
   }
@@ -88,50 +76,96 @@ class Executor {
   void RunHere(const Task& task) const {
     for (std::int32_t index = 0; index < threads_; ++index) task(index);
   }
-
   // False when there is no memory to share the call; nothing has been run then.
-  bool RunOnThreads(const Task& task) {
-    std::shared_ptr<Call> call;
-    try {
-      call = std::make_shared<Call>(task, threads_);
-      for (std::int32_t worker = 1; worker < threads_; ++worker) Invite(call);
-    } catch (const std::exception&) {
-      if (call == nullptr) return false;
-    }
-    RunTask(task, 0);
-    while (call->RunNext()) {
-    }
-    call->WaitForAll();
-    return true;
-  }
-
-  void Invite(const std::shared_ptr<Call>& call) {
-    invited_.fetch_add(1);
-    try {
-      arena_->enqueue([this, call] {
-        call->RunNext();
-        Left();
-      });
-    } catch (...) {
-      Left();
-      throw;
-    }
-  }
-
-  void Left() {
-    invited_.fetch_sub(1);
-    invited_.notify_all();
-  }
+  bool RunOnThreads(const Task& task);
+  void InviteWorkers(const std::shared_ptr<Call>& call);
+  // What an invited worker does.
+  void TakePart();
+  std::shared_ptr<Call> AcceptInvitation();
+  void Leave();
 
   std::int32_t threads_ = 1;
   std::optional<oneapi::tbb::global_control> more_workers_;
   std::optional<oneapi::tbb::task_arena> arena_;
-  std::atomic<std::int32_t> invited_{0};  // workers that have been asked and have not left yet
+  std::mutex mutex_;  // of what follows
+  std::deque<std::shared_ptr<Call>> invitations_;
+  std::int32_t guests_ = 0;  // workers that have been invited and have not left yet
+  std::condition_variable guest_left_;
 };
 
 Executor& TheExecutor() {
   static Executor executor;
   return executor;
+}
+
+void Executor::Start(std::int32_t threads) {
+  threads_ = threads;
+  if (threads == 1) return;
+  // The scheduler has one worker per further processor unless told that more are wanted.
+  if (threads > oneapi::tbb::info::default_concurrency()) {
+    more_workers_.emplace(oneapi::tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads));
+  }
+  arena_.emplace(threads - 1, 0u);
+  arena_->initialize();
+}
+
+void Executor::Stop() {
+  {
+    std::unique_lock lock(mutex_);
+    guest_left_.wait(lock, [this] { return guests_ == 0; });
+  }
+  arena_.reset();
+  more_workers_.reset();
+  threads_ = 1;
+}
+
+bool Executor::RunOnThreads(const Task& task) {
+  std::shared_ptr<Call> call;
+  try {
+    call = std::make_shared<Call>(task, threads_);
+    InviteWorkers(call);
+  } catch (const std::exception&) {
+    if (call == nullptr) return false;
+  }
+  RunTask(task, 0);
+  while (call->RunNext()) {
+  }
+  call->WaitForAll();
+  return true;
+}
+
+// The call is handed over under a lock of our own rather than inside the scheduler's task, so that tools
+// which cannot look into the scheduler see the order.
+void Executor::InviteWorkers(const std::shared_ptr<Call>& call) {
+  const std::lock_guard lock(mutex_);
+  for (std::int32_t worker = 1; worker < threads_; ++worker) {
+    invitations_.push_back(call);
+    try {
+      arena_->enqueue([] { TheExecutor().TakePart(); });
+    } catch (...) {
+      invitations_.pop_back();
+      throw;
+    }
+    ++guests_;
+  }
+}
+
+void Executor::TakePart() {
+  AcceptInvitation()->RunNext();
+  Leave();
+}
+
+// There is one invitation for each guest.
+std::shared_ptr<Call> Executor::AcceptInvitation() {
+  const std::lock_guard lock(mutex_);
+  std::shared_ptr<Call> call = std::move(invitations_.front());
+  invitations_.pop_front();
+  return call;
+}
+
+void Executor::Leave() {
+  const std::lock_guard lock(mutex_);
+  if (--guests_ == 0) guest_left_.notify_all();
 }
 
 }  // namespace
@@ -160,3 +194,17 @@ std::int32_t U_GetNumThreads() { return pfhost::TheExecutor().threads(); }
 void vexcore::ExecuteCPUBoundTaskOnAllProcessorsWithProcessorIndex(const boost::function<void(std::int32_t)>& task) {
   if (!task.empty()) pfhost::TheExecutor().Run(task);
 }
+
+#if defined(__SANITIZE_THREAD__)
+#define PFHOST_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define PFHOST_THREAD_SANITIZER 1
+#endif
+#endif
+
+#if defined(PFHOST_THREAD_SANITIZER)
+// The scheduler's library is not instrumented: the life of its task objects, which its headers write and
+// read, looks like races. Only reports whose own access is in those headers are left out.
+extern "C" HOST_EXPORT const char* __tsan_default_suppressions() { return "race_top:oneapi/tbb/\n"; }
+#endif
