@@ -43,29 +43,36 @@ struct RowCache {
   static constexpr std::int64_t kOutside = -1;
 
   std::byte* base;
-  std::int64_t plane_stride;   // floats per plane of a source row
+  std::int64_t plane_count;    // planes of a source row, of 4-byte elements
+  std::int64_t plane_stride;   // elements per plane
   std::int64_t spread_stride;  // reals per plane of a spread row
   std::int64_t spread_bytes;   // of one spread row of four planes
 
   static constexpr std::int64_t RoundUp(std::int64_t count) { return (count + kLanesSlack + 15) / 16 * 16; }
 
   // `real_size` 0: rows are not spread.
-  constexpr RowCache(std::byte* scratch, std::int64_t columns, std::int64_t n, std::int64_t real_size)
+  constexpr RowCache(std::byte* scratch, std::int64_t columns, std::int64_t planes, std::int64_t n,
+                     std::int64_t real_size)
       : base(scratch),
+        plane_count(planes),
         plane_stride(RoundUp(columns)),
         spread_stride(RoundUp(n)),
         spread_bytes(4 * spread_stride * real_size) {}
 
   Head& head() const { return *reinterpret_cast<Head*>(base); }
-  float* planes(std::int64_t slot) const { return reinterpret_cast<float*>(base + 64) + slot * 4 * plane_stride; }
+  template <class Element>
+  Element* planes(std::int64_t slot) const {
+    static_assert(sizeof(Element) == 4);
+    return reinterpret_cast<Element*>(base + 64 + slot * PlaneBytes());
+  }
   template <class Real>
   Real* spread(std::int64_t slot, bool with_alpha) const {
     return reinterpret_cast<Real*>(base + 64 + 2 * PlaneBytes() + (2 * slot + (with_alpha ? 1 : 0)) * spread_bytes);
   }
   AlphaClass* classes() const { return reinterpret_cast<AlphaClass*>(base + 64 + 2 * PlaneBytes() + 4 * spread_bytes); }
-  constexpr std::int64_t PlaneBytes() const { return 4 * plane_stride * std::int64_t{sizeof(float)}; }
+  constexpr std::int64_t PlaneBytes() const { return plane_count * plane_stride * 4; }
   constexpr std::int64_t Size() const {
-    return 64 + 2 * PlaneBytes() + 4 * spread_bytes + plane_stride / kTileBlocks + 1;
+    return (64 + 2 * PlaneBytes() + 4 * spread_bytes + plane_stride / kTileBlocks + 64) / 64 * 64;
   }
 };
 static_assert(sizeof(RowCache::Head) <= 64);

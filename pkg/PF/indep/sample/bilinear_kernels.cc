@@ -10,7 +10,9 @@
 #include "sample/Bilinear.h"
 #include "sample/RowCache.h"
 #include "sample/SampleKernels.h"
+#include "simd/AlphaClass-inl.h"
 #include "simd/BilinearBlend-inl.h"
+#include "simd/BilinearFixed-inl.h"
 #include "simd/BilinearTaps-inl.h"
 #include "simd/SampleRows-inl.h"
 
@@ -33,11 +35,12 @@ constexpr int kSharedBits(bool with_alpha) {
 // Two unpacked source rows and the samples between them.
 template <class P>
 struct RowJob {
-  const float* upper;
-  const float* lower;
+  const HeldElement<P>* upper;
+  const HeldElement<P>* lower;
   std::int64_t stride;
   SamplePositions<P> positions;
-  RealOf<P> v;
+  std::int64_t fy;
+  RealOf<P> v;  // fy in pixels
   P* out;
 };
 
@@ -80,7 +83,7 @@ struct BlendSampler {
     return Select<P>(hn::Eq(place.u, hn::Zero(d)), taps.p00, out);
   }
 
-  const float *upper, *lower;
+  const HeldElement<P>*upper, *lower;
   std::int64_t stride;
   SamplePositions<P> positions;
   V v;
@@ -100,8 +103,8 @@ HWY_INLINE V Lerp(V u, V c0, V c1) {
 // Blends a source row along itself at every sample: with alpha, the sums of alpha and of alpha times
 // colour; else of colour alone.
 template <class P, bool with_alpha>
-HWY_NOINLINE void SpreadRow(const float* planes, std::int64_t stride, SamplePositions<P> positions, std::int64_t n,
-                            std::int64_t out_stride, RealOf<P>* out) {
+HWY_NOINLINE void SpreadRow(const HeldElement<P>* planes, std::int64_t stride, SamplePositions<P> positions,
+                            std::int64_t n, std::int64_t out_stride, RealOf<P>* out) {
   const RealTag<P> d;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   for (std::int64_t k = 0; k < n; k += lanes) {
@@ -151,38 +154,12 @@ HWY_NOINLINE void SharedRange(const RowJob<P>& job, const RealOf<P>* upper, cons
       SharedSampler<P, with_alpha>{upper, lower, stride, hn::Set(d, job.v), hn::Set(d, static_cast<RealOf<P>>(alpha))});
 }
 
-// The class of blocks m..end-1.
-template <class P>
-HWY_INLINE AlphaClass ClassOf(const float* upper, const float* lower, std::int64_t stride, std::int64_t m,
-                              std::int64_t end) {
-  const hn::ScalableTag<float> d;
-  const hn::RebindToUnsigned<decltype(d)> du;
-  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  const std::int64_t first = m;
-  bool any_equal = false, all_equal = true;
-  for (; m < end; m += lanes) {
-    const auto a00 = hn::LoadU(d, upper + m), a10 = hn::LoadU(d, upper + m + 1);
-    const auto a01 = hn::LoadU(d, lower + m), a11 = hn::LoadU(d, lower + m + 1);
-    const auto valid = hn::FirstN(d, static_cast<std::size_t>(std::min(end - m, lanes)));
-    const auto equal = hn::And(hn::And(hn::Eq(a00, a10), hn::Eq(a00, a01)), hn::Eq(a00, a11));
-    const auto alike = hn::Or(equal, AllSameBits<PF_PixelFloat>(a00, a10, a01, a11));
-    any_equal = any_equal || !hn::AllFalse(d, hn::And(valid, alike));
-    all_equal = all_equal && hn::AllFalse(d, hn::AndNot(equal, valid));
-  }
-  if (!any_equal) return AlphaClass::kDiffering;
-  if (!all_equal) return AlphaClass::kMixed;
-  if (upper[first] > 0.0f) return AlphaClass::kEqual;
-  // Alpha is 0 all over: the colours decide.
-  auto bits = hn::Zero(du);
-  for (m = first; m <= end; m += lanes) {
-    const auto valid = hn::RebindMask(du, hn::FirstN(d, static_cast<std::size_t>(std::min(end + 1 - m, lanes))));
-    for (std::int64_t c = 0; c < 4; ++c) {
-      const auto both = hn::Or(hn::BitCast(du, hn::LoadU(d, upper + c * stride + m)),
-                               hn::BitCast(du, hn::LoadU(d, lower + c * stride + m)));
-      bits = hn::Or(bits, hn::IfThenElseZero(valid, both));
-    }
-  }
-  return hn::AllTrue(du, hn::Eq(bits, hn::Zero(du))) ? AlphaClass::kClear : AlphaClass::kMixed;
+// Samples begin..end-1 in integers; `Sampler` is one of the fixed ones.
+template <class Sampler>
+HWY_NOINLINE void FixedRange(const RowJob<PF_Pixel8>& job, int bits_u, int bits_v, std::int64_t begin,
+                             std::int64_t end) {
+  const FixedRows rows = {job.upper, job.lower, job.positions};
+  ForLanes(begin, end, job.out, Sampler(rows, begin, bits_u, job.fy >> (16 - bits_v), bits_v));
 }
 
 // One row of samples.
@@ -196,17 +173,19 @@ class StraightRow {
         window_(WindowOf(row.x0, row.step_x, row.n)),
         cache_(CacheFor(scratch, window_.count, row.n)),
         n_(row.n),
-        bits_(FractionBits(row.x0, row.step_x) + FractionBits(row.y, 65536)),
+        bits_u_(FractionBits(row.x0, row.step_x)),
+        bits_v_(FractionBits(row.y, 65536)),
         j_(WholePart(row.y)),
         job_{Hold(j_),
              Hold(j_ + 1),
              cache_.plane_stride,
              {row.x0 - window_.first * 65536, row.step_x},
+             Fraction(row.y),
              static_cast<Real>(Fraction(row.y)) / Real(65536),
              static_cast<P*>(row.out)} {}
 
   static constexpr RowCache CacheFor(std::byte* scratch, std::int64_t columns, std::int64_t n) {
-    return RowCache(scratch, columns, n, kIsFloat<P> ? 0 : sizeof(Real));
+    return RowCache(scratch, columns, HeldRow<P>::kPlanes, n, kIsFloat<P> ? 0 : sizeof(Real));
   }
 
   void Run() {
@@ -225,24 +204,26 @@ class StraightRow {
 
  private:
   // Row j unpacked, from the scratch when it is there.
-  const float* Hold(std::int64_t j) {
+  const HeldElement<P>* Hold(std::int64_t j) {
     const std::int64_t slot = j & 1;
     RowCache::Head& head = cache_.head();
     const std::int64_t key = j >= 0 && j < src_.height ? j + 1 : RowCache::kOutside;
     if (head.held[slot] != key) {
-      UnpackRow(src_, j, window_.first, window_.count, cache_.plane_stride, cache_.planes(slot));
+      HoldRow(src_, j, window_.first, window_.count, cache_.plane_stride, Planes(slot));
       head.held[slot] = key;
       head.spread[slot][0] = head.spread[slot][1] = 0;
     }
-    return cache_.planes(slot);
+    return Planes(slot);
   }
+
+  HeldElement<P>* Planes(std::int64_t slot) const { return cache_.template planes<HeldElement<P>>(slot); }
 
   const AlphaClass* Classify(std::int64_t blocks, std::int64_t tiles) {
     AlphaClass* classes = cache_.classes();
     if (cache_.head().classified == j_ + 2) return classes;
     for (std::int64_t tile = 0; tile < tiles; ++tile) {
       const std::int64_t first = tile * kTileBlocks, end = std::min(first + kTileBlocks, blocks);
-      classes[tile] = ClassOf<P>(job_.upper, job_.lower, job_.stride, first, end);
+      classes[tile] = ClassOf(job_.upper, job_.lower, HeldRow<P>::kPlanes, job_.stride, first, end);
     }
     cache_.head().classified = j_ + 2;
     return classes;
@@ -250,7 +231,7 @@ class StraightRow {
 
   // Whether spreading whole rows is right and pays for this class: it has a quarter of the tiles.
   bool Shares(const AlphaClass* classes, std::int64_t tiles, AlphaClass alphas, bool with_alpha) const {
-    return bits_ <= kSharedBits<P>(with_alpha) && 4 * std::count(classes, classes + tiles, alphas) >= tiles;
+    return bits_u_ + bits_v_ <= kSharedBits<P>(with_alpha) && 4 * std::count(classes, classes + tiles, alphas) >= tiles;
   }
 
   void RunRange(AlphaClass alphas, std::int64_t element, std::int64_t begin, std::int64_t end) {
@@ -258,9 +239,11 @@ class StraightRow {
       case AlphaClass::kMixed:
         return BlendRange<P, AlphaClass::kMixed>(job_, begin, end);
       case AlphaClass::kDiffering:
+        if (RunFixed<FixedDifferingSampler>(7, begin, end)) return;
         if (shares_differing_) return RunShared<true>(element, begin, end);
         return BlendRange<P, AlphaClass::kDiffering>(job_, begin, end);
       case AlphaClass::kEqual:
+        if (RunFixed<FixedEqualSampler>(8, begin, end)) return;
         if (shares_equal_) return RunShared<false>(element, begin, end);
         // A uniform block of floats does not come out exactly.
         return BlendRange < P, kIsFloat<P> ? AlphaClass::kMixed : AlphaClass::kEqual > (job_, begin, end);
@@ -269,11 +252,23 @@ class StraightRow {
     }
   }
 
+  // In integers of at most `bits` fraction bits, if that can be done. Rows without a vertical fraction may
+  // have integral positions, which follow another rule.
+  template <class Sampler>
+  bool RunFixed([[maybe_unused]] int bits, [[maybe_unused]] std::int64_t begin, [[maybe_unused]] std::int64_t end) {
+    if constexpr (sizeof(P) == sizeof(PF_Pixel8)) {
+      if (job_.fy == 0 || bits_u_ + bits_v_ > bits || !FixedFits(job_.positions, bits_u_)) return false;
+      if (begin < end) FixedRange<Sampler>(job_, bits_u_, bits_v_, begin, end);
+      return true;
+    }
+    return false;
+  }
+
   template <bool with_alpha>
   void RunShared(std::int64_t element, std::int64_t begin, std::int64_t end) {
     if constexpr (!kIsFloat<P>) {
       SharedRange<P, with_alpha>(job_, Spread<with_alpha>(j_), Spread<with_alpha>(j_ + 1), cache_.spread_stride,
-                                 job_.upper[element], begin, end);
+                                 AlphaOf(job_.upper[element]), begin, end);
     }
   }
 
@@ -283,8 +278,7 @@ class StraightRow {
     Real* spread = cache_.template spread<Real>(slot, with_alpha);
     std::int64_t& done = cache_.head().spread[slot][with_alpha ? 1 : 0];
     if (done == 0) {
-      SpreadRow<P, with_alpha>(cache_.planes(slot), cache_.plane_stride, job_.positions, n_, cache_.spread_stride,
-                               spread);
+      SpreadRow<P, with_alpha>(Planes(slot), cache_.plane_stride, job_.positions, n_, cache_.spread_stride, spread);
       done = 1;
     }
     return spread;
@@ -294,7 +288,7 @@ class StraightRow {
   ColumnWindow window_;
   RowCache cache_;
   std::int64_t n_;
-  int bits_;
+  int bits_u_, bits_v_;
   std::int64_t j_;
   RowJob<P> job_;
   bool shares_equal_ = false, shares_differing_ = false;

@@ -37,8 +37,8 @@ HWY_INLINE RealVec<P> ToReal(hn::Vec<FloatTag<P>> v) {
   }
 }
 
-// Lanes samples: the column where each block of four starts, the bytes of each sample in its block, and
-// the fraction.
+// Lanes samples: the column where each block of four starts, the bytes of each sample in its block (of
+// packed pixels the alpha, as a 32-bit value), and the fraction.
 template <class P>
 struct SamplePlace {
   std::int64_t column[kBlocks<P>];
@@ -62,14 +62,21 @@ class SamplePositions {
     const auto position = hn::Add(hn::Set(di, static_cast<std::int32_t>(x & 0xFFFF)), steps);
     const auto column = hn::ShiftRight<16>(position);
     const auto offset = hn::ShiftLeft<2>(hn::Sub(column, hn::Broadcast<0>(column)));
-    alignas(16) static constexpr std::uint8_t kLowBytes[16] = {0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12};
-    const auto start = hn::TableLookupBytes(hn::BitCast(d8, offset), hn::LoadDup128(d8, kLowBytes));
-    const auto bytes = hn::Add(start, hn::BitCast(d8, hn::Set(di, 0x03020100)));
+    auto bytes = hn::BitCast(d8, hn::Or(offset, hn::Set(di, static_cast<std::int32_t>(0x80808000u))));
+    if constexpr (HeldRow<P>::kPlanes == 4) {
+      alignas(16) static constexpr std::uint8_t kFirst[16] = {0, 0, 0, 0, 4, 4, 4, 4, 8, 8, 8, 8, 12, 12, 12, 12};
+      const auto start = hn::TableLookupBytes(hn::BitCast(d8, offset), hn::LoadDup128(d8, kFirst));
+      bytes = hn::Add(start, hn::BitCast(d8, hn::Set(di, 0x03020100)));
+    }
     const auto fraction = hn::ConvertTo(d, hn::And(position, hn::Set(di, 0xFFFF)));
     SamplePlace<P> place = {{}, bytes, ToReal<P>(hn::Mul(fraction, hn::Set(d, 0x1p-16f)))};
-    for (std::size_t b = 0; b < kBlocks<P>; ++b) place.column[b] = (x + static_cast<std::int64_t>(4 * b) * step_) >> 16;
+    for (std::size_t b = 0; b < kBlocks<P>; ++b) place.column[b] = ColumnAt(k + static_cast<std::int64_t>(4 * b));
     return place;
   }
+
+  std::int64_t ColumnAt(std::int64_t k) const { return (x_ + k * step_) >> 16; }
+  std::int64_t FractionAt(std::int64_t k) const { return (x_ + k * step_) & 0xFFFF; }
+  std::int64_t step() const { return step_; }
 
   // The first of n samples at or behind an element; n if there is none.
   std::int64_t FirstAt(std::int64_t element, std::int64_t n) const {
@@ -82,7 +89,7 @@ class SamplePositions {
 
 // Blocks of a vector, each from its own column.
 template <class D>
-HWY_INLINE hn::Vec<D> LoadBlocks(D d, const float* plane, const std::int64_t* column) {
+HWY_INLINE hn::Vec<D> LoadBlocks(D d, const hn::TFromD<D>* plane, const std::int64_t* column) {
   if constexpr (hn::MaxLanes(D()) <= 4) {
     return hn::LoadU(d, plane + *column);
   } else {
@@ -98,6 +105,19 @@ HWY_INLINE Channels<RealVec<P>> LoadTap(const float* planes, std::int64_t stride
   const auto tap = [&](std::int64_t c) HWY_ATTR {
     const auto blocks = hn::BitCast(d8, LoadBlocks(d, planes + c * stride, place.column));
     return ToReal<P>(hn::BitCast(d, hn::TableLookupBytes(blocks, place.bytes)));
+  };
+  return {tap(0), tap(1), tap(2), tap(3)};
+}
+
+template <class P>
+HWY_INLINE Channels<RealVec<P>> LoadTap(const std::uint32_t* pixels, std::int64_t, const SamplePlace<P>& place) {
+  const FloatTag<P> d;
+  const hn::RebindToSigned<FloatTag<P>> di;
+  const hn::Repartition<std::uint8_t, FloatTag<P>> d8;
+  const auto blocks = hn::BitCast(d8, LoadBlocks(hn::RebindToUnsigned<FloatTag<P>>(), pixels, place.column));
+  const auto tap = [&](std::int32_t c) HWY_ATTR {
+    const auto bytes = hn::Add(place.bytes, hn::BitCast(d8, hn::Set(di, c)));
+    return hn::ConvertTo(d, hn::BitCast(di, hn::TableLookupBytesOr0(blocks, bytes)));
   };
   return {tap(0), tap(1), tap(2), tap(3)};
 }

@@ -1,4 +1,4 @@
-// Source rows unpacked into four planes of floats, and destination vectors packed into pixels.
+// Source rows made ready for sampling, and vectors of samples stored as pixels.
 #if defined(PF_SIMD_SAMPLE_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef PF_SIMD_SAMPLE_ROWS_INL_H
 #undef PF_SIMD_SAMPLE_ROWS_INL_H
@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "PF/PF_Types.h"
 #include "pixel/Plane.h"
@@ -30,17 +31,6 @@ struct Channels {
 
 // Lanes(d) pixels as floats. All integer values are exact.
 template <class DF, class V = hn::Vec<DF>>
-HWY_INLINE Channels<V> LoadPixels(DF d, const PF_Pixel8* from) {
-  const hn::RebindToSigned<DF> di;
-  const auto packed = hn::BitCast(hn::RebindToUnsigned<DF>(), hn::LoadU(hn::Repartition<std::uint8_t, DF>(),
-                                                                        reinterpret_cast<const std::uint8_t*>(from)));
-  const auto byte = hn::Set(hn::RebindToUnsigned<DF>(), 0xFF);
-  const auto real = [&](auto bits) { return hn::ConvertTo(d, hn::BitCast(di, bits)); };
-  return {real(hn::And(packed, byte)), real(hn::And(hn::ShiftRight<8>(packed), byte)),
-          real(hn::And(hn::ShiftRight<16>(packed), byte)), real(hn::ShiftRight<24>(packed))};
-}
-
-template <class DF, class V = hn::Vec<DF>>
 HWY_INLINE Channels<V> LoadPixels(DF d, const PF_Pixel16* from) {
   const hn::Rebind<std::uint16_t, DF> d16;
   const hn::RebindToSigned<DF> di;
@@ -57,36 +47,57 @@ HWY_INLINE Channels<V> LoadPixels(DF d, const PF_PixelFloat* from) {
   return p;
 }
 
-// Unpacks columns first..first+count-1 of row `j` into planes of `stride` floats; what lies outside the
-// world, and the rest of every plane, is zero.
+// How a source row is kept for sampling: 8-bit pixels as they are, others as four planes of floats.
 template <class P>
-HWY_NOINLINE void UnpackRow(const Plane<P>& src, std::int64_t j, std::int64_t first, std::int64_t count,
-                            std::int64_t stride, float* HWY_RESTRICT planes) {
+struct HeldRow {
+  using Element = float;
+  static constexpr std::int64_t kPlanes = 4;
+};
+template <>
+struct HeldRow<PF_Pixel8> {
+  using Element = std::uint32_t;
+  static constexpr std::int64_t kPlanes = 1;
+};
+template <class P>
+using HeldElement = typename HeldRow<P>::Element;
+
+// Pixels of a row to planes.
+template <class P>
+HWY_INLINE void UnpackPixels(const P* from, std::int64_t n, std::int64_t stride, float* HWY_RESTRICT planes) {
   const hn::ScalableTag<float> d;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  const std::int64_t left = std::clamp<std::int64_t>(-first, 0, count);
-  const std::int64_t right = j >= 0 && j < src.height ? std::clamp(src.width - first, left, count) : left;
-  for (int c = 0; c < 4; ++c) {
-    std::fill_n(planes + c * stride, left, 0.0f);
-    std::fill_n(planes + c * stride + right, stride - right, 0.0f);
-  }
-  if (left == right) return;
-  const P* row = src.Row(j);
-  std::int64_t m = left;
-  for (; m + lanes <= right; m += lanes) {
-    const auto p = LoadPixels(d, row + (first + m));
+  std::int64_t m = 0;
+  for (; m + lanes <= n; m += lanes) {
+    const auto p = LoadPixels(d, from + m);
     hn::StoreU(p.alpha, d, planes + m);
     hn::StoreU(p.red, d, planes + stride + m);
     hn::StoreU(p.green, d, planes + 2 * stride + m);
     hn::StoreU(p.blue, d, planes + 3 * stride + m);
   }
-  for (; m < right; ++m) {
-    const P& pixel = row[first + m];
-    planes[m] = static_cast<float>(pixel.alpha);
-    planes[stride + m] = static_cast<float>(pixel.red);
-    planes[2 * stride + m] = static_cast<float>(pixel.green);
-    planes[3 * stride + m] = static_cast<float>(pixel.blue);
+  for (; m < n; ++m) {
+    planes[m] = static_cast<float>(from[m].alpha);
+    planes[stride + m] = static_cast<float>(from[m].red);
+    planes[2 * stride + m] = static_cast<float>(from[m].green);
+    planes[3 * stride + m] = static_cast<float>(from[m].blue);
   }
+}
+
+HWY_INLINE void UnpackPixels(const PF_Pixel8* from, std::int64_t n, std::int64_t, std::uint32_t* HWY_RESTRICT to) {
+  std::memcpy(to, from, static_cast<std::size_t>(n) * sizeof(PF_Pixel8));
+}
+
+// Keeps columns first..first+count-1 of row `j`; what lies outside the world, and the rest of a plane's
+// `stride` elements, is zero.
+template <class P>
+HWY_NOINLINE void HoldRow(const Plane<P>& src, std::int64_t j, std::int64_t first, std::int64_t count,
+                          std::int64_t stride, HeldElement<P>* HWY_RESTRICT held) {
+  const std::int64_t left = std::clamp<std::int64_t>(-first, 0, count);
+  const std::int64_t right = j >= 0 && j < src.height ? std::clamp(src.width - first, left, count) : left;
+  for (std::int64_t c = 0; c < HeldRow<P>::kPlanes; ++c) {
+    std::fill_n(held + c * stride, left, HeldElement<P>{0});
+    std::fill_n(held + c * stride + right, stride - right, HeldElement<P>{0});
+  }
+  if (left < right) UnpackPixels(src.Row(j) + (first + left), right - left, stride, held + left);
 }
 
 // Lanes(d) pixels to memory. Values are limited already; integers are truncated.

@@ -1,0 +1,89 @@
+// How the alphas of the blocks between two held rows compare.
+#if defined(PF_SIMD_ALPHA_CLASS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SIMD_ALPHA_CLASS_INL_H
+#undef PF_SIMD_ALPHA_CLASS_INL_H
+#else
+#define PF_SIMD_ALPHA_CLASS_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "sample/RowCache.h"
+#include "simd/SampleRows-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pf {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR
+
+inline float AlphaOf(float alpha) { return alpha; }
+inline float AlphaOf(std::uint32_t pixel) { return static_cast<float>(pixel & 0xFF); }
+
+HWY_INLINE auto LoadAlphas(const float* held) { return hn::LoadU(hn::ScalableTag<float>(), held); }
+HWY_INLINE auto LoadAlphas(const std::uint32_t* held) {
+  const hn::ScalableTag<std::uint32_t> d;
+  return hn::And(hn::LoadU(d, held), hn::Set(d, 0xFF));
+}
+
+// Four vectors equal, as a mask of 32-bit lanes.
+template <class V>
+HWY_INLINE auto AllEqual(V a, V b, V c, V d) {
+  return hn::And(hn::And(hn::Eq(a, b), hn::Eq(a, c)), hn::Eq(a, d));
+}
+
+// Whether columns m..end of both rows have no bit set.
+template <class Element>
+HWY_INLINE bool AllZeroBits(const Element* upper, const Element* lower, std::int64_t planes, std::int64_t stride,
+                            std::int64_t m, std::int64_t end) {
+  const hn::ScalableTag<Element> d;
+  const hn::ScalableTag<std::uint32_t> du;
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  auto bits = hn::Zero(du);
+  for (; m <= end; m += lanes) {
+    const auto valid = hn::FirstN(du, static_cast<std::size_t>(std::min(end + 1 - m, lanes)));
+    for (std::int64_t c = 0; c < planes; ++c) {
+      const auto both = hn::Or(hn::BitCast(du, hn::LoadU(d, upper + c * stride + m)),
+                               hn::BitCast(du, hn::LoadU(d, lower + c * stride + m)));
+      bits = hn::Or(bits, hn::IfThenElseZero(valid, both));
+    }
+  }
+  return hn::AllTrue(du, hn::Eq(bits, hn::Zero(du)));
+}
+
+// The class of blocks m..end-1.
+template <class Element>
+HWY_INLINE AlphaClass ClassOf(const Element* upper, const Element* lower, std::int64_t planes, std::int64_t stride,
+                              std::int64_t m, std::int64_t end) {
+  const hn::ScalableTag<Element> d;
+  const hn::ScalableTag<std::uint32_t> du;
+  const std::int64_t first = m, lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  bool any_equal = false, all_equal = true;
+  for (; m < end; m += lanes) {
+    const auto a00 = LoadAlphas(upper + m), a10 = LoadAlphas(upper + m + 1);
+    const auto a01 = LoadAlphas(lower + m), a11 = LoadAlphas(lower + m + 1);
+    const auto bits = [&](auto v) HWY_ATTR { return hn::BitCast(du, v); };
+    const auto equal = hn::RebindMask(du, AllEqual(a00, a10, a01, a11));
+    // Not-a-numbers are not equal, but may make a uniform block.
+    const auto alike = hn::Or(equal, AllEqual(bits(a00), bits(a10), bits(a01), bits(a11)));
+    const auto valid = hn::FirstN(du, static_cast<std::size_t>(std::min(end - m, lanes)));
+    any_equal = any_equal || !hn::AllFalse(du, hn::And(valid, alike));
+    all_equal = all_equal && hn::AllFalse(du, hn::AndNot(equal, valid));
+  }
+  if (!any_equal) return AlphaClass::kDiffering;
+  if (!all_equal) return AlphaClass::kMixed;
+  if (AlphaOf(upper[first]) > 0.0f) return AlphaClass::kEqual;
+  return AllZeroBits(upper, lower, planes, stride, first, end) ? AlphaClass::kClear : AlphaClass::kMixed;
+}
+
+#endif  // HWY_TARGET
+
+}  // namespace HWY_NAMESPACE
+}  // namespace pf
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard
