@@ -18,4 +18,11 @@
 #define PF_EXPORT __attribute__((visibility("default")))
 #endif
 
+/// On records that exported templates are instantiated with: a template is as visible as its arguments.
+#if defined(_WIN32)
+#define PF_EXPORT_TYPE
+#else
+#define PF_EXPORT_TYPE PF_EXPORT
+#endif
+
 #endif

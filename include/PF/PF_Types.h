@@ -16,19 +16,19 @@ struct BM_World;
 class PF_World;
 
 /// Four 8-bit channels, 0..255.
-struct PF_Pixel8 {
+struct PF_EXPORT_TYPE PF_Pixel8 {
   std::uint8_t alpha, red, green, blue;
 };
 /// Four 16-bit channels, 0..32768. Values above 32768 can be stored but mean nothing.
-struct PF_Pixel16 {
+struct PF_EXPORT_TYPE PF_Pixel16 {
   std::uint16_t alpha, red, green, blue;
 };
 /// Four float channels, 0..1 for the range that integers have; values outside are legal.
-struct PF_PixelFloat {
+struct PF_EXPORT_TYPE PF_PixelFloat {
   float alpha, red, green, blue;
 };
 /// Four doubles: the accumulator of sums over many pixels.
-struct PF_PixelDouble {
+struct PF_EXPORT_TYPE PF_PixelDouble {
   double alpha, red, green, blue;
 };
 static_assert(sizeof(PF_Pixel8) == 4 && sizeof(PF_Pixel16) == 8 && sizeof(PF_PixelFloat) == 16, "pixel layout");

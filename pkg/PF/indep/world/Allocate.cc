@@ -1,7 +1,7 @@
 #include "world/Allocate.h"
 
 #include <algorithm>
-#include <charconv>
+#include <cstdio>
 #include <cstring>
 
 #include "lifecycle/Globals.h"
@@ -40,7 +40,7 @@ struct Frame {
 };
 
 struct NumberText {
-  explicit NumberText(std::int32_t number) { *std::to_chars(digits, digits + sizeof(digits) - 1, number).ptr = 0; }
+  explicit NumberText(std::int32_t number) { std::snprintf(digits, sizeof(digits), "%d", number); }
   char digits[16];
 };
 
