@@ -9,6 +9,7 @@
 #ifndef PF_ERRORS_H
 #define PF_ERRORS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 
@@ -60,6 +61,8 @@ struct PF_ProgressInfo {
   PF_ProgressFunc progress;
 };
 }
-static_assert(sizeof(PF_ProgressInfo) == 24, "crosses the plug-in boundary");
+static_assert(sizeof(PF_ProgressInfo) == 24 && offsetof(PF_ProgressInfo, abort) == 8 &&
+                  offsetof(PF_ProgressInfo, progress) == 16,
+              "crosses the plug-in boundary");
 
 #endif

@@ -20,13 +20,13 @@ enum : std::int32_t { PF_OVERRIDE_COUNT = 117 };
 
 extern "C" {
 
-/// Starts the library: vector tables, routine slots, geometry, dither sequence, frame blending and
-/// scratch buffers, acceleration modules, vector routines, log entry, in this order.
+/// Starts the library: vector targets, routine slots, geometry, dither sequence, scratch memory,
+/// acceleration modules, vector routines, log entry, in this order.
 /// \return 0, or the first failing step's code. Earlier steps are not undone, steps that need a failed
 ///   one (the dither sequence needs geometry) are skipped, the others are done; call PF_Death all the same.
 PF_EXPORT PF_Err PF_Birth();
 
-/// Stops the library: log entry, scratch buffers, acceleration modules (each gets its shutdown
+/// Stops the library: log entry, scratch memory, acceleration modules (each gets its shutdown
 /// selector), geometry. \return the first non-zero code of these steps.
 PF_EXPORT PF_Err PF_Death();
 
@@ -39,16 +39,19 @@ PF_EXPORT PF_Err PF_CheckVersions(std::uint32_t caller_module, std::int32_t expe
 /// \return PF_PACKAGE_VERSION.
 PF_EXPORT std::int32_t PF_PkgObjectVersion();
 
-/// Gives back memory the library keeps for speed: the shared scratch buffers shrink to their starting
-/// size. Buffers in use stay. May be called by the host's allocator from within a call of the library.
+/// Gives back memory the library keeps for speed: the shared scratch block, which starts at 1024 bytes
+/// again when it is next needed. Blocks in use stay. May be called by the host's allocator from within a
+/// call of the library.
 PF_EXPORT void PF_FreeUpSomeMemory();
 
 /// Replaces a function of the override table.
 /// \param index 1 to 117; PF_GetOverrideName tells which function each index is.
-/// \param function a function of exactly the replaced function's type, or null for the library's own.
+/// \param function a function of exactly the replaced function's type, or null for the library's own. An
+///   index without a function of the library keeps what it is given, and only PF_GetOverrideFunc and
+///   PF_GetCallbackAddr read it.
 /// \return 0, or 3 without a change when the index is outside the table.
 PF_EXPORT PF_Err PF_SetOverrideFunc(std::int32_t index, PF_AnyFunc function);
-/// The function that is installed at an index, or null for an unassigned or impossible index.
+/// The function that is installed at an index, or null for an empty or impossible one.
 PF_EXPORT PF_AnyFunc PF_GetOverrideFunc(std::int32_t index);
 /// The exported name behind an index, or null for an unassigned or impossible index.
 PF_EXPORT const char* PF_GetOverrideName(std::int32_t index);

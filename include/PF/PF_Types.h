@@ -32,6 +32,7 @@ struct PF_EXPORT_TYPE PF_PixelDouble {
   double alpha, red, green, blue;
 };
 static_assert(sizeof(PF_Pixel8) == 4 && sizeof(PF_Pixel16) == 8 && sizeof(PF_PixelFloat) == 16, "pixel layout");
+static_assert(sizeof(PF_PixelDouble) == 32, "pixel layout");
 
 /// Full value (white, opaque) of each depth.
 enum : std::int32_t { PF_MAX_CHAN8 = 255, PF_MAX_CHAN16 = 32768 };
@@ -76,7 +77,7 @@ static_assert(offsetof(PF_LayerDef, row_bytes) == 32 && offsetof(PF_LayerDef, wi
 static_assert(offsetof(PF_LayerDef, height) == 40 && offsetof(PF_LayerDef, extent) == 44, "record layout");
 static_assert(offsetof(PF_LayerDef, platform_ref) == 64 && offsetof(PF_LayerDef, owner_tag) == 72, "record layout");
 static_assert(offsetof(PF_LayerDef, world_object) == 80 && offsetof(PF_LayerDef, bm_world) == 96, "record layout");
-static_assert(offsetof(PF_LayerDef, reserved3) == 104, "record layout");
+static_assert(offsetof(PF_LayerDef, reserved2) == 88 && offsetof(PF_LayerDef, reserved3) == 104, "record layout");
 
 /// Four-character code of a pixel format; its bytes, lowest address first, spell the code.
 using PF_PixelFormat = std::uint32_t;

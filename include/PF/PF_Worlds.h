@@ -111,7 +111,7 @@ class PF_EXPORT PF_World : public PF_PixelContainerBase {
   /// Same size and depth as `like`.
   static PF_World* NewMatchingWorld(const PF_World* like, std::int32_t flags);
   /// References. \return null when the object cannot be allocated. \throws PF_Error 3, reported, for a
-  /// depth other than 8, 16 and 32.
+  /// depth other than 8, 16 and 32; 516 for null.
   static PF_World* NewReference(PF_World* parent, const M_LRect& rect);
   static PF_World* NewReference(PF_World* parent, const M_Rect& rect);
   static PF_World* NewReference(BM_World** world);
@@ -235,7 +235,10 @@ struct PF_Chunk {
   U_Handle chunk_handle;            ///< the data, or null
   void* chunk_data;                 ///< the data's address while locked, or null
 };
-static_assert(sizeof(PF_Chunk) == 104 && offsetof(PF_Chunk, chunk_handle) == 88, "record layout");
+static_assert(sizeof(PF_Chunk) == 104 && offsetof(PF_Chunk, chunk_width) == 64, "record layout");
+static_assert(offsetof(PF_Chunk, chunk_height) == 68 && offsetof(PF_Chunk, chunk_dimension) == 72, "record layout");
+static_assert(offsetof(PF_Chunk, chunk_row_bytes) == 76 && offsetof(PF_Chunk, chunk_type) == 80, "record layout");
+static_assert(offsetof(PF_Chunk, chunk_handle) == 88 && offsetof(PF_Chunk, chunk_data) == 96, "record layout");
 
 extern "C" {
 

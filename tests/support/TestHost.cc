@@ -3,6 +3,7 @@
 #include <hwy/targets.h>
 
 #include <boost/function.hpp>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -53,6 +54,12 @@ std::int32_t Answer(const char* name, bool logged) {
   return found == host.answers.end() ? 0 : found->second;
 }
 
+void Insist(bool holds, const char* what) {
+  if (holds) return;
+  std::fprintf(stderr, "test host: %s\n", what);
+  std::abort();
+}
+
 void AddReport(Report report) {
   const std::lock_guard lock(HostLock());
   if (Host().quiet_depth > 0) return;
@@ -78,25 +85,52 @@ using pftest::AddReport;
 using pftest::Answer;
 using pftest::Host;
 using pftest::HostLock;
+using pftest::Insist;
 using pftest::Report;
 
 extern "C" {
 
-U_Err U_CheckVersions(std::uint32_t, std::int32_t) { return Answer("U_CheckVersions", true); }
-U_Err STR_CheckVersions(std::uint32_t, std::int32_t) { return Answer("STR_CheckVersions", true); }
-U_Err BM_CheckVersions(std::uint32_t, std::int32_t) { return Answer("BM_CheckVersions", true); }
-U_Err M_CheckVersions(std::uint32_t, std::int32_t) { return Answer("M_CheckVersions", true); }
-U_Err FILE_CheckVersions(std::uint32_t, std::int32_t) { return Answer("FILE_CheckVersions", true); }
-U_Err LIST_CheckVersions(std::uint32_t, std::int32_t) { return Answer("LIST_CheckVersions", true); }
-U_Err VXFX_CheckVersions(std::uint32_t, std::int32_t) { return Answer("VXFX_CheckVersions", true); }
-U_Err PLUG_CheckVersions(std::uint32_t, std::int32_t) { return Answer("PLUG_CheckVersions", true); }
+U_Err U_CheckVersions(std::uint32_t caller, std::int32_t version) {
+  Insist(caller == 0x250063u && version == 61, "a version check of other versions");
+  return Answer("U_CheckVersions", true);
+}
+U_Err STR_CheckVersions(std::uint32_t caller, std::int32_t version) {
+  Insist(caller == 0x250063u && version == 3, "a version check of other versions");
+  return Answer("STR_CheckVersions", true);
+}
+U_Err BM_CheckVersions(std::uint32_t caller, std::int32_t version) {
+  Insist(caller == 0x250063u && version == 31, "a version check of other versions");
+  return Answer("BM_CheckVersions", true);
+}
+U_Err M_CheckVersions(std::uint32_t caller, std::int32_t version) {
+  Insist(caller == 0x250063u && version == 18, "a version check of other versions");
+  return Answer("M_CheckVersions", true);
+}
+U_Err FILE_CheckVersions(std::uint32_t caller, std::int32_t version) {
+  Insist(caller == 0x250063u && version == 39, "a version check of other versions");
+  return Answer("FILE_CheckVersions", true);
+}
+U_Err LIST_CheckVersions(std::uint32_t caller, std::int32_t version) {
+  Insist(caller == 0x250063u && version == 9, "a version check of other versions");
+  return Answer("LIST_CheckVersions", true);
+}
+U_Err VXFX_CheckVersions(std::uint32_t caller, std::int32_t version) {
+  Insist(caller == 0x250063u && version == 8, "a version check of other versions");
+  return Answer("VXFX_CheckVersions", true);
+}
+U_Err PLUG_CheckVersions(std::uint32_t caller, std::int32_t version) {
+  Insist(caller == 0x250063u && version == 11, "a version check of other versions");
+  return Answer("PLUG_CheckVersions", true);
+}
 
-U_Err U_ReportFailedVerification(std::uint32_t identifier, std::int32_t line, std::int32_t, const char* text) {
+U_Err U_ReportFailedVerification(std::uint32_t identifier, std::int32_t line, std::int32_t reserved, const char* text) {
+  Insist(identifier >> 16 == 0x25 && line > 0 && reserved == 0, "a verification report without its particulars");
   Answer("U_ReportFailedVerification", false);
   AddReport({Report::kVerification, identifier, line, text});
   return 3;
 }
 U_Err Up_ReportErrString(std::uint32_t identifier, std::int32_t kind, const char* text) {
+  Insist(identifier >> 16 == 0x25 && (identifier & 0xFFFF) != 0 && kind == 8, "a text report without its particulars");
   AddReport({Report::kText, identifier, kind, text});
   const std::int32_t answer = Answer("Up_ReportErrString", false);
   return answer != 0 ? answer : 3;
@@ -148,7 +182,8 @@ std::uint32_t U_LongSwap(std::uint32_t v) { return v << 24 | (v & 0xFF00) << 8 |
 static U_CPU_Data g_cpu = {2, ~0u};
 const U_CPU_Data* U_G_CPU_DataP = &g_cpu;
 
-U_Err M_PrepareFCMD(std::int32_t, void** state) {
+U_Err M_PrepareFCMD(std::int32_t count, void** state) {
+  Insist(count == 1, "geometry prepared with another count");
   *state = &g_cpu;
   g_cpu.features = Host().cpu_features;
   return Answer("M_PrepareFCMD", true);
@@ -236,13 +271,16 @@ static std::int32_t EntryOf(std::int32_t selector, void*) {
 }
 
 extern "C" {
-U_Err PLUG_InstallScan(std::int32_t, std::int32_t kind, const PLUG_ScanDescriptor* descriptor, PLUG_LoadHandler load,
-                       PLUG_UnloadHandler, void* reference) {
+U_Err PLUG_InstallScan(std::int32_t reserved, std::int32_t kind, const PLUG_ScanDescriptor* descriptor,
+                       PLUG_LoadHandler load, PLUG_UnloadHandler unload, void* reference) {
+  Insist(reserved == 0 && unload != nullptr && reference == nullptr, "a scan with other arguments");
+  Host().unload_handler = unload;
   const std::int32_t answer = Answer("PLUG_InstallScan", true);
   if (answer != 0) return answer;
   if (kind != 2 || descriptor->plug_in_type != 0x65465354u || descriptor->file_extension != 0x2E565858u) return 99;
   for (pftest::FakeModule* module : Host().modules) {
     auto* routine = new PLUG_Routine{module};
+    module->routine = routine;
     if (load(routine, reference) != 0) {
       module->registered = false;
       delete routine;

@@ -26,6 +26,7 @@ struct FakeModule {
   std::int32_t answer_to_shutdown = 0;
   bool prepared = false;
   bool registered = false;
+  PLUG_RoutineRef routine = nullptr;  // of the last scan
 };
 
 struct TestHost {
@@ -45,6 +46,7 @@ struct TestHost {
   std::vector<FakeModule*> modules;  // found by a scan
 
   // What happened.
+  PLUG_UnloadHandler unload_handler = nullptr;  // of the last scan
   std::vector<Report> reports;
   std::vector<std::string> calls;     // start-up, shut-down and logging calls by name, in order
   std::map<std::string, int> counts;  // every counted call by name

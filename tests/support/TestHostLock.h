@@ -10,6 +10,8 @@ namespace pftest {
 std::recursive_mutex& HostLock();
 // Counts a call and yields the answer that the test has set for it; 0 otherwise.
 std::int32_t Answer(const char* name, bool logged);
+// Ends the test program when a call breaks the contract in a way that no answer could show.
+void Insist(bool holds, const char* what);
 // Files a report unless a quiet scope is open.
 void AddReport(Report report);
 

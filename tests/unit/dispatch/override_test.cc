@@ -22,7 +22,7 @@ PF_AnyFunc Any(auto function) { return reinterpret_cast<PF_AnyFunc>(function); }
 TEST(Overrides, AReplacementIsCalledAndNullRestoresTheLibrarysOwn) {
   ASSERT_EQ(PF_SetOverrideFunc(53, Any(&AnswerGeneric)), 0);
   EXPECT_EQ(PF_IterateGeneric(3, nullptr, nullptr), 1001);
-  EXPECT_NE(PF_IterateGeneric_Static(0, nullptr, [](void*, std::int32_t, std::int32_t, std::int32_t) { return 1; }), 1);
+  EXPECT_EQ(PF_IterateGeneric_Static(0, nullptr, [](void*, std::int32_t, std::int32_t, std::int32_t) { return 1; }), 0);
   ASSERT_EQ(PF_SetOverrideFunc(53, nullptr), 0);
   EXPECT_EQ(PF_GetOverrideFunc(53), Any(&PF_IterateGeneric_Static));
 }
@@ -41,6 +41,8 @@ TEST(Overrides, IndicesOutsideTheTableAreRefusedWithoutChange) {
     EXPECT_EQ(PF_GetOverrideFunc(index), nullptr) << index;
   }
   EXPECT_EQ(PF_SetOverrideFunc(117, Any(&AnswerGeneric)), 0) << "free entries are part of the table";
+  EXPECT_EQ(PF_GetOverrideFunc(117), Any(&AnswerGeneric));
+  EXPECT_EQ(PF_SetOverrideFunc(117, nullptr), 0);
 }
 
 TEST(Overrides, TheNamedEntriesStandAtTheirIndices) {
@@ -81,12 +83,32 @@ TEST(Overrides, CallbackSelectorsAndTheObsoleteCallAnswerAsStated) {
   for (const pftest::Report& report : Host().reports) EXPECT_EQ(report.identifier >> 16, 0x25u);
 }
 
-TEST(Texts, TheTableHoldsTwentyKeysInOrder) {
+TEST(Texts, TheTwentyTextsStandUnderTheirNumbers) {
+  const char* const texts[] = {"invalid callback selector",
+                               "invalid parameter",
+                               "effects modules should only dispose worlds they have allocated",
+                               "image plane buffer",
+                               "bad parameter passed to effect callback",
+                               "problem opening plug-in acceleration module.",
+                               "unimplemented blending mode.",
+                               "noise table.",
+                               "Unable to guess alpha channel.",
+                               "Obsolete routine",
+                               "memory for blurring",
+                               "memory for mask buffer",
+                               "damaged mask buffer",
+                               "can#{rsquo}t unlock PF Mask Buffer",
+                               "gaussian weight array",
+                               "blending scratch buffer",
+                               "can#{rsquo}t copy different channel worlds",
+                               "out of memory for channel chunk",
+                               "image buffer",
+                               "effect plug-in passed invalid world to get_platform_refs"};
   ASSERT_EQ(PF_G_zref->count, 20);
   for (int i = 0; i < 20; ++i) {
-    char key[32];
-    std::snprintf(key, sizeof key, "$$$/VX/PF/LStr/%04d=", i);
-    EXPECT_EQ(std::string(PF_G_zref->keyed_texts[i]).rfind(key, 0), 0u) << i;
+    char keyed[128];
+    std::snprintf(keyed, sizeof keyed, "$$$/VX/PF/LStr/%04d=%s", i, texts[i]);
+    EXPECT_STREQ(PF_G_zref->keyed_texts[i], keyed);
   }
 }
 

@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <new>
 #include <tuple>
 
 #include "PF/PF_Iterate.h"
+#include "PF/PF_Worlds.h"
 #include "support/TestHost.h"
 #include "support/Worlds.h"
 
@@ -146,7 +148,7 @@ INSTANTIATE_TEST_SUITE_P(Depths, Iterate, testing::Values(8, 16, 32));
 
 TEST(IterateErrors, BadArgumentsAndDepthsAreReportedBeforeAnythingIsCalled) {
   Host().Reset();
-  TestWorld w8(8, 2, 2), w16(16, 2, 2), none(8, 2, 2), odd(8, 2, 2);
+  TestWorld w8(8, 2, 2), w16(16, 2, 2), none(8, 2, 2);
   none.record()->data = nullptr;
   Visitor v;
   const auto f = Visitor::Function(8);
@@ -165,6 +167,82 @@ TEST(IterateErrors, BadArgumentsAndDepthsAreReportedBeforeAnythingIsCalled) {
   EXPECT_EQ(PF_Iterate(nullptr, 0, 0, w16.record(), nullptr, &v, f, w8.record()), 3);
   EXPECT_EQ(Host().ReportTexts(), "PF_Iterate requires source and dst worlds to be same depth\n");
   EXPECT_TRUE(v.visits.empty());
+}
+
+TEST(IterateErrors, AnUnknownFormatByteCountsAs8AndIsReportedOnceForEachWorld) {
+  Host().Reset();
+  TestWorld src(8, 2, 2), odd(8, 2, 2);
+  odd.record()->world_flags = 3u << PF_WorldFlag_FORMAT_SHIFT;
+  Visitor v;
+  EXPECT_EQ(PF_Iterate(nullptr, 0, 0, src.record(), nullptr, &v, Visitor::Function(8), odd.record()), 0);
+  EXPECT_EQ(v.visits.size(), 4u);
+  EXPECT_EQ(Host().ReportTexts(), "Unknown pixel format\n");
+  EXPECT_EQ(Host().reports.at(0).identifier, 0x2503E7u);
+}
+
+// A world object of a depth that no pixel type has.
+class OddDepthWorld : public PF_World {
+ public:
+  std::int16_t Depth() const override { return 24; }
+  bool IsReference() const override { return true; }
+  void Clear(const M_LRect*) override {}
+  void ClearExceptRect(const M_LRect&) override {}
+  void Fill(const PF_PixelFloat&, const M_LRect*) override {}
+  void Fill(const PF_Pixel16&, const M_LRect*) override {}
+  void FillAlpha() override {}
+  void InvertAlpha() override {}
+  void Premultiply() override {}
+  void Unmultiply() override {}
+  void PremulColor(const PF_Pixel16&) override {}
+  void UnmulColor(const PF_Pixel16&) override {}
+  void CopyRect(const PF_World*, const M_LRect&, std::int32_t, std::int32_t) override {}
+  void CopyRectPossiblyDifferentBitdepth(const PF_World*, const M_LRect&, PF_Dither, std::int32_t, std::int32_t,
+                                         const PF_ProgressInfo*) override {}
+  void CopyRectPossiblyDifferentBitdepthWithField(const PF_World*, const M_LRect&, PF_Field) override {}
+  bool SubWorldSafetyGutterHasBeenOverWritten() const override { return false; }
+  void ReleaseOwnership() override {}
+};
+
+TEST(IterateErrors, AnImpossibleDepthIsRefusedInTheWordsThatHostsKnow) {
+  Host().Reset();
+  OddDepthWorld object;
+  TestWorld world(8, 2, 2);
+  world.record()->world_object = &object;
+  Visitor v;
+  EXPECT_EQ(PF_Iterate(nullptr, 0, 0, nullptr, nullptr, &v, Visitor::Function(8), world.record()), 3);
+  EXPECT_EQ(Host().ReportTexts(), "Unknown world bitdepth in##CONDITIONNAME\n");
+  EXPECT_TRUE(v.visits.empty());
+}
+
+TEST(IterateErrors, WithoutTextsCode3IsReportedAllTheSame) {
+  Host().Reset();
+  Host().no_texts = true;
+  TestWorld world(8, 2, 2);
+  EXPECT_EQ(PF_Iterate(nullptr, 0, 0, nullptr, nullptr, nullptr, nullptr, world.record()), 3);
+  EXPECT_EQ(PF_IterateGeneric(1, nullptr, nullptr), 3);
+  EXPECT_EQ(Host().reports.size(), 2u);
+  Host().Reset();
+}
+
+TEST(IterateErrors, WhatAFunctionThrowsComesBackAsItsCode) {
+  Host().Reset();
+  const auto thrower = [](void*, std::int32_t, std::int32_t, std::int32_t) -> PF_Err { throw PF_Error(42); };
+  EXPECT_EQ(PF_IterateGeneric(3, nullptr, thrower), 42);
+  const PF_IteratePixel8Func pixel_thrower = [](void*, std::int32_t, std::int32_t, PF_Pixel8*, PF_Pixel8*) -> PF_Err {
+    throw std::bad_alloc();
+  };
+  TestWorld world(8, 2, 2);
+  EXPECT_EQ(PF_Iterate(nullptr, 0, 0, nullptr, nullptr, nullptr, PF_PixelFunc(pixel_thrower), world.record()), 4);
+}
+
+TEST(IterateErrors, CoordinatesAreCarriedIn16Bits) {
+  TestWorld wide(8, 32770, 1);
+  Visitor v;
+  const M_LRect end = {32766, 0, 32770, 1};
+  EXPECT_EQ(PF_Iterate(nullptr, 0, 0, nullptr, &end, &v, Visitor::Function(8), wide.record()), 0);
+  ASSERT_EQ(v.visits.size(), 4u);
+  EXPECT_EQ(v.visits[1].x, 32767);
+  EXPECT_EQ(v.visits[2].x, -32768);
 }
 
 struct IndexLog {
@@ -226,6 +304,33 @@ TEST(IterateLUT, MapsEachChannelThroughItsOwnTable) {
   const float inverted[] = {1.0f, 0.75f, 1.0f, 0.0f};
   for (int i = 0; i < 4; ++i) EXPECT_FLOAT_EQ(wf.At<PF_PixelFloat>(i, 0).red, inverted[i]);
   EXPECT_EQ(wf.At<PF_PixelFloat>(3, 0).blue, 7.0f);
+}
+
+TEST(IterateLUT, ReadsTheSourceWithinTheAreaAndTellsProgress) {
+  for (const std::int32_t depth : {8, 16, 32}) {
+    Random random(7);
+    TestWorld src(depth, 9, 6, 16), dst(depth, 7, 8, 32), expected(depth, 7, 8, 32);
+    src.Fill(random, TestWorld::kRandom);
+    dst.Fill(random, TestWorld::kRandom);
+    const auto size = dst.PixelSize();
+    for (std::int32_t y = 0; y < 8; ++y) {
+      for (std::int32_t x = 0; x < 7; ++x) {
+        const auto offset = static_cast<std::size_t>(x) * size;
+        const TestWorld& from = x >= 2 && x < 5 && y >= 1 && y < 6 ? src : dst;
+        std::memcpy(expected.Row(y) + offset, from.Row(y) + offset, size);
+      }
+    }
+    ProgressLog log;
+    const M_LRect area = {2, 1, 5, 20};
+    EXPECT_EQ(PF_IterateLUT(&log.in, 100, 9, src.record(), &area, nullptr, nullptr, nullptr, nullptr, dst.record()), 0);
+    EXPECT_EQ(dst.FirstDifference(expected), "");
+    ASSERT_EQ(log.calls.size(), 5u);
+    EXPECT_EQ(log.calls.back(), std::pair(105, 9));
+  }
+  Host().Reset();
+  TestWorld w8(8, 2, 2), w16(16, 2, 2);
+  EXPECT_EQ(PF_IterateLUT(nullptr, 0, 0, w8.record(), nullptr, nullptr, nullptr, nullptr, nullptr, w16.record()), 3);
+  EXPECT_EQ(Host().ReportTexts(), "PF_Iterate requires source and dst worlds to be same depth\n");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "PF/PF.h"
 #include "lifecycle/Globals.h"
+#include "report/HostMemory.h"
 #include "simd/Targets.h"
 #include "support/TestHost.h"
 #include "world/ConvertKernels.h"
@@ -85,6 +86,66 @@ TEST_F(Lifecycle, DeathKeepsTheFirstErrorAndStillUnloadsEverything) {
   EXPECT_EQ(second.selectors.back(), PLUG_SELECTOR_SHUTDOWN);
 }
 
+TEST_F(Lifecycle, EveryStepOfUnloadingIsTakenAndItsCodeReturned) {
+  for (const char* step : {"PLUG_UnprepRoutine", "PLUG_UnregisterRoutine", "LIST_Unlock", "M_UnprepareFCMD"}) {
+    FakeModule module;
+    Host().Reset();
+    Host().modules = {&module};
+    ASSERT_EQ(PF_Birth(), 0);
+    Host().answers[step] = 65;
+    EXPECT_EQ(PF_Death(), 65) << step;
+    EXPECT_EQ(Host().counts["M_UnprepareFCMD"], 1) << step;
+  }
+}
+
+TEST_F(Lifecycle, AModuleTakenAwayByTheHostIsShutDownOnce) {
+  FakeModule module;
+  Host().modules = {&module};
+  ASSERT_EQ(PF_Birth(), 0);
+  EXPECT_EQ(Host().unload_handler(module.routine, nullptr), 0);
+  EXPECT_EQ(PF_Death(), 0);
+  EXPECT_EQ(module.selectors, (std::vector<std::int32_t>{PLUG_SELECTOR_STARTUP, PLUG_SELECTOR_SHUTDOWN}));
+  EXPECT_EQ(Host().unload_handler(module.routine, nullptr), 0) << "after the end nothing is left to do";
+  PLUG_UnregisterRoutine(module.routine);
+}
+
+TEST_F(Lifecycle, AFailedRegistrationIsShutDownAgain) {
+  FakeModule module;
+  Host().modules = {&module};
+  Host().answers["PLUG_RegisterRoutine"] = 66;
+  EXPECT_EQ(PF_Birth(), 0);
+  EXPECT_EQ(module.selectors.back(), PLUG_SELECTOR_SHUTDOWN);
+  EXPECT_FALSE(module.prepared);
+  EXPECT_EQ(PF_Death(), 0);
+}
+
+TEST_F(Lifecycle, StartPutsTheSequenceToItsStartAndClearsTheLookUpTable) {
+  pf::g_dither.cursor = 17;
+  pf::g_lookup_table[255] = this;
+  ASSERT_EQ(PF_Birth(), 0);
+  EXPECT_EQ(pf::g_dither.cursor, 0);
+  EXPECT_EQ(pf::g_lookup_table[255].load(), nullptr);
+  EXPECT_EQ(PF_Death(), 0);
+}
+
+TEST_F(Lifecycle, ScratchMemoryIsKeptUntilItIsAskedBack) {
+  ASSERT_EQ(PF_Birth(), 0);
+  const std::int64_t before = Host().live_allocations;
+  for (int round = 0; round < 2; ++round) {
+    Host().allocations = 0;
+    {
+      const pf::HostBlock outer(2000, pf::Message::kImageBuffer), inner(3000, pf::Message::kImageBuffer);
+      PF_FreeUpSomeMemory();  // as a host's allocator would: blocks in use stay
+      outer.data()[1999] = inner.data()[2999] = std::byte{1};
+    }
+    EXPECT_EQ(Host().live_allocations, before + 1);
+    EXPECT_EQ(Host().allocations, round == 0 ? 2 : 1) << "the kept block serves again";
+  }
+  PF_FreeUpSomeMemory();
+  EXPECT_EQ(Host().live_allocations, before);
+  EXPECT_EQ(PF_Death(), 0);
+}
+
 TEST_F(Lifecycle, AModuleThatCannotStartIsReportedAndLeftOut) {
   FakeModule refusing, good;
   refusing.answer_to_startup = 71;
@@ -127,7 +188,9 @@ TEST_F(Lifecycle, WithoutTheVectorFeatureTheSlotsStayPortable) {
 
 TEST_F(Lifecycle, AllHostLibrariesAreAskedOnceInOrderAndARefusalIsRemembered) {
   Host().answers["STR_CheckVersions"] = 1;
-  EXPECT_EQ(PF_CheckVersions(9, 17), 7);
+  EXPECT_EQ(PF_CheckVersions(9, 16), 7) << "they are asked even when the caller is refused";
+  EXPECT_EQ(Host().reports.size(), 1u);
+  Host().reports.clear();
   EXPECT_EQ(Host().calls,
             Strings({"U_CheckVersions", "STR_CheckVersions", "BM_CheckVersions", "M_CheckVersions",
                      "FILE_CheckVersions", "LIST_CheckVersions", "VXFX_CheckVersions", "PLUG_CheckVersions"}));

@@ -40,18 +40,22 @@ std::uint64_t CleanHash(const Operation& operation, std::uint64_t seed) {
 TEST_F(AllOperations, EveryFailedAllocationGivesOutOfMemoryAndLeavesNothing) {
   for (const Operation& operation : Operations()) {
     SCOPED_TRACE(operation.name);
+    PF_FreeUpSomeMemory();
     const std::int64_t before = Host().live_allocations;
     Host().Reset();
     CleanHash(operation, 1);
     const std::int64_t allocations = Host().allocations;
+    PF_FreeUpSomeMemory();
     ASSERT_EQ(Host().live_allocations, before);
     for (std::int64_t n = 0; n < allocations; ++n) {
       for (const bool all_later : {false, true}) {
         Host().Reset();
+        PF_FreeUpSomeMemory();
         Host().fail_allocation = n;
         Host().fail_all_later_allocations = all_later;
         Trial run(1);
         EXPECT_EQ(operation.run(run), PF_Err_OUT_OF_MEMORY) << "allocation " << n;
+        PF_FreeUpSomeMemory();
         EXPECT_EQ(Host().live_allocations, before) << "allocation " << n;
         EXPECT_EQ(PFp_LiveWorldCount(), 0);
         EXPECT_EQ(PFp_LiveChunkCount(), 0);

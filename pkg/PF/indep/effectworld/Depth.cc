@@ -12,7 +12,7 @@ constexpr std::int32_t kDepths[] = {8, 16, 32};
 std::int32_t DepthOfFormatByte(const PF_LayerDef& record) {
   const std::uint32_t format = record.world_flags >> PF_WorldFlag_FORMAT_SHIFT;
   if (format < 3) return kDepths[format];
-  pf::FailVerification("Unknown pixel format", pf::Site::kWorldDepth);
+  pf::FailVerification("Unknown pixel format");
   return 8;
 }
 
@@ -20,7 +20,7 @@ std::int32_t DepthOfFormatByte(const PF_LayerDef& record) {
 
 std::int32_t PFp_WorldDepth(const PF_LayerDef* record) {
   if (record == nullptr) {
-    pf::FailVerification("Unknown pixel format", pf::Site::kWorldDepth);
+    pf::FailVerification("Unknown pixel format");
     return 8;
   }
   return record->world_object != nullptr ? record->world_object->Depth() : DepthOfFormatByte(*record);
@@ -60,6 +60,6 @@ PF_Err PFp_NewWorldOfPixelFormat(void* context, std::int32_t width, std::int32_t
     for (int i = 0; i < 3; ++i) {
       if (kFormats[i] == format) return PF_NewEffectWorld(context, width, height, kDepths[i], flags, 0, record);
     }
-    return pf::FailVerification("Unsupported PF_PixelFormat", pf::Site::kNewEffectWorld);
+    return pf::FailVerification("Unsupported PF_PixelFormat");
   });
 }

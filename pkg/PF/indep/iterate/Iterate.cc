@@ -2,6 +2,7 @@
 #include "PF/PF_Iterate.h"
 
 #include "dispatch/Slot.h"
+#include "edge/Guard.h"
 #include "iterate/Rows.h"
 
 namespace pf {
@@ -34,11 +35,11 @@ PF_Err IterateDepth(const IterateProgress& progress, const PF_LayerDef* src, con
 
 PF_Err IterateWorlds(const IterateProgress& progress, const PF_LayerDef* src, const M_LRect* area,
                      const M_LPoint& origin, void* reference, PF_IteratePixelFunc function, const PF_LayerDef* dst) {
-  if (const PF_Err error = CheckIterateDepths(src, dst)) return error;
+  const std::int32_t depth = PFp_WorldDepth(dst);
+  if (const PF_Err error = CheckIterateDepths(src, depth)) return error;
   const WideRect rect = WorkingRectangle(src, area, origin, *dst);
   return DispatchDepth(
-      PFp_WorldDepth(dst),
-      [&]<class P>(P) { return IterateDepth<P>(progress, src, rect, origin, reference, function, *dst); },
+      depth, [&]<class P>(P) { return IterateDepth<P>(progress, src, rect, origin, reference, function, *dst); },
       FailUnknownDepth);
 }
 
@@ -52,10 +53,12 @@ PF_Err PF_Iterate(PF_InData* in, std::int32_t progress_base, std::int32_t progre
 
 PF_Err PF_Iterate_Static(PF_InData* in, std::int32_t progress_base, std::int32_t progress_final, PF_LayerDef* src,
                          const M_LRect* area, void* reference, PF_IteratePixelFunc function, PF_LayerDef* dst) {
-  const bool src_fits = src == nullptr || pf::HasPixels(src);
-  if (const PF_Err error = pf::CheckIterateArguments(src_fits && pf::HasPixels(dst) && function != nullptr))
-    return error;
-  return pf::IterateWorlds({in, progress_base, progress_final}, src, area, {0, 0}, reference, function, dst);
+  return pf::Guard([&]() -> PF_Err {
+    const bool src_fits = src == nullptr || pf::HasPixels(src);
+    if (const PF_Err error = pf::CheckIterateArguments(src_fits && pf::HasPixels(dst) && function != nullptr))
+      return error;
+    return pf::IterateWorlds({in, progress_base, progress_final}, src, area, {0, 0}, reference, function, dst);
+  });
 }
 
 PF_Err PF_IterateOrigin(PF_InData* in, std::int32_t progress_base, std::int32_t progress_final, PF_LayerDef* src,
@@ -68,8 +71,10 @@ PF_Err PF_IterateOrigin(PF_InData* in, std::int32_t progress_base, std::int32_t 
 PF_Err PF_IterateOrigin_Static(PF_InData* in, std::int32_t progress_base, std::int32_t progress_final, PF_LayerDef* src,
                                const M_LRect* area, const M_LPoint* origin, void* reference,
                                PF_IteratePixelFunc function, PF_LayerDef* dst) {
-  if (const PF_Err error = pf::CheckIterateArguments(pf::HasPixels(src) && pf::HasPixels(dst) && function != nullptr))
-    return error;
-  const M_LPoint from = origin != nullptr ? *origin : M_LPoint{0, 0};
-  return pf::IterateWorlds({in, progress_base, progress_final}, src, area, from, reference, function, dst);
+  return pf::Guard([&]() -> PF_Err {
+    if (const PF_Err error = pf::CheckIterateArguments(pf::HasPixels(src) && pf::HasPixels(dst) && function != nullptr))
+      return error;
+    const M_LPoint from = origin != nullptr ? *origin : M_LPoint{0, 0};
+    return pf::IterateWorlds({in, progress_base, progress_final}, src, area, from, reference, function, dst);
+  });
 }

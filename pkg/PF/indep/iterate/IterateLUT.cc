@@ -3,6 +3,7 @@
 
 #include "PF/PF_Iterate.h"
 #include "dispatch/Slot.h"
+#include "edge/Guard.h"
 #include "iterate/Rows.h"
 
 namespace pf {
@@ -70,13 +71,15 @@ PF_Err PF_IterateLUT(PF_InData* in, std::int32_t progress_base, std::int32_t pro
 PF_Err PF_IterateLUT_Static(PF_InData* in, std::int32_t progress_base, std::int32_t progress_final, PF_LayerDef* src,
                             const M_LRect* area, const std::uint8_t* alpha, const std::uint8_t* red,
                             const std::uint8_t* green, const std::uint8_t* blue, PF_LayerDef* dst) {
-  const bool src_fits = src == nullptr || pf::HasPixels(src);
-  if (const PF_Err error = pf::CheckIterateArguments(src_fits && pf::HasPixels(dst))) return error;
-  if (const PF_Err error = pf::CheckIterateDepths(src, dst)) return error;
-  const pf::WideRect rect = pf::WorkingRectangle(src, area, {0, 0}, *dst);
-  const pf::IterateProgress progress = {in, progress_base, progress_final};
-  const pf::Tables tables = {alpha, red, green, blue};
-  return pf::DispatchDepth(
-      PFp_WorldDepth(dst), [&]<class P>(P) { return pf::MapWorld<P>(progress, src, rect, tables, *dst); },
-      pf::FailUnknownDepth);
+  return pf::Guard([&]() -> PF_Err {
+    const bool src_fits = src == nullptr || pf::HasPixels(src);
+    if (const PF_Err error = pf::CheckIterateArguments(src_fits && pf::HasPixels(dst))) return error;
+    const std::int32_t depth = PFp_WorldDepth(dst);
+    if (const PF_Err error = pf::CheckIterateDepths(src, depth)) return error;
+    const pf::WideRect rect = pf::WorkingRectangle(src, area, {0, 0}, *dst);
+    const pf::IterateProgress progress = {in, progress_base, progress_final};
+    const pf::Tables tables = {alpha, red, green, blue};
+    return pf::DispatchDepth(
+        depth, [&]<class P>(P) { return pf::MapWorld<P>(progress, src, rect, tables, *dst); }, pf::FailUnknownDepth);
+  });
 }

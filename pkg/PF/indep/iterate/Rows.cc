@@ -3,13 +3,11 @@
 namespace pf {
 
 PF_Err CheckIterateArguments(bool acceptable) {
-  if (acceptable) return PF_Err_NONE;
-  ReportCaller(Site::kIterate, Message::kBadCallbackParameter);
-  return PF_Err_REPORTED;
+  return acceptable ? PF_Err_NONE : FailCaller(Site::kIterate, Message::kBadCallbackParameter);
 }
 
-PF_Err CheckIterateDepths(const PF_LayerDef* src, const PF_LayerDef* dst) {
-  if (src == nullptr || PFp_WorldDepth(src) == PFp_WorldDepth(dst)) return PF_Err_NONE;
+PF_Err CheckIterateDepths(const PF_LayerDef* src, std::int32_t dst_depth) {
+  if (src == nullptr || PFp_WorldDepth(src) == dst_depth) return PF_Err_NONE;
   return FailVerification("PF_Iterate requires source and dst worlds to be same depth", Site::kIterate);
 }
 

@@ -30,7 +30,7 @@ inline bool HasPixels(const PF_LayerDef* world) { return world != nullptr && wor
 PF_Err CheckIterateArguments(bool acceptable);
 
 // Reports unequal depths. 0 or 3; `src` may be null.
-PF_Err CheckIterateDepths(const PF_LayerDef* src, const PF_LayerDef* dst);
+PF_Err CheckIterateDepths(const PF_LayerDef* src, std::int32_t dst_depth);
 
 // The answer to a depth that no pixel type has. 3.
 PF_Err FailUnknownDepth();

@@ -8,14 +8,13 @@
 #include "host/RND.h"
 #include "lifecycle/Globals.h"
 #include "lifecycle/Modules.h"
+#include "report/HostMemory.h"
 #include "sample/SampleKernels.h"
 #include "simd/Targets.h"
 #include "world/ConvertKernels.h"
 
 namespace pf {
 namespace {
-
-constexpr std::uint64_t kScratchSize = 1024;
 
 bool CpuHasVectors() { return U_G_CPU_DataP != nullptr && (U_G_CPU_DataP->features & U_CPU_VECTOR) != 0; }
 
@@ -86,4 +85,4 @@ PF_Err PF_Birth() { return pf::Guard(pf::Start); }
 
 PF_Err PF_Death() { return pf::Guard(pf::Stop); }
 
-void PF_FreeUpSomeMemory() { pf::g_scratch_size = pf::kScratchSize; }
+void PF_FreeUpSomeMemory() { pf::HostBlock::ReleaseKept(); }

@@ -13,6 +13,5 @@ constinit std::atomic<std::int64_t> g_live_chunks{0};
 constinit DitherState g_dither = {};
 constinit std::atomic<int> g_host_versions{0};
 constinit StartState g_start = {};
-constinit std::atomic<std::uint64_t> g_scratch_size{1024};
 
 }  // namespace pf

@@ -1,5 +1,8 @@
 // Every mutable global of the library, with who writes it and when. All are atomic or written at
-// start-up only; none needs a lock.
+// start-up only; none needs a lock. Three live with the only code that may touch them: the replaceable
+// functions (dispatch/Slot.h, and dispatch/OverrideTable.cc for free entries; written by PF_Birth and
+// PF_SetOverrideFunc) and the kept scratch block (report/HostMemory.cc; written by whoever needs scratch,
+// PF_FreeUpSomeMemory and PF_Death).
 #pragma once
 
 #include <atomic>
@@ -14,8 +17,7 @@ struct SampleKernels;
 struct ReplicateKernels;
 
 // Routine slots: portable from the start; PF_Birth sets them again and then, where the CPU allows, to
-// the vector kernels. Read by every operation of their concern. (The replaceable functions live in
-// dispatch/Slot.h: written by PF_Birth and PF_SetOverrideFunc.)
+// the vector kernels. Read by every operation of their concern.
 struct KernelSlots {
   std::atomic<const ConvertKernels*> convert;
   std::atomic<const SampleKernels*> sample;
@@ -50,9 +52,5 @@ struct StartState {
   std::atomic<LIST_List> routines;
 };
 extern constinit StartState g_start;
-
-// Size in bytes that shared scratch buffers may keep between calls. Written by PF_Birth and
-// PF_FreeUpSomeMemory.
-extern constinit std::atomic<std::uint64_t> g_scratch_size;
 
 }  // namespace pf

@@ -6,6 +6,7 @@
 #include "host/PLUG.h"
 #include "host/vexcore.h"
 #include "lifecycle/Globals.h"
+#include "report/HostMemory.h"
 #include "report/Report.h"
 
 namespace pf {
@@ -44,7 +45,8 @@ PF_Err StartModule(PLUG_RoutineRef routine, PLUG_EntryFunc entry) {
 
 U_Err OnLoad(PLUG_RoutineRef routine, void*) {
   PLUG_EntryFunc entry = nullptr;
-  PF_Err error = PLUG_PrepRoutine(routine, &entry);
+  QuietErrors quiet;  // the user hears of it below, in the library's words
+  PF_Err error = quiet.End(PLUG_PrepRoutine(routine, &entry));
   if (error == PF_Err_NONE) {
     error = StartModule(routine, entry);
     if (error != PF_Err_NONE) PLUG_UnprepRoutine(routine);
@@ -55,7 +57,7 @@ U_Err OnLoad(PLUG_RoutineRef routine, void*) {
 
 U_Err OnUnload(PLUG_RoutineRef routine, void*) {
   const LIST_List routines = g_start.routines.load();
-  for (std::int32_t i = 0; i < LIST_Count(routines); ++i) {
+  for (std::int32_t i = 0; routines != nullptr && i < LIST_Count(routines); ++i) {
     auto* module = static_cast<Module*>(LIST_Get(routines, i));
     if (module->routine != routine || module->entry == nullptr) continue;
     const PF_Err error = module->entry(PLUG_SELECTOR_SHUTDOWN, nullptr);

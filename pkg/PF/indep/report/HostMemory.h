@@ -11,23 +11,22 @@
 namespace pf {
 
 // A scratch block of host memory, aligned to 64 bytes, uninitialised. Throws 4 when memory is short; the
-// host reports it under the given text.
+// host reports it under the given text. One block is kept for whoever needs one next, so that a series of
+// small copies allocates once; who comes second at the same time gets a block of its own.
 class HostBlock {
  public:
-  HostBlock(std::uint64_t size, Message what) : block_(U_AllocatePtr(size + kAlignment, LookUp(what))) {
-    if (block_ == nullptr) ThrowOutOfMemory();
-  }
-  ~HostBlock() { U_FreePtr(block_); }
+  HostBlock(std::uint64_t size, Message what);
+  ~HostBlock();
   HostBlock(const HostBlock&) = delete;
   HostBlock& operator=(const HostBlock&) = delete;
 
-  std::byte* data() const {
-    const auto address = reinterpret_cast<std::uintptr_t>(block_);
-    return reinterpret_cast<std::byte*>((address + kAlignment - 1) / kAlignment * kAlignment);
-  }
+  std::byte* data() const;
+
+  // Gives the kept block back to the host; the next one starts small again. Blocks in use stay. Safe at
+  // any moment, from within the host's allocator too.
+  static void ReleaseKept();
 
  private:
-  static constexpr std::uint64_t kAlignment = 64;
   void* block_;
 };
 

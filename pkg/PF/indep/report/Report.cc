@@ -24,6 +24,11 @@ bool ReportCaller(Site site, Message message) {
   return true;
 }
 
+PF_Err FailCaller(Site site, Message message) {
+  if (!ReportCaller(site, message)) FailVerification("bad parameter, and no text for it", site);
+  return PF_Err_REPORTED;
+}
+
 PF_Err ReportText(Site site, const char* text) {
   const PF_Err answer = Up_ReportErrString(Identifier(site), 8, text);
   return answer != PF_Err_NONE ? answer : PF_Err_REPORTED;

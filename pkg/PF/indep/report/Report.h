@@ -20,6 +20,10 @@ PF_Err FailVerification(const char* text, Site site = Site::kImageModel, std::in
 // has been reported.
 bool ReportCaller(Site site, Message message);
 
+// Reports a caller's error that is code 3: by its text, or as a failed verification when the host has
+// none. Returns 3.
+PF_Err FailCaller(Site site, Message message);
+
 // Reports a plain text; returns the host's answer, 3 when the host answers 0.
 PF_Err ReportText(Site site, const char* text);
 

@@ -20,7 +20,15 @@ PF_World* ByDepth(int depth, const char* text, Make make) {
   return DispatchDepth(depth, make, [text]() -> PF_World* { ThrowVerification(text); });
 }
 
-int DepthOf(const PF_World* world) { return world == nullptr ? 0 : world->Depth(); }
+// Null is a caller's error, told with or without a text.
+template <class T>
+T& Given(T* argument) {
+  if (argument == nullptr) {
+    ReportCaller(Site::kNewEffectWorld, Message::kInvalidParameter);
+    ThrowCode(PF_Err_BAD_PARAMETER);
+  }
+  return *argument;
+}
 
 PF_World* ReferenceToBitmap(BM_World** world, const M_Rect* rect) {
   return ByDepth(PF_DepthOfBMWorld(world), kReferenceText,
@@ -50,12 +58,12 @@ PF_World* PF_World::New(const M_LRect& rect, std::int32_t depth, std::int32_t fl
 }
 
 PF_World* PF_World::NewMatchingWorld(const PF_World* like, std::int32_t flags) {
-  if (like == nullptr) pf::ThrowVerification(pf::kNewText);
-  return New(like->width, like->height, like->Depth(), flags);
+  const PF_World& world = pf::Given(like);
+  return New(world.width, world.height, world.Depth(), flags);
 }
 
 PF_World* PF_World::NewReference(PF_World* parent, const M_LRect& rect) {
-  return pf::ByDepth(pf::DepthOf(parent), pf::kReferenceText, [&]<class P>(P) -> PF_World* {
+  return pf::ByDepth(pf::Given(parent).Depth(), pf::kReferenceText, [&]<class P>(P) -> PF_World* {
     return new PF_WorldX<P>(static_cast<PF_WorldX<P>*>(parent), rect);
   });
 }
@@ -69,8 +77,8 @@ PF_World* PF_World::NewReference(BM_World** world) { return pf::ReferenceToBitma
 PF_World* PF_World::NewReference(BM_World** world, const M_Rect& rect) { return pf::ReferenceToBitmap(world, &rect); }
 
 PF_World* PF_World::NewReference(PF_LayerDef* record) {
-  const int depth = record == nullptr ? 0 : PFp_WorldDepth(record);
-  return pf::ByDepth(depth, pf::kRecordText, [&]<class P>(P) -> PF_World* { return new PF_WorldX<P>(record, false); });
+  return pf::ByDepth(PFp_WorldDepth(&pf::Given(record)), pf::kRecordText,
+                     [&]<class P>(P) -> PF_World* { return new PF_WorldX<P>(record, false); });
 }
 
 PF_World* PF_World::NewReference(void* pixels, std::int32_t width, std::int32_t height, std::int32_t depth,
