@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <type_traits>
 
 #include "sample/AreaBox.h"
 #include "sample/Rounding.h"
@@ -58,28 +59,36 @@ PF_PixelDouble SumOverBox(const Plane<P>& src, const BoxSpan& columns, const Box
   return sum;
 }
 
+// What rounds a mean half up. The excess makes up for the rounding of the reciprocal, so that exact halves
+// go up.
+inline constexpr double kAreaRounding = 0.5 + 0x1p-30;
+
 template <class Channel>
 Channel StoreMean(double mean) {
   if constexpr (std::is_same_v<Channel, float>) {
     return StoredFloat(static_cast<float>(mean));
   } else {
-    return static_cast<Channel>(mean + 0.5);
+    return static_cast<Channel>(mean + kAreaRounding);
   }
 }
 
 // Divides: alpha, and premultiplied colour, by the box's area, straight colour by the sum of alpha.
 template <bool straight, class P>
-P MeanOf(const PF_PixelDouble& sum, double area) {
+P MeanOf(const PF_PixelDouble& sum, double inverse_area) {
   using Channel = ChannelOf<P>;
-  const double alpha = sum.alpha / area;
+  const Channel alpha = StoreMean<Channel>(sum.alpha * inverse_area);
   if constexpr (!std::is_same_v<Channel, float>) {
-    if (alpha < 0.5) return {};
+    if (alpha == 0) return {};
   } else if constexpr (straight) {
     if (!(sum.alpha > 0.0)) return {};
   }
-  const double divisor = straight ? sum.alpha : area;
-  return {StoreMean<Channel>(alpha), StoreMean<Channel>(sum.red / divisor), StoreMean<Channel>(sum.green / divisor),
-          StoreMean<Channel>(sum.blue / divisor)};
+  const double inverse = straight ? 1.0 / sum.alpha : inverse_area;
+  return {alpha, StoreMean<Channel>(sum.red * inverse), StoreMean<Channel>(sum.green * inverse),
+          StoreMean<Channel>(sum.blue * inverse)};
+}
+
+inline double InverseArea(const PF_SampPB& params) {
+  return 1.0 / (BoxExtent(params.radius_x) * BoxExtent(params.radius_y));
 }
 
 template <class P, bool straight>
@@ -88,8 +97,7 @@ P SampleArea(const PF_SampPB& params, std::int64_t x, std::int64_t y) {
   const BoxSpan columns = SpanOf(x, params.radius_x, src.width);
   const BoxSpan rows = SpanOf(y, params.radius_y, src.height);
   if (columns.IsEmpty() || rows.IsEmpty()) return {};
-  const double area = BoxExtent(params.radius_x) * BoxExtent(params.radius_y);
-  return MeanOf<straight, P>(SumOverBox<straight>(src, columns, rows), area);
+  return MeanOf<straight, P>(SumOverBox<straight>(src, columns, rows), InverseArea(params));
 }
 
 }  // namespace pf

@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "simd/BilinearTaps-inl.h"
+#include "simd/PairProducts-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {
@@ -31,20 +32,7 @@ inline bool FixedFits(const FixedPlaces& positions, int bits_u) {
   return (lanes * positions.step() & 0xFFFF) == 0 && 65535 + 3 * positions.step() < 3 * 65536 && bits_u <= 7;
 }
 
-// Products of neighbouring 16-bit lanes, added in pairs to a 32-bit sum.
-HWY_INLINE hn::Vec<FixedTag> AddPairProducts(hn::Vec<FixedShorts> a, hn::Vec<FixedShorts> b, hn::Vec<FixedTag> sum) {
-  const FixedTag d;
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
-  auto unused = hn::Zero(d);
-  return hn::ReorderWidenMulAccumulate(d, a, b, sum, unused);
-#else
-  const auto high = [&](auto v) HWY_ATTR { return hn::ShiftRight<16>(hn::BitCast(d, v)); };
-  const auto low = [&](auto v) HWY_ATTR { return hn::ShiftRight<16>(hn::ShiftLeft<16>(hn::BitCast(d, v))); };
-  return hn::Add(hn::Add(sum, hn::Mul(low(a), low(b))), hn::Mul(high(a), high(b)));
-#endif
-}
-
-// Column, column byte and weight of `per_block` samples a block from sample k on, as one vector sees them.
+// Offsets and weights of the samples from k on, as one vector sees them.
 struct FixedPattern {
   FixedPattern(const FixedPlaces& positions, std::int64_t k, int bits_u)
       : places(positions), first(k), shift(16 - bits_u) {}
@@ -112,7 +100,7 @@ class FixedDifferingSampler {
     const FloatTag<PF_Pixel8> df;
     const auto upper = rows_.Blocks(rows_.upper, k), lower = rows_.Blocks(rows_.lower, k);
     const auto top = hn::Mul(Pairs<0>(upper), top_), bottom = hn::Mul(Pairs<0>(lower), bottom_);
-    const auto alpha = AddPairProducts(hn::Add(top, bottom), hn::Set(FixedShorts(), 1), hn::Zero(d));
+    const auto alpha = AddPairProducts(d, hn::Add(top, bottom), hn::Set(FixedShorts(), 1), hn::Zero(d));
     const auto half = hn::Set(d, 1 << (bits_ - 1));
     const auto inverse = hn::Div(hn::Set(df, 1.0f), hn::ConvertTo(df, alpha));
     const auto stored = [&](auto sum) HWY_ATTR {
@@ -139,8 +127,9 @@ class FixedDifferingSampler {
 
   template <int channel>
   HWY_INLINE hn::Vec<FixedTag> Sum(Shorts top, Bytes upper, Shorts bottom, Bytes lower) const {
-    return AddPairProducts(top, Pairs<channel>(upper),
-                           AddPairProducts(bottom, Pairs<channel>(lower), hn::Zero(FixedTag())));
+    const FixedTag d;
+    const auto below = AddPairProducts(d, bottom, Pairs<channel>(lower), hn::Zero(d));
+    return AddPairProducts(d, top, Pairs<channel>(upper), below);
   }
 
   FixedRows rows_;

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "PF/PF_Types.h"
 #include "pixel/Plane.h"
@@ -100,28 +101,47 @@ HWY_NOINLINE void HoldRow(const Plane<P>& src, std::int64_t j, std::int64_t firs
   if (left < right) UnpackPixels(src.Row(j) + (first + left), right - left, stride, held + left);
 }
 
-// Lanes(d) pixels to memory. Values are limited already; integers are truncated.
-template <class DF, class V = hn::Vec<DF>>
-HWY_INLINE void StorePixels(DF, const Channels<V>& p, PF_Pixel8* to) {
-  const auto whole = [](V v) { return TruncateToInt32(v); };
-  const auto low = hn::Or(whole(p.alpha), hn::ShiftLeft<16>(whole(p.green)));
-  const auto high = hn::Or(whole(p.red), hn::ShiftLeft<16>(whole(p.blue)));
-  hn::StoreU(hn::BitCast(hn::Repartition<std::uint8_t, DF>(), hn::Or(low, hn::ShiftLeft<8>(high))),
-             hn::Repartition<std::uint8_t, DF>(), reinterpret_cast<std::uint8_t*>(to));
+// Truncated lanes that fit 32 bits.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE auto Truncated(D, V v) {
+  if constexpr (sizeof(hn::TFromD<D>) == 8) {
+    return hn::DemoteTo(hn::Rebind<std::int32_t, D>(), v);
+  } else {
+    return TruncateToInt32(v);
+  }
 }
 
-template <class DD, class V = hn::Vec<DD>>
-HWY_INLINE void StorePixels(DD, const Channels<V>& p, PF_Pixel16* to) {
-  const hn::Rebind<std::int32_t, DD> di;
-  const auto whole = [&](V v) { return hn::DemoteTo(di, v); };
-  const auto low = hn::Or(whole(p.alpha), hn::ShiftLeft<16>(whole(p.red)));
-  const auto high = hn::Or(whole(p.green), hn::ShiftLeft<16>(whole(p.blue)));
+// Lanes(d) pixels to memory. Values are limited already; integers are truncated.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void StorePixels(D d, const Channels<V>& p, PF_Pixel8* to) {
+  const hn::Rebind<std::int32_t, D> di;
+  const auto low = hn::Or(Truncated(d, p.alpha), hn::ShiftLeft<16>(Truncated(d, p.green)));
+  const auto high = hn::Or(Truncated(d, p.red), hn::ShiftLeft<16>(Truncated(d, p.blue)));
+  hn::StoreU(hn::Or(low, hn::ShiftLeft<8>(high)), di, reinterpret_cast<std::int32_t*>(to));
+}
+
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void StorePixels(D d, const Channels<V>& p, PF_Pixel16* to) {
+  const hn::Rebind<std::int32_t, D> di;
+  const auto low = hn::Or(Truncated(d, p.alpha), hn::ShiftLeft<16>(Truncated(d, p.red)));
+  const auto high = hn::Or(Truncated(d, p.green), hn::ShiftLeft<16>(Truncated(d, p.blue)));
   hn::StoreInterleaved2(low, high, di, reinterpret_cast<std::int32_t*>(to));
 }
 
-template <class DF, class V = hn::Vec<DF>>
-HWY_INLINE void StorePixels(DF d, const Channels<V>& p, PF_PixelFloat* to) {
-  hn::StoreInterleaved4(p.alpha, p.red, p.green, p.blue, d, reinterpret_cast<float*>(to));
+// Doubles are narrowed; what is not a number then becomes the one that is stored.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void StorePixels(D d, const Channels<V>& p, PF_PixelFloat* to) {
+  if constexpr (sizeof(hn::TFromD<D>) == 8) {
+    const hn::Rebind<float, D> df;
+    const auto narrow = [&](V v) HWY_ATTR {
+      const auto f = hn::DemoteTo(df, v);
+      return hn::IfThenElse(hn::IsNaN(f), hn::Set(df, std::numeric_limits<float>::quiet_NaN()), f);
+    };
+    hn::StoreInterleaved4(narrow(p.alpha), narrow(p.red), narrow(p.green), narrow(p.blue), df,
+                          reinterpret_cast<float*>(to));
+  } else {
+    hn::StoreInterleaved4(p.alpha, p.red, p.green, p.blue, d, reinterpret_cast<float*>(to));
+  }
 }
 
 #endif  // HWY_TARGET

@@ -1,0 +1,53 @@
+// What an area row kernel keeps in its scratch: where every sample's columns lie, which is the same for
+// all rows of a copy, and room for sums of columns.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "sample/AreaBox.h"
+#include "sample/SampleKernels.h"
+
+namespace pf {
+
+// The columns of one sample, as BoxSpan.
+struct SampleColumns {
+  std::int32_t first, end;
+  double first_weight, last_weight;
+};
+
+// The head of the scratch; all zero in a fresh one. Samples begin..end-1 have columns inside the world.
+struct AreaHead {
+  std::int64_t ready, begin, end;
+};
+
+// Most columns that a box covers.
+constexpr std::int64_t BoxColumns(const PF_SampPB& params) {
+  const std::int64_t columns = params.radius_x > 0 ? (2 * std::int64_t{params.radius_x} + 65535) / 65536 + 1 : 1;
+  return std::min<std::int64_t>(columns, std::max(params.src->width, 0));
+}
+
+// Columns summed at a time: in the fastest cache for usual boxes, and enough for several of any. A box
+// across the end of a tile is summed again in the next.
+constexpr std::int64_t TileColumns(const PF_SampPB& params) {
+  return std::min<std::int64_t>(std::max<std::int64_t>(256, 8 * BoxColumns(params)), std::max(params.src->width, 0));
+}
+
+struct AreaCache {
+  std::byte* base;
+  std::int64_t samples;
+
+  AreaHead& head() const { return *reinterpret_cast<AreaHead*>(base); }
+  SampleColumns* columns() const { return reinterpret_cast<SampleColumns*>(base + 64); }
+  double* sums() const { return reinterpret_cast<double*>(base + 64 + ColumnBytes(samples)); }
+
+  static constexpr std::int64_t ColumnBytes(std::int64_t n) {
+    return (n * std::int64_t{sizeof(SampleColumns)} + 63) / 64 * 64;
+  }
+  static std::int64_t Size(const PF_SampPB& params, std::int64_t n) {
+    return 64 + ColumnBytes(n) + (TileColumns(params) * 4 * std::int64_t{sizeof(double)} + 63) / 64 * 64;
+  }
+};
+
+}  // namespace pf
