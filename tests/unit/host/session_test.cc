@@ -58,7 +58,8 @@ TEST(Session, AFailedStartStopsEverythingAgain) {
   PFhost_Options options[4] = {};
   options[0].text_catalogue = missing.c_str();
   options[1].preferences = missing.c_str();
-  options[2].plug_in_folder = missing.c_str();
+  options[2].plug_in_folder = missing.c_str();  // found by the library's start, when all of the host runs
+  options[2].threads = 3;
   options[3].threads = -2;
   for (const PFhost_Options& bad : options) {
     const std::int64_t before = PFhost_LiveAllocations();
@@ -66,6 +67,8 @@ TEST(Session, AFailedStartStopsEverythingAgain) {
     EXPECT_EQ(PFhost_Start(&bad), 3);
     EXPECT_EQ(PFhost_ReportCount(), 1);
     EXPECT_EQ(PFhost_LiveAllocations(), before);
+    EXPECT_EQ(U_G_CPU_DataP, nullptr);
+    EXPECT_EQ(U_GetNumThreads(), 1);
     EXPECT_EQ(PFhost_Start(nullptr), 0) << "nothing is left in the way";
     EXPECT_EQ(PFhost_Stop(), 0);
   }

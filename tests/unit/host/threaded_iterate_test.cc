@@ -1,7 +1,7 @@
 // After: threaded iteration that differs from the library's own in bits, codes, reports or the order of
 // its checks; progress told from another thread or going backwards; a wrong error winning.
 #include <atomic>
-#include <cmath>
+#include <chrono>
 #include <thread>
 
 #include "PF/PF_Iterate.h"
@@ -241,6 +241,30 @@ TEST_P(ThreadedIterate, GenericReturnsTheErrorOfTheLowestIndex) {
     EXPECT_EQ(PF_IterateGeneric(1000, &count, &Count::Call), 1037);
     for (std::size_t i = 0; i <= 37; ++i) EXPECT_EQ(count.calls[i], 1) << i;
     EXPECT_EQ(count.calls[999], 0) << "it stopped";
+  }
+}
+
+// Two indices that run at the same time and both fail, `last` after the other.
+struct BothFail {
+  explicit BothFail(std::int32_t last_to_fail) : last(last_to_fail) {}
+  static PF_Err Call(void* reference, std::int32_t, std::int32_t i, std::int32_t) {
+    auto& self = *static_cast<BothFail*>(reference);
+    self.begun++;
+    while (self.begun < 2) std::this_thread::yield();
+    while (i == self.last && !self.first_failed) std::this_thread::yield();
+    if (i == self.last) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    self.first_failed = true;
+    return 1000 + i;
+  }
+  const std::int32_t last;
+  std::atomic<int> begun{0};
+  std::atomic<bool> first_failed{false};
+};
+
+TEST_P(ThreadedIterate, GenericPrefersTheLowestIndexWhicheverFailsFirst) {
+  for (const std::int32_t last : {0, 1}) {
+    BothFail both(last);
+    EXPECT_EQ(PF_IterateGeneric(2, &both, &BothFail::Call), 1000) << "index " << last << " failed last";
   }
 }
 
