@@ -17,17 +17,35 @@ using WorldPtr = std::unique_ptr<PF_World>;
 
 inline WorldPtr Reference(TestWorld& world) { return WorldPtr(PF_World::NewReference(world.record())); }
 
-// Expects the member call to throw `code` after one report that reads `text` (empty: no report).
+// Expects the call to throw `code` after one report that reads `text` (empty: no report).
 inline void ExpectThrows(PF_Err code, const std::string& text, const std::function<void()>& call) {
   Host().reports.clear();
+  PF_Err thrown = 0;
   try {
     call();
-    ADD_FAILURE() << "nothing was thrown; expected " << code << " " << text;
   } catch (const PF_Error& error) {
-    EXPECT_EQ(error.code(), code) << text;
+    thrown = error.code();
   }
+  EXPECT_EQ(thrown, code) << text;
   EXPECT_EQ(Host().ReportTexts(), text.empty() ? "" : text + "\n");
 }
+
+// A fresh test host, and nothing left behind on it.
+class HostTest : public testing::TestWithParam<std::int32_t> {
+ protected:
+  void SetUp() override {
+    Host().Reset();
+    live_ = Host().live_allocations;
+  }
+  void TearDown() override {
+    EXPECT_EQ(PFp_LiveWorldCount(), 0);
+    EXPECT_EQ(PFp_LiveChunkCount(), 0);
+    EXPECT_EQ(Host().live_allocations, live_);
+  }
+
+ private:
+  std::int64_t live_ = 0;
+};
 
 // A world of a class that is not the library's, with any depth.
 class ForeignWorld final : public PF_World {
