@@ -11,15 +11,20 @@
 
 namespace pf {
 
-// The columns of one sample, as BoxSpan.
+// Columns of small boxes are summed in straight-line code, with a weight for each.
+inline constexpr std::int64_t kSmallBox = 6;
+
+// The columns of one sample, as BoxSpan. Boxes of at most kSmallBox columns have all their weights here,
+// followed by zeros; larger ones the first and the last.
 struct SampleColumns {
   std::int32_t first, end;
-  double first_weight, last_weight;
+  double weights[kSmallBox];
 };
 
-// The head of the scratch; all zero in a fresh one. Samples begin..end-1 have columns inside the world.
+// The head of the scratch; all zero in a fresh one. Samples begin..end-1 have columns inside the world,
+// no more than `widest` each.
 struct AreaHead {
-  std::int64_t ready, begin, end;
+  std::int64_t ready, begin, end, widest;
 };
 
 // Most columns that a box covers.
@@ -46,7 +51,11 @@ struct AreaCache {
     return (n * std::int64_t{sizeof(SampleColumns)} + 63) / 64 * 64;
   }
   static std::int64_t Size(const PF_SampPB& params, std::int64_t n) {
-    return 64 + ColumnBytes(n) + (TileColumns(params) * 4 * std::int64_t{sizeof(double)} + 63) / 64 * 64;
+    return 64 + ColumnBytes(n) + SumBytes(params);
+  }
+  // Small boxes read on behind the last column.
+  static std::int64_t SumBytes(const PF_SampPB& params) {
+    return ((TileColumns(params) + kSmallBox) * 4 * std::int64_t{sizeof(double)} + 63) / 64 * 64;
   }
 };
 

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <type_traits>
 
 #include "sample/Area.h"
 #include "simd/PairProducts-inl.h"
@@ -46,6 +47,11 @@ struct Sum4 {
   }
   HWY_INLINE Sum4 operator*(const Sum4& other) const {
     return Each([&](std::size_t p) HWY_ATTR { return hn::Mul(part[p], other.part[p]); });
+  }
+  // Zero where `weight` is.
+  HWY_INLINE Sum4 OrZero(double weight) const {
+    const auto counts = hn::Ne(hn::Set(SumTag(), weight), hn::Zero(SumTag()));
+    return Each([&](std::size_t p) HWY_ATTR { return hn::IfThenElseZero(counts, part[p]); });
   }
   HWY_INLINE Sum4 operator+(double addend) const {
     return Each([&](std::size_t p) HWY_ATTR { return hn::Add(part[p], hn::Set(SumTag(), addend)); });
@@ -98,22 +104,84 @@ inline RowBlock RowsOf(const BoxSpan& rows, std::int64_t top) {
   return {top, end, rows.WeightOf(top), rows.WeightOf(end - 1)};
 }
 
-// A struct per depth sums kColumns columns at a time over a block of rows, in units of kUnit; `from` is the
-// first of their pixels in row `first`.
+// f(0), f(1) ... f(n - 1), unrolled; f takes the number as a constant.
+template <std::size_t n, class F>
+HWY_INLINE void Unrolled(const F& f) {
+  if constexpr (n > 0) {
+    Unrolled<n - 1>(f);
+    f(std::integral_constant<std::size_t, n - 1>());
+  }
+}
+
+// A class per depth sums kColumns columns over a block of rows, in units of kUnit; `from` is the first of
+// their pixels in the block's first row. What columns have in common is computed once per block.
 template <class P, bool straight>
-struct ColumnSums;
+class ColumnSums;
 
 // In integers. Weighted rows are those of less than 65536. What rows t and b of weights wt and wb add is
 //   wt t + wb b = (wt - 2^15)(t - 2^15) + (wb - 2^15)(b - 2^15) + 2^15 (t + b) + 2^15 (wt + wb) - 2^31,
 // so that signed 16-bit products do; a row that is missing counts as zero with weight 0.
 template <bool straight>
-struct ColumnSums<PF_Pixel8, straight> {
+class ColumnSums<PF_Pixel8, straight> {
   using D16 = hn::CappedTag<std::uint16_t, 16>;
   using DI16 = hn::RebindToSigned<D16>;
   using D32 = hn::RepartitionToWide<DI16>;
-  static constexpr std::size_t kColumns = hn::MaxLanes(D16()) / 4;
+  static constexpr std::size_t kBlocks = hn::MaxLanes(D16()) / 8;  // of two pixels
+
+ public:
+  static constexpr std::size_t kColumns = 2 * kBlocks;
   static constexpr double kUnit = 0x1p-16;
 
+  HWY_INLINE ColumnSums(const RowBlock& rows, std::int64_t stride) : stride_(stride), end_(rows.end - rows.first) {
+    if (rows.first_weight < 1.0) top_weight_ = static_cast<std::int32_t>(rows.first_weight * 65536.0);
+    begin_ = top_weight_ != 0 ? 1 : 0;
+    if (begin_ < end_ && rows.last_weight < 1.0) {
+      bottom_weight_ = static_cast<std::int32_t>(rows.last_weight * 65536.0);
+      --end_;
+    }
+  }
+
+  HWY_INLINE void operator()(const std::byte* from, double* out) const {
+    const D16 d;
+    const D32 d32;
+    // Lower and upper pixel of each block.
+    auto lower = hn::Zero(d32), upper = hn::Zero(d32);
+    const std::byte* row = from + begin_ * stride_;
+    for (std::int64_t j = begin_; j < end_; ++j, row += stride_) {
+      const auto terms = Terms(row);
+      lower = hn::Add(lower, hn::BitCast(d32, hn::InterleaveLower(d, terms, hn::Zero(d))));
+      upper = hn::Add(upper, hn::BitCast(d32, hn::InterleaveUpper(d, terms, hn::Zero(d))));
+    }
+    if (top_weight_ + bottom_weight_ == 0) {
+      Unrolled<kBlocks>([&](auto b) HWY_ATTR {
+        (Sum4::Of(BlockOf(d32, lower, b)) * 65536.0).Store(out + 8 * b);
+        (Sum4::Of(BlockOf(d32, upper, b)) * 65536.0).Store(out + 8 * b + 4);
+      });
+      return;
+    }
+    const auto bias = hn::Set(d, 0x8000);
+    const auto top = hn::Xor(bias, top_weight_ != 0 ? Terms(from) : hn::Zero(d));
+    const auto bottom = hn::Xor(bias, bottom_weight_ != 0 ? Terms(from + end_ * stride_) : hn::Zero(d));
+    const auto lower_pairs = hn::BitCast(DI16(), hn::InterleaveLower(d, top, bottom));
+    const auto upper_pairs = hn::BitCast(DI16(), hn::InterleaveUpper(d, top, bottom));
+    const auto one = hn::Set(DI16(), 1);
+    const auto weights =
+        hn::BitCast(DI16(), hn::Set(d32, ((top_weight_ - 32768) & 0xFFFF) + (bottom_weight_ - 32768) * 65536));
+    // Twice the whole rows and the weighted ones once, less 2^16, in units of 2^15.
+    lower = AddPairProducts(d32, lower_pairs, one, hn::Add(lower, lower));
+    upper = AddPairProducts(d32, upper_pairs, one, hn::Add(upper, upper));
+    const auto lower_rest = AddPairProducts(d32, lower_pairs, weights, hn::Zero(d32));
+    const auto upper_rest = AddPairProducts(d32, upper_pairs, weights, hn::Zero(d32));
+    const double constant = 32768.0 * (top_weight_ + bottom_weight_);
+    const auto store = [&](auto whole, auto rest, double* to)
+                           HWY_ATTR { (Sum4::Of(whole) * 32768.0 + (Sum4::Of(rest) + constant)).Store(to); };
+    Unrolled<kBlocks>([&](auto b) HWY_ATTR {
+      store(BlockOf(d32, lower, b), BlockOf(d32, lower_rest, b), out + 8 * b);
+      store(BlockOf(d32, upper, b), BlockOf(d32, upper_rest, b), out + 8 * b + 4);
+    });
+  }
+
+ private:
   // Alpha, and each colour, times alpha when straight.
   static HWY_INLINE hn::Vec<D16> Terms(const std::byte* from) {
     const D16 d;
@@ -127,81 +195,55 @@ struct ColumnSums<PF_Pixel8, straight> {
     return hn::Mul(pixels, hn::Or(hn::BitCast(d, alpha), hn::LoadDup128(d, kOne)));
   }
 
-  static HWY_INLINE void Sum(const std::byte* from, std::int64_t stride, const RowBlock& rows, double* out) {
-    const D16 d;
-    const D32 d32;
-    std::int64_t j = 0, end = rows.end - rows.first;
-    auto top = hn::Zero(d), bottom = hn::Zero(d);
-    std::int32_t top_weight = 0, bottom_weight = 0;
-    if (rows.first_weight < 1.0) {
-      top_weight = static_cast<std::int32_t>(rows.first_weight * 65536.0);
-      top = Terms(from);
-      ++j;
-    }
-    if (j < end && rows.last_weight < 1.0) {
-      --end;
-      bottom_weight = static_cast<std::int32_t>(rows.last_weight * 65536.0);
-      bottom = Terms(from + end * stride);
-    }
-    // Lower and upper pixel of each block of two.
-    auto lower = hn::Zero(d32), upper = hn::Zero(d32);
-    for (; j < end; ++j) {
-      const auto terms = Terms(from + j * stride);
-      lower = hn::Add(lower, hn::BitCast(d32, hn::InterleaveLower(d, terms, hn::Zero(d))));
-      upper = hn::Add(upper, hn::BitCast(d32, hn::InterleaveUpper(d, terms, hn::Zero(d))));
-    }
-    if (top_weight + bottom_weight == 0) {
-      for (std::size_t c = 0; c < kColumns; ++c) {
-        (Sum4::Of(BlockOf(d32, c % 2 == 0 ? lower : upper, c / 2)) * 65536.0).Store(out + 4 * c);
-      }
-      return;
-    }
-    const auto bias = hn::Set(d, 0x8000);
-    const auto t = hn::Xor(top, bias), b = hn::Xor(bottom, bias);
-    const auto lower_pairs = hn::BitCast(DI16(), hn::InterleaveLower(d, t, b));
-    const auto upper_pairs = hn::BitCast(DI16(), hn::InterleaveUpper(d, t, b));
-    const auto one = hn::Set(DI16(), 1);
-    const auto weights =
-        hn::BitCast(DI16(), hn::Set(d32, (top_weight - 32768 & 0xFFFF) + (bottom_weight - 32768) * 65536));
-    // Twice the whole rows and the weighted ones once, less 2^16, in units of 2^15.
-    lower = AddPairProducts(d32, lower_pairs, one, hn::Add(lower, lower));
-    upper = AddPairProducts(d32, upper_pairs, one, hn::Add(upper, upper));
-    const auto lower_rest = AddPairProducts(d32, lower_pairs, weights, hn::Zero(d32));
-    const auto upper_rest = AddPairProducts(d32, upper_pairs, weights, hn::Zero(d32));
-    const double constant = 32768.0 * (top_weight + bottom_weight);
-    for (std::size_t c = 0; c < kColumns; ++c) {
-      const Sum4 whole = Sum4::Of(BlockOf(d32, c % 2 == 0 ? lower : upper, c / 2));
-      const Sum4 rest = Sum4::Of(BlockOf(d32, c % 2 == 0 ? lower_rest : upper_rest, c / 2));
-      (whole * 32768.0 + (rest + constant)).Store(out + 4 * c);
-    }
-  }
+  std::int64_t stride_, begin_ = 0, end_;  // rows begin_..end_-1 are whole
+  std::int32_t top_weight_ = 0, bottom_weight_ = 0;
 };
 
 // Products in 32-bit integers, sums in double.
 template <bool straight>
-struct ColumnSums<PF_Pixel16, straight> {
+class ColumnSums<PF_Pixel16, straight> {
   using D32 = hn::CappedTag<std::uint32_t, 8>;
   using D64 = hn::Repartition<double, D32>;
   using V64 = hn::Vec<D64>;
-  static constexpr std::size_t kBlocks = hn::MaxLanes(D32()) / 4;  // a pixel each
+  static constexpr std::size_t kBlocks = hn::MaxLanes(D32()) / 4;  // of one pixel
   static constexpr std::size_t kVectors = 2;
-  static constexpr std::size_t kColumns = kVectors * kBlocks;
-  static constexpr double kUnit = 1.0;
-
   // Of each pixel alpha and red, and green and blue.
   struct Halves {
     V64 low, high;
   };
 
+ public:
+  static constexpr std::size_t kColumns = kVectors * kBlocks;
+  static constexpr double kUnit = 1.0;
+
+  HWY_INLINE ColumnSums(const RowBlock& rows, std::int64_t stride) : rows_(rows), stride_(stride) {}
+
+  HWY_INLINE void operator()(const std::byte* from, double* out) const {
+    const D64 d;
+    Halves sums[kVectors];
+    Unrolled<kVectors>([&](auto v) HWY_ATTR { sums[v] = {hn::Zero(d), hn::Zero(d)}; });
+    const auto add_row = [&](double row_weight) HWY_ATTR {
+      const V64 weight = hn::Set(d, row_weight);
+      Unrolled<kVectors>([&](auto v) HWY_ATTR {
+        const Halves terms = Terms(from + v * kBlocks * sizeof(PF_Pixel16));
+        sums[v].low = hn::Add(sums[v].low, hn::Mul(weight, terms.low));
+        sums[v].high = hn::Add(sums[v].high, hn::Mul(weight, terms.high));
+      });
+      from += stride_;
+    };
+    for (std::int64_t j = rows_.first; j < rows_.end; ++j) add_row(rows_.WeightOf(j));
+    Unrolled<kVectors>([&](auto v) HWY_ATTR { StorePixels(sums[v], out + 4 * kBlocks * v); });
+  }
+
+ private:
   static HWY_INLINE Halves Terms(const std::byte* from) {
     const D32 d;
     const D64 d64;
-    const auto pixels =
-        hn::PromoteTo(d, hn::LoadU(hn::Rebind<std::uint16_t, D32>(), reinterpret_cast<const std::uint16_t*>(from)));
-    auto terms = pixels;
+    const hn::Rebind<std::uint16_t, D32> d16;
+    auto terms = hn::PromoteTo(d, hn::LoadU(d16, reinterpret_cast<const std::uint16_t*>(from)));
     if constexpr (straight) {
       const auto is_alpha = hn::Eq(hn::And(hn::Iota(d, 0), hn::Set(d, 3)), hn::Zero(d));
-      terms = hn::Mul(pixels, hn::IfThenElse(is_alpha, hn::Set(d, 1), hn::Broadcast<0>(pixels)));
+      terms = hn::Mul(terms, hn::IfThenElse(is_alpha, hn::Set(d, 1), hn::Broadcast<0>(terms)));
     }
     // The bits of 2^52 + v are those of 2^52 with v below.
     const auto magic = hn::Set(d, 0x43300000);
@@ -210,55 +252,50 @@ struct ColumnSums<PF_Pixel16, straight> {
             hn::Sub(hn::BitCast(d64, hn::InterleaveUpper(d, terms, magic)), offset)};
   }
 
-  static HWY_INLINE void Sum(const std::byte* from, std::int64_t stride, const RowBlock& rows, double* out) {
-    const D64 d64;
-    Halves sums[kVectors];
-    for (Halves& sum : sums) sum = {hn::Zero(d64), hn::Zero(d64)};
-    for (std::int64_t j = rows.first; j < rows.end; ++j) {
-      const V64 weight = hn::Set(d64, rows.WeightOf(j));
-      for (std::size_t v = 0; v < kVectors; ++v) {
-        const Halves terms = Terms(from + (j - rows.first) * stride + v * kBlocks * sizeof(PF_Pixel16));
-        sums[v].low = hn::Add(sums[v].low, hn::Mul(weight, terms.low));
-        sums[v].high = hn::Add(sums[v].high, hn::Mul(weight, terms.high));
-      }
-    }
-    for (std::size_t v = 0; v < kVectors; ++v) {
-      double* to = out + 4 * kBlocks * v;
-      if constexpr (kBlocks == 1) {
-        hn::StoreU(sums[v].low, d64, to);
-        hn::StoreU(sums[v].high, d64, to + 2);
-      } else {
-        hn::StoreU(hn::ConcatLowerLower(d64, sums[v].high, sums[v].low), d64, to);
-        hn::StoreU(hn::ConcatUpperUpper(d64, sums[v].high, sums[v].low), d64, to + 4);
-      }
+  static HWY_INLINE void StorePixels(const Halves& sums, double* to) {
+    const D64 d;
+    if constexpr (kBlocks == 1) {
+      hn::StoreU(sums.low, d, to);
+      hn::StoreU(sums.high, d, to + 2);
+    } else {
+      hn::StoreU(hn::ConcatLowerLower(d, sums.high, sums.low), d, to);
+      hn::StoreU(hn::ConcatUpperUpper(d, sums.high, sums.low), d, to + 4);
     }
   }
+
+  RowBlock rows_;
+  std::int64_t stride_;
 };
 
 template <bool straight>
-struct ColumnSums<PF_PixelFloat, straight> {
+class ColumnSums<PF_PixelFloat, straight> {
+ public:
   static constexpr std::size_t kColumns = 4;
   static constexpr double kUnit = 1.0;
 
+  HWY_INLINE ColumnSums(const RowBlock& rows, std::int64_t stride) : rows_(rows), stride_(stride) {}
+
+  HWY_INLINE void operator()(const std::byte* from, double* out) const {
+    Sum4 sums[kColumns];
+    Unrolled<kColumns>([&](auto c) HWY_ATTR { sums[c] = Sum4::Zero(); });
+    for (std::int64_t j = rows_.first; j < rows_.end; ++j, from += stride_) {
+      const double weight = rows_.WeightOf(j);
+      Unrolled<kColumns>([&](auto c)
+                             HWY_ATTR { sums[c] = sums[c] + Terms(from + c * sizeof(PF_PixelFloat)) * weight; });
+    }
+    Unrolled<kColumns>([&](auto c) HWY_ATTR { sums[c].Store(out + 4 * c); });
+  }
+
+ private:
   static HWY_INLINE Sum4 Terms(const std::byte* from) {
     const hn::Full128<float> d;
     const auto pixel = hn::LoadU(d, reinterpret_cast<const float*>(from));
     if constexpr (!straight) return Sum4::Of(pixel);
-    alignas(16) static constexpr float kOne[4] = {1.0f, 1.0f, 1.0f, 1.0f};
-    const auto is_alpha = hn::FirstN(d, 1);
-    return Sum4::Of(pixel) * Sum4::Of(hn::IfThenElse(is_alpha, hn::Load(d, kOne), hn::Broadcast<0>(pixel)));
+    return Sum4::Of(pixel) * Sum4::Of(hn::IfThenElse(hn::FirstN(d, 1), hn::Set(d, 1.0f), hn::Broadcast<0>(pixel)));
   }
 
-  static HWY_INLINE void Sum(const std::byte* from, std::int64_t stride, const RowBlock& rows, double* out) {
-    Sum4 sums[kColumns];
-    for (Sum4& sum : sums) sum = Sum4::Zero();
-    for (std::int64_t j = rows.first; j < rows.end; ++j) {
-      const std::byte* row = from + (j - rows.first) * stride;
-      const double weight = rows.WeightOf(j);
-      for (std::size_t c = 0; c < kColumns; ++c) sums[c] = sums[c] + Terms(row + c * sizeof(PF_PixelFloat)) * weight;
-    }
-    for (std::size_t c = 0; c < kColumns; ++c) sums[c].Store(out + 4 * c);
-  }
+  RowBlock rows_;
+  std::int64_t stride_;
 };
 
 // Sums `count` columns from `column` over the rows of a box, in units of kUnit.
@@ -270,20 +307,19 @@ HWY_NOINLINE void SumColumnsOnVectors(const Plane<P>& src, const BoxSpan& rows, 
   constexpr double kScale = 1.0 / Columns::kUnit;
   for (std::int64_t top = rows.first; top < rows.end; top += kAreaRowBlock) {
     const RowBlock block = RowsOf(rows, top);
+    const Columns sum_columns(block, src.stride);
     const auto* from = reinterpret_cast<const std::byte*>(src.At(column, top));
     const auto add = [&](std::int64_t c, std::int64_t n, const double* more) HWY_ATTR {
       for (std::int64_t i = 4 * c; i < 4 * (c + n); ++i) sums[i] = (top == rows.first ? 0.0 : sums[i]) + *more++;
     };
     std::int64_t c = 0;
-    double block_sums[4 * kColumns];
-    for (; c + kColumns <= count; c += kColumns) {
-      const std::byte* pixels = from + c * static_cast<std::int64_t>(sizeof(P));
-      if (top == rows.first) {
-        Columns::Sum(pixels, src.stride, block, sums + 4 * c);
-      } else {
-        Columns::Sum(pixels, src.stride, block, block_sums);
-        add(c, kColumns, block_sums);
-      }
+    if (top == rows.first) {
+      for (; c + kColumns <= count; c += kColumns, from += kColumns * sizeof(P)) sum_columns(from, sums + 4 * c);
+    }
+    for (; c + kColumns <= count; c += kColumns, from += kColumns * sizeof(P)) {
+      double block_sums[4 * kColumns];
+      sum_columns(from, block_sums);
+      add(c, kColumns, block_sums);
     }
     for (; c < count; ++c) {
       PF_PixelDouble sum = {};
