@@ -59,7 +59,8 @@ Failure ExistsFailure(const std::string& path) {
 class OutputFile::Proxy : public OIIO::Filesystem::IOProxy {
  public:
   Proxy(int file, const std::string& name) : IOProxy(name, Write), file_(file) {}
-  const char* proxytype() const override { return "file"; }
+  // Not "file": codecs take that as leave to use a stdio stream behind the proxy.
+  const char* proxytype() const override { return "descriptor"; }
   std::size_t write(const void* bytes, std::size_t size) override {
     const std::size_t written = pwrite(bytes, size, m_pos);
     m_pos += static_cast<std::int64_t>(written);

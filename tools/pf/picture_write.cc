@@ -133,6 +133,15 @@ void KeepWindow(ImageSpec* spec, const PictureFacts& like, Reporter* reporter) {
   }
 }
 
+// The writer's Exif part does not get along with libtiff 4.5 and spoils the file.
+void LeaveExifOut(ImageSpec* spec, Reporter* reporter) {
+  const bool has_exif = std::any_of(spec->extra_attribs.begin(), spec->extra_attribs.end(), [](const auto& attribute) {
+    return attribute.name().string().rfind("Exif:", 0) == 0;
+  });
+  if (has_exif) reporter->Note("Exif data are left out of tiff files; all other metadata are kept");
+  spec->attribute("tiff:write_exif", 0);
+}
+
 ImageSpec SpecFor(const PF_World& world, const WrittenFacts& facts, const PictureFacts& like,
                   const WriteRequest& request, Reporter* reporter) {
   const FileFormat& format = *request.format;
@@ -156,6 +165,7 @@ ImageSpec SpecFor(const PF_World& world, const WrittenFacts& facts, const Pictur
   if (alpha && unassociated) spec.attribute("oiio:UnassociatedAlpha", 1);
   if (spec.find_attribute("Exif:PixelXDimension")) spec.attribute("Exif:PixelXDimension", world.width);
   if (spec.find_attribute("Exif:PixelYDimension")) spec.attribute("Exif:PixelYDimension", world.height);
+  if (std::string(format.plugin) == "tiff") LeaveExifOut(&spec, reporter);
   if (std::string(format.plugin) == "jpeg") {
     spec.attribute("compression", "jpeg:95");
     spec.attribute("jpeg:subsampling", "4:4:4");
@@ -182,6 +192,27 @@ Failure WriterFailure(const WriteRequest& request, const std::string& message) {
   return {ExitCode::kInputOutput, "cannot write", QuotedOutput(request.path),
           why.empty() ? "the writer failed" : "the writer failed (" + why + ")", "write another format"};
 }
+
+/// A writer for one file. One that did not finish is left alone for the rest of the process: its destructor
+/// would complete the file first, with empty rows, and some codecs print what they think of that.
+class Writer {
+ public:
+  explicit Writer(const WriteRequest& request) : output_(OIIO::ImageOutput::create(request.format->plugin)) {
+    if (!output_) throw WriterFailure(request, OIIO::geterror());
+  }
+  ~Writer() {
+    static auto* const abandoned = new std::vector<OIIO::ImageOutput*>;
+    if (!finished_) abandoned->push_back(output_.release());
+  }
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+  OIIO::ImageOutput* get() { return output_.get(); }
+  void Finished() { finished_ = true; }
+
+ private:
+  std::unique_ptr<OIIO::ImageOutput> output_;
+  bool finished_ = false;
+};
 
 // One call into the writer. What it says counts only when the file system did not fail first.
 template <class Call>
@@ -235,14 +266,14 @@ WrittenFacts WritePicture(WorldPtr world, Alpha alpha, const PictureFacts& like,
   NoteEncoding(like, request, reporter);
 
   OutputFile file(request.path, request.overwrite);
-  auto output = OIIO::ImageOutput::create(request.format->plugin);
-  if (!output) throw WriterFailure(request, OIIO::geterror());
+  Writer output(request);
   ImageSpec spec = SpecFor(*world, facts, like, request, reporter);
   OIIO::Filesystem::IOProxy* proxy = file.proxy();
   spec.attribute("oiio:ioproxy", TypeDesc::PTR, &proxy);
-  CallWriter(output.get(), file, request, [&] { return output->open(request.path, spec); });
+  CallWriter(output.get(), file, request, [&] { return output.get()->open(request.path, spec); });
   WriteBands(*world, facts, request, &file, output.get(), reporter);
-  CallWriter(output.get(), file, request, [&] { return output->close(); });
+  CallWriter(output.get(), file, request, [&] { return output.get()->close(); });
+  output.Finished();
   file.Commit();
   return facts;
 }
