@@ -172,7 +172,9 @@ Action Setup(CLI::App& app) {
       ->type_name("WxH")
       ->capture_default_str();
   app.add_option("--caption", options->captions,
-                 "Text below a picture, once for each in order; without it the file name")
+                 "Texts below the pictures, one for each in order; without it the file names")
+      ->type_name("TEXT...");
+  without it the file name ")
       ->allow_extra_args(false)
       ->type_name("TEXT");
   app.add_option("--title", options->title, "Text at the top")->type_name("TEXT");
