@@ -174,9 +174,6 @@ Action Setup(CLI::App& app) {
   app.add_option("--caption", options->captions,
                  "Texts below the pictures, one for each in order; without it the file names")
       ->type_name("TEXT...");
-  without it the file name ")
-      ->allow_extra_args(false)
-      ->type_name("TEXT");
   app.add_option("--title", options->title, "Text at the top")->type_name("TEXT");
   app.add_flag("--linear", options->linear, "The values are linear light: show them through the sRGB curve");
   AddReadOptions(app, &options->read);
