@@ -24,13 +24,17 @@
 /// [i - 1/2, i + 1/2], the weight w of a pixel is the overlap's area; a radius of 0 covers that position
 /// alone. Straight: alpha = sum(w a) / box area, colour = sum(w a c) / sum(w a). Premultiplied: every
 /// channel sum(w c) / box area. Integers round half up, and an alpha that rounds to 0 is the zero pixel.
-/// Straight float pixels whose sum of alpha is not above 0 give the zero pixel. All sums are in double,
-/// from 0; their order, which fixes the bits: each column adds its rows inside the world from top to
-/// bottom, row weight times (alpha times colour), in blocks of 32 rows whose sums are then added; columns
-/// are added from left to right, each times its column weight. Weights of one axis are fractions of a
-/// pixel, multiples of 1/65536. So sums of up to 32 rows of integers are exact. Divisions are products
-/// with a reciprocal, 1 / sum or 1 / box area, and integers add 0.5 + 2^-30 and truncate, so that halves
-/// go up nevertheless.
+/// Straight float pixels whose sum of alpha is not above 0 give the zero pixel. Divisions are products
+/// with a reciprocal, 1 / sum or 1 / box area. Weights of one axis are fractions of a pixel, multiples of
+/// 1/65536. The order of the sums fixes the bits:
+/// - 16 bits and floats sum in double, from 0. Each column adds its rows inside the world from top to
+///   bottom, row weight times (alpha times colour), in blocks of 32 rows whose sums are then added;
+///   columns are added from left to right, each times its column weight. Integers add 0.5 + 2^-30 and
+///   truncate, so that halves go up. Sums of up to 32 rows of integers are exact.
+/// - 8 bits sum in single precision. Each column sums the rows covered whole exactly, then adds its first
+///   and its last row times their weights if they are not whole. Columns are taken in blocks of 32; of
+///   each block the even ones and the odd ones are added apart, from left to right, each times its column
+///   weight, then the two sums; blocks are added in double. Means add 0.5 + 2^-14 and truncate.
 #ifndef PF_SAMPLING_H
 #define PF_SAMPLING_H
 

@@ -14,6 +14,15 @@ struct BoxSpan {
 
   bool IsEmpty() const { return first >= end; }
   double WeightOf(std::int64_t i) const { return i == first ? first_weight : i == end - 1 ? last_weight : 1.0; }
+
+  struct Range {
+    std::int64_t begin, end;
+  };
+  // The pixels that are covered whole; at most one on either side is not.
+  Range Whole() const {
+    const std::int64_t begin = first_weight < 1.0 ? first + 1 : first;
+    return {begin, begin < end && last_weight < 1.0 ? end - 1 : end};
+  }
 };
 
 // Length of the box in pixels; a radius of 0 covers its position alone.

@@ -16,9 +16,10 @@ inline constexpr std::int64_t kSmallBox = 6;
 
 // The columns of one sample, as BoxSpan. Boxes of at most kSmallBox columns have all their weights here,
 // followed by zeros; larger ones the first and the last.
+template <class Real>
 struct SampleColumns {
   std::int32_t first, end;
-  double weights[kSmallBox];
+  Real weights[sizeof(Real) == 4 ? 8 : kSmallBox];  // floats are loaded by fours
 };
 
 // The head of the scratch; all zero in a fresh one. Samples begin..end-1 have columns inside the world,
@@ -39,23 +40,24 @@ constexpr std::int64_t TileColumns(const PF_SampPB& params) {
   return std::min<std::int64_t>(std::max<std::int64_t>(256, 8 * BoxColumns(params)), std::max(params.src->width, 0));
 }
 
+template <class Real>
 struct AreaCache {
+  using Columns = SampleColumns<Real>;
+
   std::byte* base;
   std::int64_t samples;
 
   AreaHead& head() const { return *reinterpret_cast<AreaHead*>(base); }
-  SampleColumns* columns() const { return reinterpret_cast<SampleColumns*>(base + 64); }
-  double* sums() const { return reinterpret_cast<double*>(base + 64 + ColumnBytes(samples)); }
+  Columns* columns() const { return reinterpret_cast<Columns*>(base + 64); }
+  Real* sums() const { return reinterpret_cast<Real*>(base + 64 + ColumnBytes(samples)); }
 
   static constexpr std::int64_t ColumnBytes(std::int64_t n) {
-    return (n * std::int64_t{sizeof(SampleColumns)} + 63) / 64 * 64;
+    return (n * std::int64_t{sizeof(Columns)} + 63) / 64 * 64;
   }
-  static std::int64_t Size(const PF_SampPB& params, std::int64_t n) {
-    return 64 + ColumnBytes(n) + SumBytes(params);
-  }
+  static std::int64_t Size(const PF_SampPB& params, std::int64_t n) { return 64 + ColumnBytes(n) + SumBytes(params); }
   // Small boxes read on behind the last column.
   static std::int64_t SumBytes(const PF_SampPB& params) {
-    return ((TileColumns(params) + kSmallBox) * 4 * std::int64_t{sizeof(double)} + 63) / 64 * 64;
+    return ((TileColumns(params) + kSmallBox) * 4 * std::int64_t{sizeof(Real)} + 63) / 64 * 64;
   }
 };
 

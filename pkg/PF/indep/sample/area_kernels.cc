@@ -26,28 +26,32 @@ inline constexpr std::int64_t kMeans = 16;
 
 // The lane form of MeanOf, from kMeans sums.
 template <class P, bool straight>
-HWY_INLINE void StoreMeans(const double* sums, double inverse_area, std::int64_t count, P* out) {
-  const SumTag d;
-  using V = hn::Vec<SumTag>;
+HWY_INLINE void StoreMeans(const AreaReal<P>* sums, AreaReal<P> inverse_area, std::int64_t count, P* out) {
+  using Real = AreaReal<P>;
+  const hn::CappedTag<Real, kMeans> d;
+  using V = hn::Vec<decltype(d)>;
   const V by_area = hn::Set(d, inverse_area);
   P pixels[kMeans];
-  for (std::int64_t k = 0; k < kMeans; k += static_cast<std::int64_t>(kSumLanes)) {
+  for (std::int64_t k = 0; k < kMeans; k += static_cast<std::int64_t>(hn::Lanes(d))) {
     Channels<V> sum;
     hn::LoadInterleaved4(d, sums + 4 * k, sum.alpha, sum.red, sum.green, sum.blue);
-    const V inverse = straight ? hn::Div(hn::Set(d, 1.0), sum.alpha) : by_area;
+    V inverse = by_area;
+    if constexpr (straight) inverse = hn::Div(hn::Set(d, Real{1}), sum.alpha);
     const V alpha = hn::Mul(sum.alpha, by_area);
-    Channels<V> mean = {alpha, hn::Mul(sum.red, inverse), hn::Mul(sum.green, inverse), hn::Mul(sum.blue, inverse)};
     if constexpr (!std::is_same_v<P, PF_PixelFloat>) {
-      const V rounding = hn::Set(d, kAreaRounding);
-      const auto visible = hn::Ge(hn::Add(alpha, rounding), hn::Set(d, 1.0));
-      const auto shown = [&](V v) HWY_ATTR { return hn::IfThenElseZero(visible, hn::Add(v, rounding)); };
-      mean = {shown(mean.alpha), shown(mean.red), shown(mean.green), shown(mean.blue)};
-    } else if constexpr (straight) {
-      const auto visible = hn::Gt(sum.alpha, hn::Zero(d));
+      const V rounding = hn::Set(d, AreaMath<P>::kRounding);
+      const V rounded = hn::Add(alpha, rounding);
+      inverse = hn::IfThenElseZero(hn::Ge(rounded, hn::Set(d, Real{1})), inverse);
+      const auto mean = [&](V v) HWY_ATTR { return hn::Add(hn::Mul(v, inverse), rounding); };
+      StorePixels(d, Channels<V>{rounded, mean(sum.red), mean(sum.green), mean(sum.blue)}, pixels + k);
+    } else {
+      const auto visible = hn::Or(hn::Gt(sum.alpha, hn::Zero(d)), straight ? hn::FirstN(d, 0) : hn::FirstN(d, kMeans));
       const auto shown = [&](V v) HWY_ATTR { return hn::IfThenElseZero(visible, v); };
-      mean = {shown(mean.alpha), shown(mean.red), shown(mean.green), shown(mean.blue)};
+      StorePixels(d,
+                  Channels<V>{shown(alpha), shown(hn::Mul(sum.red, inverse)), shown(hn::Mul(sum.green, inverse)),
+                              shown(hn::Mul(sum.blue, inverse))},
+                  pixels + k);
     }
-    StorePixels(d, mean, pixels + k);
   }
   std::memcpy(out, pixels, static_cast<std::size_t>(count) * sizeof(P));
 }
@@ -55,7 +59,7 @@ HWY_INLINE void StoreMeans(const double* sums, double inverse_area, std::int64_t
 // The sum over a box of `width` columns, some of weight 0, from the sums of the columns. Only floats can
 // hold what a weight of 0 does not silence.
 template <class P, std::size_t width>
-HWY_INLINE Sum4 SumOfSmall(const SampleColumns& columns, const double* sums) {
+HWY_INLINE void SumOfSmall(const SampleColumns<double>& columns, const double* sums, double* out) {
   Sum4 sum = Sum4::Zero();
   Unrolled<width>([&](auto i) HWY_ATTR {
     const Sum4 weighted = Sum4::Load(sums + 4 * i) * columns.weights[i];
@@ -65,38 +69,101 @@ HWY_INLINE Sum4 SumOfSmall(const SampleColumns& columns, const double* sums) {
       sum = sum + weighted;
     }
   });
-  return sum;
+  sum.Store(out);
 }
 
-HWY_INLINE Sum4 SumOfLarge(const SampleColumns& columns, const double* sums) {
+HWY_INLINE void SumOfLarge(const SampleColumns<double>& columns, const double* sums, double* out) {
   Sum4 sum = Sum4::Zero() + Sum4::Load(sums) * columns.weights[0];
-  if (columns.end - columns.first == 1) return sum;
-  for (std::int32_t i = columns.first + 1; i < columns.end - 1; ++i) sum = sum + Sum4::Load(sums += 4);
-  return sum + Sum4::Load(sums + 4) * columns.weights[1];
+  if (columns.end - columns.first > 1) {
+    for (std::int32_t i = columns.first + 1; i < columns.end - 1; ++i) sum = sum + Sum4::Load(sums += 4);
+    sum = sum + Sum4::Load(sums + 4) * columns.weights[1];
+  }
+  sum.Store(out);
 }
 
-// Samples of one tile of columns, `first` being the first of them. `width` 0: any.
+// Single precision: even and odd columns apart, in the halves of a vector where it has two.
+using NarrowTag = hn::CappedTag<float, 8>;
+inline constexpr std::size_t kNarrowBlocks = hn::MaxLanes(NarrowTag()) / 4;
+
+template <class D>
+HWY_INLINE void StoreSides(D d, const hn::Vec<D> (&side)[2], float* out) {
+  if constexpr (hn::MaxLanes(D()) == 4) {
+    hn::StoreU(hn::Add(side[0], side[1]), d, out);
+  } else {
+    const hn::Half<D> half;
+    hn::StoreU(hn::Add(hn::LowerHalf(half, side[0]), hn::UpperHalf(half, side[0])), half, out);
+  }
+}
+
+template <class P, std::size_t width>
+HWY_INLINE void SumOfSmall(const SampleColumns<float>& columns, const float* sums, float* out) {
+  const NarrowTag d;
+  const hn::Repartition<std::uint8_t, NarrowTag> d8;
+  alignas(32) static constexpr std::uint8_t kPairs[2][32] = {
+      {0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 0, 1, 2, 3, 4, 5, 6, 7, 4, 5, 6, 7, 4, 5, 6, 7, 4, 5, 6, 7},
+      {8,  9,  10, 11, 8,  9,  10, 11, 8,  9,  10, 11, 8,  9,  10, 11,
+       12, 13, 14, 15, 12, 13, 14, 15, 12, 13, 14, 15, 12, 13, 14, 15}};
+  hn::Vec<NarrowTag> side[2] = {hn::Zero(d), hn::Zero(d)};
+  Unrolled<(width + kNarrowBlocks - 1) / kNarrowBlocks>([&](auto i) HWY_ATTR {
+    constexpr std::size_t kColumn = i * kNarrowBlocks;
+    const auto four = hn::LoadDup128(d, columns.weights + kColumn / 4 * 4);
+    const auto bytes = hn::Load(d8, kPairs[kColumn % 4 / 2] + (kNarrowBlocks == 1 ? kColumn % 2 * 16 : 0));
+    const auto weights = hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, four), bytes));
+    auto& sum = side[kColumn % 2];
+    sum = hn::Add(sum, hn::Mul(hn::LoadU(d, sums + 4 * kColumn), weights));
+  });
+  StoreSides(d, side, out);
+}
+
+HWY_INLINE void SumOfLarge(const SampleColumns<float>& columns, const float* sums, float* out) {
+  const hn::Full128<float> d;
+  Sum4 total = Sum4::Zero();
+  const std::int32_t count = columns.end - columns.first;
+  for (std::int32_t begin = 0; begin < count; begin += static_cast<std::int32_t>(kAreaBlock)) {
+    auto even = hn::Zero(d), odd = hn::Zero(d);
+    const std::int32_t end = std::min(begin + static_cast<std::int32_t>(kAreaBlock), count);
+    const auto column = [&](std::int32_t i) HWY_ATTR {
+      const auto sum = hn::LoadU(d, sums + 4 * i);
+      if (i != 0 && i != count - 1) return sum;
+      return hn::Mul(sum, hn::Set(d, columns.weights[i == 0 ? 0 : 1]));
+    };
+    for (std::int32_t i = begin; i < end; i += 2) {
+      even = hn::Add(even, column(i));
+      if (i + 1 < end) odd = hn::Add(odd, column(i + 1));
+    }
+    total = total + Sum4::Of(hn::Add(even, odd));
+  }
+  double wide[4];
+  total.Store(wide);
+  for (std::size_t c = 0; c < 4; ++c) out[c] = static_cast<float>(wide[c]);
+}
+
+// Samples k..end-1, or those whose columns end at `last`, whichever are fewer; `sums` begin at column
+// `first`. Yields the sample to go on with. `width` 0: any.
 template <class P, bool straight, std::size_t width>
-HWY_NOINLINE void SampleTile(const SampleColumns* columns, std::int64_t count, std::int64_t first, const double* sums,
-                             double inverse_area, P* out) {
-  alignas(32) double box_sums[4 * kMeans] = {};
-  for (std::int64_t k = 0; k < count; k += kMeans) {
-    const std::int64_t part = std::min(count - k, kMeans);
-    for (std::int64_t i = 0; i < part; ++i) {
-      const SampleColumns& sample = columns[k + i];
-      const double* at = sums + 4 * (sample.first - first);
+HWY_NOINLINE std::int64_t SampleTile(const SampleColumns<AreaReal<P>>* columns, std::int64_t k, std::int64_t end,
+                                     std::int64_t first, std::int64_t last, const AreaReal<P>* sums,
+                                     AreaReal<P> inverse_area, P* out) {
+  alignas(64) AreaReal<P> box_sums[4 * kMeans] = {};
+  for (;;) {
+    std::int64_t i = 0;
+    for (; i < kMeans && k + i < end && columns[k + i].end <= last; ++i) {
+      const auto& sample = columns[k + i];
+      const AreaReal<P>* at = sums + 4 * (sample.first - first);
       if constexpr (width == 0) {
-        SumOfLarge(sample, at).Store(box_sums + 4 * i);
+        SumOfLarge(sample, at, box_sums + 4 * i);
       } else {
-        SumOfSmall<P, width>(sample, at).Store(box_sums + 4 * i);
+        SumOfSmall<P, width>(sample, at, box_sums + 4 * i);
       }
     }
-    StoreMeans<P, straight>(box_sums, inverse_area, part, out + k);
+    StoreMeans<P, straight>(box_sums, inverse_area, i, out + k);
+    k += i;
+    if (i < kMeans) return k;
   }
 }
 
 template <class P, bool straight>
-using TileFunction = void (*)(const SampleColumns*, std::int64_t, std::int64_t, const double*, double, P*);
+using TileFunction = decltype(&SampleTile<P, straight, 0>);
 
 template <class P, bool straight>
 TileFunction<P, straight> TileFunctionFor(std::int64_t widest) {
@@ -107,7 +174,8 @@ TileFunction<P, straight> TileFunctionFor(std::int64_t widest) {
   return widest <= kSmallBox ? kSmall[widest - 1] : SampleTile<P, straight, 0>;
 }
 
-void PrepareColumns(const SampleRow& row, const AreaCache& cache) {
+template <class Real>
+void PrepareColumns(const SampleRow& row, const AreaCache<Real>& cache) {
   AreaHead& head = cache.head();
   head = {1, row.n, 0, 1};
   const auto span_of = [&](std::int64_t k) {
@@ -122,16 +190,18 @@ void PrepareColumns(const SampleRow& row, const AreaCache& cache) {
   }
   for (std::int64_t k = head.begin; k < head.end; ++k) {
     const BoxSpan span = span_of(k);
-    SampleColumns& columns = cache.columns()[k];
+    SampleColumns<Real>& columns = cache.columns()[k];
     columns = {static_cast<std::int32_t>(span.first), static_cast<std::int32_t>(span.end), {}};
     if (head.widest > kSmallBox) {
-      columns.weights[0] = span.first_weight;
-      columns.weights[1] = span.last_weight;
+      columns.weights[0] = static_cast<Real>(span.first_weight);
+      columns.weights[1] = static_cast<Real>(span.last_weight);
     } else {
-      for (std::int64_t i = span.first; i < span.end; ++i) columns.weights[i - span.first] = span.WeightOf(i);
+      for (std::int64_t i = span.first; i < span.end; ++i) {
+        columns.weights[i - span.first] = static_cast<Real>(span.WeightOf(i));
+      }
     }
   }
-  std::memset(cache.sums(), 0, static_cast<std::size_t>(AreaCache::SumBytes(*row.params)));
+  std::memset(cache.sums(), 0, static_cast<std::size_t>(AreaCache<Real>::SumBytes(*row.params)));
 }
 
 template <class P, bool straight>
@@ -139,7 +209,7 @@ void AreaRow(const SampleRow& row, std::byte* scratch) {
   if (row.n <= 0) return;
   const Plane<P> src = SourceOf<P>(*row.params);
   P* out = static_cast<P*>(row.out);
-  const AreaCache cache = {scratch, row.n};
+  const AreaCache<AreaReal<P>> cache = {scratch, row.n};
   if (cache.head().ready == 0) PrepareColumns(row, cache);
   const AreaHead& head = cache.head();
   const BoxSpan rows = SpanOf(row.y, row.params->radius_y, src.height);
@@ -149,28 +219,26 @@ void AreaRow(const SampleRow& row, std::byte* scratch) {
   }
   std::fill(out, out + head.begin, P{});
   std::fill(out + head.end, out + row.n, P{});
-  const double inverse_area = InverseArea(*row.params) * ColumnSums<P, straight>::kUnit;
-  const SampleColumns* columns = cache.columns();
+  const AreaReal<P> inverse_area = InverseArea<P>(*row.params);
+  const SampleColumns<AreaReal<P>>* columns = cache.columns();
   const std::int64_t tile = TileColumns(*row.params);
   const auto sample_tile = TileFunctionFor<P, straight>(head.widest);
   for (std::int64_t k = head.begin; k < head.end;) {
     const std::int64_t first = columns[k].first, last = std::min<std::int64_t>(first + tile, columns[head.end - 1].end);
     SumColumnsOnVectors<P, straight>(src, rows, first, last - first, cache.sums());
-    std::int64_t end = k;
-    while (end < head.end && columns[end].end <= last) ++end;
-    sample_tile(columns + k, end - k, first, cache.sums(), inverse_area, out + k);
-    k = end;
+    k = sample_tile(columns, k, head.end, first, last, cache.sums(), inverse_area, out);
   }
 }
 
+template <class P>
 std::uint64_t AreaScratch(const PF_SampPB* params, std::int64_t, std::int64_t n) {
-  return static_cast<std::uint64_t>(AreaCache::Size(*params, std::max<std::int64_t>(n, 0)));
+  return static_cast<std::uint64_t>(AreaCache<AreaReal<P>>::Size(*params, std::max<std::int64_t>(n, 0)));
 }
 
 template <bool straight>
-constexpr SampleKernels::Pair kAreaPairs[] = {{AreaScratch, AreaRow<PF_Pixel8, straight>},
-                                              {AreaScratch, AreaRow<PF_Pixel16, straight>},
-                                              {AreaScratch, AreaRow<PF_PixelFloat, straight>}};
+constexpr SampleKernels::Pair kAreaPairs[] = {{AreaScratch<PF_Pixel8>, AreaRow<PF_Pixel8, straight>},
+                                              {AreaScratch<PF_Pixel16>, AreaRow<PF_Pixel16, straight>},
+                                              {AreaScratch<PF_PixelFloat>, AreaRow<PF_PixelFloat, straight>}};
 
 SampleKernels::Pair Area(bool straight, int depth_index) {
   return straight ? kAreaPairs<true>[depth_index] : kAreaPairs<false>[depth_index];

@@ -1,4 +1,4 @@
-// Sums of columns over the rows of a box, as PF_PixelDouble per column, as sample/Area.h has them.
+// Sums of columns over the rows of a box, as AreaSum<double> per column, as sample/Area.h has them.
 #if defined(PF_SIMD_AREA_COLUMNS_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef PF_SIMD_AREA_COLUMNS_INL_H
 #undef PF_SIMD_AREA_COLUMNS_INL_H
@@ -10,10 +10,10 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "sample/Area.h"
-#include "simd/PairProducts-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {
@@ -24,10 +24,11 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 // At most four doubles a vector, so that a vector is a pixel or half of one.
 using SumTag = hn::CappedTag<double, 4>;
+using SumVec = hn::Vec<SumTag>;
 inline constexpr std::size_t kSumLanes = hn::MaxLanes(SumTag());
 inline constexpr std::size_t kSumParts = 4 / kSumLanes;
 
-// The lane form of PF_PixelDouble.
+// The lane form of AreaSum<double>.
 struct Sum4 {
   hn::Vec<SumTag> part[kSumParts];
 
@@ -37,7 +38,6 @@ struct Sum4 {
   static HWY_INLINE Sum4 Load(const double* from) {
     return Each([&](std::size_t p) HWY_ATTR { return hn::LoadU(SumTag(), from + p * kSumLanes); });
   }
-  static HWY_INLINE Sum4 Of(hn::Vec<hn::Full128<std::int32_t>> v) { return Promote(v); }
   static HWY_INLINE Sum4 Of(hn::Vec<hn::Full128<float>> v) { return Promote(v); }
   HWY_INLINE void Store(double* to) const {
     for (std::size_t p = 0; p < kSumParts; ++p) hn::StoreU(part[p], SumTag(), to + p * kSumLanes);
@@ -52,9 +52,6 @@ struct Sum4 {
   HWY_INLINE Sum4 OrZero(double weight) const {
     const auto counts = hn::Ne(hn::Set(SumTag(), weight), hn::Zero(SumTag()));
     return Each([&](std::size_t p) HWY_ATTR { return hn::IfThenElseZero(counts, part[p]); });
-  }
-  HWY_INLINE Sum4 operator+(double addend) const {
-    return Each([&](std::size_t p) HWY_ATTR { return hn::Add(part[p], hn::Set(SumTag(), addend)); });
   }
   HWY_INLINE Sum4 operator*(double factor) const {
     return Each([&](std::size_t p) HWY_ATTR { return hn::Mul(part[p], hn::Set(SumTag(), factor)); });
@@ -80,17 +77,6 @@ struct Sum4 {
   }
 };
 
-// Block b of a vector of at most two blocks of 16 bytes.
-template <class D>
-HWY_INLINE hn::Vec<hn::Full128<hn::TFromD<D>>> BlockOf(D, hn::Vec<D> v, std::size_t b) {
-  if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 16) {
-    return v;
-  } else {
-    const hn::Half<D> half;
-    return b == 0 ? hn::LowerHalf(half, v) : hn::UpperHalf(half, v);
-  }
-}
-
 // At most 32 rows of a box: row `first`, whole ones, row end - 1.
 struct RowBlock {
   std::int64_t first, end;
@@ -100,7 +86,7 @@ struct RowBlock {
 };
 
 inline RowBlock RowsOf(const BoxSpan& rows, std::int64_t top) {
-  const std::int64_t end = std::min(top + kAreaRowBlock, rows.end);
+  const std::int64_t end = std::min(top + kAreaBlock, rows.end);
   return {top, end, rows.WeightOf(top), rows.WeightOf(end - 1)};
 }
 
@@ -113,90 +99,85 @@ HWY_INLINE void Unrolled(const F& f) {
   }
 }
 
-// A class per depth sums kColumns columns over a block of rows, in units of kUnit; `from` is the first of
-// their pixels in the block's first row. What columns have in common is computed once per block.
+// A class per depth sums kColumns columns over rows; `from` is the first of their pixels in the first row.
+// What columns have in common is computed once.
 template <class P, bool straight>
 class ColumnSums;
 
-// In integers. Weighted rows are those of less than 65536. What rows t and b of weights wt and wb add is
-//   wt t + wb b = (wt - 2^15)(t - 2^15) + (wb - 2^15)(b - 2^15) + 2^15 (t + b) + 2^15 (wt + wb) - 2^31,
-// so that signed 16-bit products do; a row that is missing counts as zero with weight 0.
+// Whole rows in integers, then the first and the last if they are not whole.
 template <bool straight>
 class ColumnSums<PF_Pixel8, straight> {
   using D16 = hn::CappedTag<std::uint16_t, 16>;
-  using DI16 = hn::RebindToSigned<D16>;
-  using D32 = hn::RepartitionToWide<DI16>;
+  using D32 = hn::RebindToSigned<hn::RepartitionToWide<D16>>;
+  using DF = hn::RebindToFloat<D32>;
   static constexpr std::size_t kBlocks = hn::MaxLanes(D16()) / 8;  // of two pixels
 
  public:
   static constexpr std::size_t kColumns = 2 * kBlocks;
-  static constexpr double kUnit = 0x1p-16;
+  // Beyond this, sums of whole rows leave 31 bits.
+  static constexpr std::int64_t kMaxRows = 32768;
 
-  HWY_INLINE ColumnSums(const RowBlock& rows, std::int64_t stride) : stride_(stride), end_(rows.end - rows.first) {
-    if (rows.first_weight < 1.0) top_weight_ = static_cast<std::int32_t>(rows.first_weight * 65536.0);
-    begin_ = top_weight_ != 0 ? 1 : 0;
-    if (begin_ < end_ && rows.last_weight < 1.0) {
-      bottom_weight_ = static_cast<std::int32_t>(rows.last_weight * 65536.0);
-      --end_;
-    }
-  }
+  HWY_INLINE ColumnSums(const BoxSpan& rows, std::int64_t stride)
+      : stride_(stride),
+        begin_(rows.Whole().begin - rows.first),
+        end_(rows.Whole().end - rows.first),
+        has_last_(rows.Whole().end < rows.end),
+        first_weight_(hn::Set(DF(), static_cast<float>(rows.WeightOf(rows.first)))),
+        last_weight_(hn::Set(DF(), static_cast<float>(rows.WeightOf(rows.end - 1)))) {}
 
-  HWY_INLINE void operator()(const std::byte* from, double* out) const {
-    const D16 d;
+  HWY_INLINE void operator()(const std::byte* from, float* out) const {
+    const D16 d16;
     const D32 d32;
+    const DF df;
     // Lower and upper pixel of each block.
     auto lower = hn::Zero(d32), upper = hn::Zero(d32);
-    const std::byte* row = from + begin_ * stride_;
-    for (std::int64_t j = begin_; j < end_; ++j, row += stride_) {
-      const auto terms = Terms(row);
-      lower = hn::Add(lower, hn::BitCast(d32, hn::InterleaveLower(d, terms, hn::Zero(d))));
-      upper = hn::Add(upper, hn::BitCast(d32, hn::InterleaveUpper(d, terms, hn::Zero(d))));
+    const auto low = [&](auto terms)
+                         HWY_ATTR { return hn::BitCast(d32, hn::InterleaveLower(d16, terms, hn::Zero(d16))); };
+    const auto high = [&](auto terms)
+                          HWY_ATTR { return hn::BitCast(d32, hn::InterleaveUpper(d16, terms, hn::Zero(d16))); };
+    for (std::int64_t j = begin_; j < end_; ++j) {
+      const auto terms = Terms(from + j * stride_);
+      lower = hn::Add(lower, low(terms));
+      upper = hn::Add(upper, high(terms));
     }
-    if (top_weight_ + bottom_weight_ == 0) {
-      Unrolled<kBlocks>([&](auto b) HWY_ATTR {
-        (Sum4::Of(BlockOf(d32, lower, b)) * 65536.0).Store(out + 8 * b);
-        (Sum4::Of(BlockOf(d32, upper, b)) * 65536.0).Store(out + 8 * b + 4);
-      });
-      return;
+    auto lower_sum = hn::ConvertTo(df, lower), upper_sum = hn::ConvertTo(df, upper);
+    const auto add = [&](std::int64_t j, auto weight) HWY_ATTR {
+      const auto terms = Terms(from + j * stride_);
+      lower_sum = hn::Add(lower_sum, hn::Mul(hn::ConvertTo(df, low(terms)), weight));
+      upper_sum = hn::Add(upper_sum, hn::Mul(hn::ConvertTo(df, high(terms)), weight));
+    };
+    if (begin_ > 0) add(0, first_weight_);
+    if (has_last_) add(end_, last_weight_);
+    if constexpr (kBlocks == 1) {
+      hn::StoreU(lower_sum, df, out);
+      hn::StoreU(upper_sum, df, out + 4);
+    } else {
+      hn::StoreU(hn::ConcatLowerLower(df, upper_sum, lower_sum), df, out);
+      hn::StoreU(hn::ConcatUpperUpper(df, upper_sum, lower_sum), df, out + 8);
     }
-    const auto bias = hn::Set(d, 0x8000);
-    const auto top = hn::Xor(bias, top_weight_ != 0 ? Terms(from) : hn::Zero(d));
-    const auto bottom = hn::Xor(bias, bottom_weight_ != 0 ? Terms(from + end_ * stride_) : hn::Zero(d));
-    const auto lower_pairs = hn::BitCast(DI16(), hn::InterleaveLower(d, top, bottom));
-    const auto upper_pairs = hn::BitCast(DI16(), hn::InterleaveUpper(d, top, bottom));
-    const auto one = hn::Set(DI16(), 1);
-    const auto weights =
-        hn::BitCast(DI16(), hn::Set(d32, ((top_weight_ - 32768) & 0xFFFF) + (bottom_weight_ - 32768) * 65536));
-    // Twice the whole rows and the weighted ones once, less 2^16, in units of 2^15.
-    lower = AddPairProducts(d32, lower_pairs, one, hn::Add(lower, lower));
-    upper = AddPairProducts(d32, upper_pairs, one, hn::Add(upper, upper));
-    const auto lower_rest = AddPairProducts(d32, lower_pairs, weights, hn::Zero(d32));
-    const auto upper_rest = AddPairProducts(d32, upper_pairs, weights, hn::Zero(d32));
-    const double constant = 32768.0 * (top_weight_ + bottom_weight_);
-    const auto store = [&](auto whole, auto rest, double* to)
-                           HWY_ATTR { (Sum4::Of(whole) * 32768.0 + (Sum4::Of(rest) + constant)).Store(to); };
-    Unrolled<kBlocks>([&](auto b) HWY_ATTR {
-      store(BlockOf(d32, lower, b), BlockOf(d32, lower_rest, b), out + 8 * b);
-      store(BlockOf(d32, upper, b), BlockOf(d32, upper_rest, b), out + 8 * b + 4);
-    });
   }
 
  private:
+  using D8 = hn::Repartition<std::uint8_t, D16>;
+
   // Alpha, and each colour, times alpha when straight.
-  static HWY_INLINE hn::Vec<D16> Terms(const std::byte* from) {
+  HWY_INLINE hn::Vec<D16> Terms(const std::byte* from) const {
     const D16 d;
-    const hn::Rebind<std::uint8_t, D16> d8;
-    const auto pixels = hn::PromoteTo(d, hn::LoadU(d8, reinterpret_cast<const std::uint8_t*>(from)));
+    const hn::Rebind<std::uint8_t, D16> half;
+    const auto pixels = hn::PromoteTo(d, hn::LoadU(half, reinterpret_cast<const std::uint8_t*>(from)));
     if constexpr (!straight) return pixels;
-    const hn::Repartition<std::uint8_t, D16> bytes;
-    alignas(16) static constexpr std::uint8_t kAlpha[16] = {0x80, 0x80, 0, 1, 0, 1, 0, 1, 0x80, 0x80, 8, 9, 8, 9, 8, 9};
-    alignas(16) static constexpr std::uint16_t kOne[8] = {1, 0, 0, 0, 1, 0, 0, 0};
-    const auto alpha = hn::TableLookupBytesOr0(hn::BitCast(bytes, pixels), hn::LoadDup128(bytes, kAlpha));
-    return hn::Mul(pixels, hn::Or(hn::BitCast(d, alpha), hn::LoadDup128(d, kOne)));
+    const auto alpha = hn::TableLookupBytesOr0(hn::BitCast(D8(), pixels), alpha_bytes_);
+    return hn::Mul(pixels, hn::Or(hn::BitCast(d, alpha), one_for_alpha_));
   }
 
-  std::int64_t stride_, begin_ = 0, end_;  // rows begin_..end_-1 are whole
-  std::int32_t top_weight_ = 0, bottom_weight_ = 0;
+  static constexpr std::uint8_t kAlpha[16] = {0x80, 0x80, 0, 1, 0, 1, 0, 1, 0x80, 0x80, 8, 9, 8, 9, 8, 9};
+  static constexpr std::uint16_t kOne[8] = {1, 0, 0, 0, 1, 0, 0, 0};
+
+  std::int64_t stride_, begin_, end_;  // rows begin_..end_-1 are whole
+  bool has_last_;
+  hn::Vec<DF> first_weight_, last_weight_;
+  hn::Vec<D8> alpha_bytes_ = hn::LoadDup128(D8(), kAlpha);
+  hn::Vec<D16> one_for_alpha_ = hn::LoadDup128(D16(), kOne);
 };
 
 // Products in 32-bit integers, sums in double.
@@ -214,7 +195,6 @@ class ColumnSums<PF_Pixel16, straight> {
 
  public:
   static constexpr std::size_t kColumns = kVectors * kBlocks;
-  static constexpr double kUnit = 1.0;
 
   HWY_INLINE ColumnSums(const RowBlock& rows, std::int64_t stride) : rows_(rows), stride_(stride) {}
 
@@ -271,7 +251,6 @@ template <bool straight>
 class ColumnSums<PF_PixelFloat, straight> {
  public:
   static constexpr std::size_t kColumns = 4;
-  static constexpr double kUnit = 1.0;
 
   HWY_INLINE ColumnSums(const RowBlock& rows, std::int64_t stride) : rows_(rows), stride_(stride) {}
 
@@ -298,14 +277,13 @@ class ColumnSums<PF_PixelFloat, straight> {
   std::int64_t stride_;
 };
 
-// Sums `count` columns from `column` over the rows of a box, in units of kUnit.
+// Sums `count` columns from `column` over the rows of a box.
 template <class P, bool straight>
 HWY_NOINLINE void SumColumnsOnVectors(const Plane<P>& src, const BoxSpan& rows, std::int64_t column, std::int64_t count,
                                       double* HWY_RESTRICT sums) {
   using Columns = ColumnSums<P, straight>;
   constexpr std::int64_t kColumns = static_cast<std::int64_t>(Columns::kColumns);
-  constexpr double kScale = 1.0 / Columns::kUnit;
-  for (std::int64_t top = rows.first; top < rows.end; top += kAreaRowBlock) {
+  for (std::int64_t top = rows.first; top < rows.end; top += kAreaBlock) {
     const RowBlock block = RowsOf(rows, top);
     const Columns sum_columns(block, src.stride);
     const auto* from = reinterpret_cast<const std::byte*>(src.At(column, top));
@@ -322,13 +300,31 @@ HWY_NOINLINE void SumColumnsOnVectors(const Plane<P>& src, const BoxSpan& rows, 
       add(c, kColumns, block_sums);
     }
     for (; c < count; ++c) {
-      PF_PixelDouble sum = {};
+      AreaSum<double> sum = {};
       for (std::int64_t j = block.first; j < block.end; ++j) {
-        AddWeighted(sum, kScale * block.WeightOf(j), AreaTerm<straight>(*src.At(column + c, j)));
+        sum = sum + AreaTerm<straight>(*src.At(column + c, j)) * block.WeightOf(j);
       }
-      const double plain[4] = {sum.alpha, sum.red, sum.green, sum.blue};
-      add(c, 1, plain);
+      add(c, 1, &sum.alpha);
     }
+  }
+}
+
+template <class P, bool straight>
+HWY_NOINLINE void SumColumnsOnVectors(const Plane<P>& src, const BoxSpan& rows, std::int64_t column, std::int64_t count,
+                                      float* HWY_RESTRICT sums) {
+  using Columns = ColumnSums<P, straight>;
+  constexpr std::int64_t kColumns = static_cast<std::int64_t>(Columns::kColumns);
+  const Columns sum_columns(rows, src.stride);
+  const auto* from = reinterpret_cast<const std::byte*>(src.At(column, rows.first));
+  std::int64_t c = 0;
+  if (rows.end - rows.first <= Columns::kMaxRows) {
+    for (; c + kColumns <= count; c += kColumns, from += kColumns * sizeof(P)) sum_columns(from, sums + 4 * c);
+  }
+  for (; c < count; c += kAreaTile) {
+    AreaSum<float> rest[kAreaTile];
+    const std::int64_t n = std::min(kAreaTile, count - c);
+    SumColumns<straight>(src, rows, column + c, n, rest);
+    std::memcpy(sums + 4 * c, rest, static_cast<std::size_t>(n) * sizeof(*rest));
   }
 }
 
