@@ -80,8 +80,8 @@ PF_EXPORT PF_Err PF_CopyBits_Band(PF_CopyKind kind, const PF_LayerDef* src, PF_L
 /// @{
 
 /// Draft copy through the installed routine; then, when one world is ARGB and the other BGRA, reverses
-/// the bytes of each pixel of the destination rectangle. A destination that is not 32 bits wide cannot
-/// be repaired: reported, 5, the copied pixels stay.
+/// the bytes of each pixel of the destination rectangle (the whole of it, unless nothing was copied). A destination
+/// that is not 32 bits wide cannot be repaired: reported, 5, the copied pixels stay.
 PF_EXPORT PF_Err PF_WorldCopy(const PF_ProgressInfo* progress, BM_World** src, BM_World** dst, const M_LRect* src_rect,
                               const M_LRect* dst_rect);
 /// The same with the library's own draft copy.

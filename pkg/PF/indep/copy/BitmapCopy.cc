@@ -36,6 +36,7 @@ bool Is32Wide(BM_World** world) { return (*world)->bits_per_pixel == 32; }
 
 std::int32_t ChannelOrder(BM_World** world) { return Is32Wide(world) ? BM_GetChannelOrder(world) : 0; }
 
+// QUIRK-19: the whole rectangle, also where the copy was clipped to less.
 void ReverseChannels(const PF_LayerDef& world, const M_LRect* rect) {
   const Side side = SideOf(world, rect);
   const Span x = {std::max<std::int64_t>(side.x.low, 0), std::min(side.x.high, side.width)};
@@ -61,6 +62,7 @@ PF_Err CopyAndRepair(Copy copy, BM_World** src, BM_World** dst, const M_LRect* s
   Records records;
   if (const PF_Err error = Convert(src, dst, records)) return error;
   if (const PF_Err error = copy(nullptr, &records.src, &records.dst, src_rect, dst_rect)) return error;
+  if (PrepareArea(SideOf(records.src, src_rect), SideOf(records.dst, dst_rect)).Empty()) return PF_Err_NONE;
   return RepairChannelOrder(src, dst, records.dst, dst_rect);
 }
 
