@@ -21,39 +21,58 @@ namespace HWY_NAMESPACE {
 
 #if HWY_TARGET != HWY_SCALAR
 
-// Means that are computed and stored together.
-inline constexpr std::int64_t kMeans = 16;
-
-// The lane form of MeanOf, from kMeans sums.
+// The lane form of MeanOf.
 template <class P, bool straight>
-HWY_INLINE void StoreMeans(const AreaReal<P>* sums, AreaReal<P> inverse_area, std::int64_t count, P* out) {
+class Means {
+ public:
   using Real = AreaReal<P>;
-  const hn::CappedTag<Real, kMeans> d;
-  using V = hn::Vec<decltype(d)>;
-  const V by_area = hn::Set(d, inverse_area);
-  P pixels[kMeans];
-  for (std::int64_t k = 0; k < kMeans; k += static_cast<std::int64_t>(hn::Lanes(d))) {
-    Channels<V> sum;
-    hn::LoadInterleaved4(d, sums + 4 * k, sum.alpha, sum.red, sum.green, sum.blue);
-    V inverse = by_area;
+  using D = hn::ScalableTag<Real>;
+  using V = hn::Vec<D>;
+  static constexpr std::int64_t kLanes = static_cast<std::int64_t>(hn::MaxLanes(D()));
+
+  HWY_INLINE explicit Means(Real inverse_area) : by_area_(hn::Set(D(), inverse_area)) {}
+
+  // kLanes means from as many sums.
+  HWY_INLINE void Store(const Real* sums, P* out) const {
+    const D d;
+    const Channels<V> sum = LoadGroups(d, sums);
+    V inverse = by_area_;
     if constexpr (straight) inverse = hn::Div(hn::Set(d, Real{1}), sum.alpha);
-    const V alpha = hn::Mul(sum.alpha, by_area);
+    const V alpha = hn::Mul(sum.alpha, by_area_);
     if constexpr (!std::is_same_v<P, PF_PixelFloat>) {
       const V rounding = hn::Set(d, AreaMath<P>::kRounding);
       const V rounded = hn::Add(alpha, rounding);
       inverse = hn::IfThenElseZero(hn::Ge(rounded, hn::Set(d, Real{1})), inverse);
       const auto mean = [&](V v) HWY_ATTR { return hn::Add(hn::Mul(v, inverse), rounding); };
-      StorePixels(d, Channels<V>{rounded, mean(sum.red), mean(sum.green), mean(sum.blue)}, pixels + k);
+      StorePixels(d, Channels<V>{rounded, mean(sum.red), mean(sum.green), mean(sum.blue)}, out);
     } else {
-      const auto visible = hn::Or(hn::Gt(sum.alpha, hn::Zero(d)), straight ? hn::FirstN(d, 0) : hn::FirstN(d, kMeans));
-      const auto shown = [&](V v) HWY_ATTR { return hn::IfThenElseZero(visible, v); };
+      const auto visible = hn::Gt(sum.alpha, hn::Zero(d));
+      const auto shown = [&](V v) HWY_ATTR { return straight ? hn::IfThenElseZero(visible, v) : v; };
       StorePixels(d,
                   Channels<V>{shown(alpha), shown(hn::Mul(sum.red, inverse)), shown(hn::Mul(sum.green, inverse)),
                               shown(hn::Mul(sum.blue, inverse))},
-                  pixels + k);
+                  out);
     }
   }
-  std::memcpy(out, pixels, static_cast<std::size_t>(count) * sizeof(P));
+
+ private:
+  V by_area_;
+};
+
+// Means that are computed together.
+inline constexpr std::int64_t kMeans = 64;
+
+// `sums` has room for kMeans.
+template <class P, bool straight>
+HWY_INLINE void StoreMeans(const Means<P, straight>& means, AreaReal<P>* sums, std::int64_t count, P* out) {
+  constexpr std::int64_t kLanes = Means<P, straight>::kLanes;
+  std::int64_t k = 0;
+  for (; k + kLanes <= count; k += kLanes) means.Store(sums + 4 * k, out + k);
+  if (k == count) return;
+  std::fill(sums + 4 * count, sums + 4 * (k + kLanes), AreaReal<P>{0});
+  P pixels[kLanes];
+  means.Store(sums + 4 * k, pixels);
+  std::memcpy(out + k, pixels, static_cast<std::size_t>(count - k) * sizeof(P));
 }
 
 // The sum over a box of `width` columns, some of weight 0, from the sums of the columns. Only floats can
@@ -144,7 +163,8 @@ template <class P, bool straight, std::size_t width>
 HWY_NOINLINE std::int64_t SampleTile(const SampleColumns<AreaReal<P>>* columns, std::int64_t k, std::int64_t end,
                                      std::int64_t first, std::int64_t last, const AreaReal<P>* sums,
                                      AreaReal<P> inverse_area, P* out) {
-  alignas(64) AreaReal<P> box_sums[4 * kMeans] = {};
+  const Means<P, straight> means(inverse_area);
+  alignas(64) AreaReal<P> box_sums[4 * kMeans];
   for (;;) {
     std::int64_t i = 0;
     for (; i < kMeans && k + i < end && columns[k + i].end <= last; ++i) {
@@ -156,7 +176,7 @@ HWY_NOINLINE std::int64_t SampleTile(const SampleColumns<AreaReal<P>>* columns, 
         SumOfSmall<P, width>(sample, at, box_sums + 4 * i);
       }
     }
-    StoreMeans<P, straight>(box_sums, inverse_area, i, out + k);
+    StoreMeans(means, box_sums, i, out + k);
     k += i;
     if (i < kMeans) return k;
   }

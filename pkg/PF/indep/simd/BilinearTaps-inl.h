@@ -87,17 +87,6 @@ class SamplePositions {
   std::int64_t x_, step_;
 };
 
-// Blocks of a vector, each from its own column.
-template <class D>
-HWY_INLINE hn::Vec<D> LoadBlocks(D d, const hn::TFromD<D>* plane, const std::int64_t* column) {
-  if constexpr (hn::MaxLanes(D()) <= 4) {
-    return hn::LoadU(d, plane + *column);
-  } else {
-    const hn::Half<D> half;
-    return hn::Combine(d, LoadBlocks(half, plane, column + hn::MaxLanes(half) / 4), LoadBlocks(half, plane, column));
-  }
-}
-
 template <class P>
 HWY_INLINE Channels<RealVec<P>> LoadTap(const float* planes, std::int64_t stride, const SamplePlace<P>& place) {
   const FloatTag<P> d;

@@ -48,6 +48,43 @@ HWY_INLINE Channels<V> LoadPixels(DF d, const PF_PixelFloat* from) {
   return p;
 }
 
+// Blocks of 16 bytes of a vector of 32-bit lanes, each from its own place.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadBlocks(D d, const hn::TFromD<D>* from, const std::int64_t* place) {
+  if constexpr (hn::MaxLanes(D()) <= 4) {
+    return hn::LoadU(d, from + *place);
+  } else {
+    const hn::Half<D> half;
+    return hn::Combine(d, LoadBlocks(half, from, place + hn::MaxLanes(half) / 4), LoadBlocks(half, from, place));
+  }
+}
+
+// Lanes(d) groups of four values, like pixels, each value in a vector of its own. Groups are loaded one by
+// one, since they have just been stored one by one.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE Channels<V> LoadGroups(D d, const hn::TFromD<D>* from) {
+  if constexpr (sizeof(hn::TFromD<D>) == 8) {
+    Channels<V> groups;
+    hn::LoadInterleaved4(d, from, groups.alpha, groups.red, groups.green, groups.blue);
+    return groups;
+  } else {
+    const hn::Repartition<double, D> wide;
+    const auto row = [&](std::int64_t r) HWY_ATTR {
+      const std::int64_t place[4] = {4 * r, 4 * r + 16, 4 * r + 32, 4 * r + 48};
+      return LoadBlocks(d, from, place);
+    };
+    const V v0 = row(0), v1 = row(1), v2 = row(2), v3 = row(3);
+    const auto low01 = hn::BitCast(wide, hn::InterleaveLower(d, v0, v1));
+    const auto low23 = hn::BitCast(wide, hn::InterleaveLower(d, v2, v3));
+    const auto high01 = hn::BitCast(wide, hn::InterleaveUpper(d, v0, v1));
+    const auto high23 = hn::BitCast(wide, hn::InterleaveUpper(d, v2, v3));
+    return {hn::BitCast(d, hn::InterleaveLower(wide, low01, low23)),
+            hn::BitCast(d, hn::InterleaveUpper(wide, low01, low23)),
+            hn::BitCast(d, hn::InterleaveLower(wide, high01, high23)),
+            hn::BitCast(d, hn::InterleaveUpper(wide, high01, high23))};
+  }
+}
+
 // How a source row is kept for sampling: 8-bit pixels as they are, others as four planes of floats.
 template <class P>
 struct HeldRow {
