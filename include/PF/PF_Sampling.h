@@ -122,8 +122,8 @@ PF_EXPORT PF_Err PF_SubpixelSampleTranslateNoClip_Straight_4(PF_ProgressInfo* pr
 /// \name Premultiplied bilinear, bounds tested
 /// 8 and 16 bits: integer weights that add up to 65536, each product truncated from double: w10 =
 /// (65536 - fy) fx / 65536, w01 = (65536 - fx) fy / 65536, w11 = fx fy / 65536, w00 the rest; every channel
-/// (sum of c w + 32768) >> 16. Float: the double weights narrowed to single precision. The column is
-/// narrowed to 16 bits after the range tests.
+/// (sum of c w + 32768) >> 16. Float: the double weights narrowed to single precision. The column is not
+/// narrowed: a 32-bit position has none beyond 16 bits, and the rows of scaled copies take wider positions.
 /// @{
 PF_EXPORT PF_Err PF_SubpixelSample_Premul(PF_ProgressInfo* progress, std::int32_t x, std::int32_t y,
                                           const PF_SampPB* params, PF_Pixel8* out);

@@ -2,10 +2,14 @@
 // that take the wrong routine.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <set>
+#include <string>
 
 #include "PF/PF_Copy.h"
 #include "PF/PF_Lifecycle.h"
+#include "PF/PF_Worlds.h"
 #include "host/BM.h"
 #include "support/TestHost.h"
 
@@ -88,8 +92,83 @@ TEST_P(BitmapCopies, WhatCannotBeReversedStaysCopiedAndGivesNotImplemented) {
   }
 }
 
+TEST_P(BitmapCopies, DeepSourcesCountAsArgb) {
+  const Bitmap src(5, 1, 32, BM_CHANNELS_ARGB), deep(5, 1, 64, BM_CHANNELS_ARGB), back(5, 1, 32, BM_CHANNELS_BGRA);
+  for (const BitmapCopyFunction copy : {PF_WorldCopy, PF_WorldCopy_Static}) {
+    std::memset(back.bytes(), 0, 20);
+    ASSERT_EQ(copy(nullptr, src.world, deep.world, nullptr, nullptr), 0);
+    ASSERT_EQ(copy(nullptr, deep.world, back.world, nullptr, nullptr), 0);
+    for (std::int32_t x = 0; x < 5; ++x) EXPECT_EQ(back.At(x, 0), U_LongSwap(src.At(x, 0))) << x;
+  }
+}
+
+TEST_P(BitmapCopies, NothingCopiedIsNotReversedAndTheWholeRectangleElse) {
+  // The destination starts one row into its bytes: a row before the pixels and one behind them stay.
+  const Bitmap src(4, 2, 32, BM_CHANNELS_ARGB), dst(5, 4, 32, BM_CHANNELS_BGRA), old(5, 4, 32, 0);
+  (*dst.world)->pixels = dst.bytes() + (*dst.world)->row_bytes;
+  (*dst.world)->height = 2;
+  const M_LRect whole = {0, 0, 4, 2};
+  const struct {
+    const char* what;
+    M_LRect from, to;
+    std::int32_t columns;  // reversed, from 0; 0: nothing
+  } rows[] = {
+      {"empty source", {2, 0, 2, 2}, whole, 0},
+      {"source outside", {9, 0, 12, 2}, whole, 0},
+      {"empty destination", whole, {1, 1, 3, 1}, 0},
+      {"destination outside", whole, {-4, 0, 0, 2}, 0},
+      {"half of the source exists", {0, 0, 8, 2}, whole, 4},
+      {"left and above", {0, 0, 4, 2}, {-2, -1, 2, 1}, 2},
+      {"beyond every edge", whole, {-8, -8, 8, 8}, 5},
+  };
+  for (const BitmapCopyFunction copy : {PF_WorldCopy, PF_WorldCopy_Static}) {
+    for (const auto& row : rows) {
+      // What is copied differs from everything that is only reversed.
+      std::memset(src.bytes(), 0xEE, 32);
+      std::memcpy(dst.bytes(), old.bytes(), 4 * 32);
+      ASSERT_EQ(copy(nullptr, src.world, dst.world, &row.from, &row.to), 0);
+      for (std::int32_t y = 0; y < 4; ++y) {
+        for (std::int32_t x = 0; x < 8; ++x) {
+          const bool inside = y >= 1 && y < std::min(row.to.bottom, 2) + 1 && x < row.columns;
+          const std::uint32_t value = inside ? U_LongSwap(old.At(x, y)) : old.At(x, y);
+          if (inside && dst.At(x, y) == 0xEEEEEEEE) continue;
+          EXPECT_EQ(dst.At(x, y), value) << row.what << " at " << x << ", " << y;
+        }
+      }
+    }
+  }
+}
+
+TEST_P(BitmapCopies, EachTakesItsOwnRoutine) {
+  // A reduction of pixels of many alphas: the three routines give different pictures.
+  const Bitmap src(7, 5, 32, 0, 3);
+  PF_LayerDef from, to;
+  ASSERT_EQ(PF_EffectWorldFromBMWorld(src.world, &from), 0);
+  const struct {
+    BitmapCopyFunction copy;
+    decltype(&PF_CopyBits_Draft) routine;
+  } rows[] = {{PF_WorldCopy, PF_CopyBits_Draft_Static},
+              {PF_WorldCopy_Static, PF_CopyBits_Draft_Static},
+              {PF_WorldCopy_HQ, PF_CopyBits_HQ_Straight_Static},
+              {PF_WorldCopy_HQ_Static, PF_CopyBits_HQ_Straight_Static},
+              {PF_WorldCopy_HQ_Straight, PF_CopyBits_HQ_Straight_Static},
+              {PF_WorldCopy_HQ_Straight_Static, PF_CopyBits_HQ_Straight_Static},
+              {PF_WorldCopy_HQ_Premul, PF_CopyBits_HQ_Premul_Static}};
+  std::set<std::string> pictures;
+  for (const auto& row : rows) {
+    const Bitmap got(4, 3, 32, 0), expected(4, 3, 32, 0);
+    ASSERT_EQ(PF_EffectWorldFromBMWorld(expected.world, &to), 0);
+    EXPECT_EQ(row.copy(nullptr, src.world, got.world, nullptr, nullptr), 0);
+    EXPECT_EQ(row.routine(nullptr, &from, &to, nullptr, nullptr), 0);
+    EXPECT_EQ(std::memcmp(got.bytes(), expected.bytes(), 4 * 3 * 4), 0) << &row - rows;
+    pictures.insert(std::string(reinterpret_cast<const char*>(got.bytes()), 4 * 3 * 4));
+  }
+  EXPECT_EQ(pictures.size(), 3u);
+}
+
+template <PF_Err answer>
 PF_Err Replacement(const PF_ProgressInfo* progress, const PF_LayerDef*, PF_LayerDef*, const M_LRect*, const M_LRect*) {
-  return progress == nullptr ? 42 : 43;
+  return progress == nullptr ? answer : 99;
 }
 
 TEST_P(BitmapCopies, ConversionFailuresAreReturnedAndStaticFormsPassOverReplacements) {
@@ -98,10 +177,12 @@ TEST_P(BitmapCopies, ConversionFailuresAreReturnedAndStaticFormsPassOverReplacem
   const struct {
     BitmapCopyFunction copy;
     PF_Err replaced;  // result with every routine replaced
-  } rows[] = {{PF_WorldCopy, 42},          {PF_WorldCopy_Static, 0},       {PF_WorldCopy_HQ, 42},
+  } rows[] = {{PF_WorldCopy, 41},          {PF_WorldCopy_Static, 0},       {PF_WorldCopy_HQ, 42},
               {PF_WorldCopy_HQ_Static, 0}, {PF_WorldCopy_HQ_Straight, 42}, {PF_WorldCopy_HQ_Straight_Static, 0},
-              {PF_WorldCopy_HQ_Premul, 42}};
-  for (std::int32_t i = 1; i <= 3; ++i) PF_SetOverrideFunc(i, reinterpret_cast<PF_AnyFunc>(&Replacement));
+              {PF_WorldCopy_HQ_Premul, 43}};
+  PF_SetOverrideFunc(1, reinterpret_cast<PF_AnyFunc>(&Replacement<41>));
+  PF_SetOverrideFunc(2, reinterpret_cast<PF_AnyFunc>(&Replacement<42>));
+  PF_SetOverrideFunc(3, reinterpret_cast<PF_AnyFunc>(&Replacement<43>));
   for (const auto& row : rows) {
     EXPECT_EQ(row.copy(&record, good.world, good.world, nullptr, nullptr), row.replaced) << &row - rows;
     Host().reports.clear();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 #include "PF/PF_Copy.h"
 #include "PF/PF_Lifecycle.h"
@@ -167,22 +168,29 @@ TEST_F(Copies, HugeRectanglesCostNoMoreThanTheWorld) {
   }
 }
 
-const PF_LayerDef* g_seen_source = nullptr;
+using Arguments = std::tuple<const PF_ProgressInfo*, const PF_LayerDef*, PF_LayerDef*, const M_LRect*, const M_LRect*>;
+Arguments g_seen;
 
-PF_Err Replacement(const PF_ProgressInfo* progress, const PF_LayerDef* src, PF_LayerDef*, const M_LRect*,
-                   const M_LRect*) {
-  EXPECT_EQ(progress, nullptr);
-  g_seen_source = src;
-  return 42;
+template <PF_Err answer>
+PF_Err Replacement(const PF_ProgressInfo* progress, const PF_LayerDef* src, PF_LayerDef* dst, const M_LRect* src_rect,
+                   const M_LRect* dst_rect) {
+  g_seen = {progress, src, dst, src_rect, dst_rect};
+  return answer;
 }
 
-TEST_F(Copies, PlainNamesCallWhatIsInstalled) {
-  const TestWorld src(8, 1, 1);
-  for (std::size_t i = 0; i < std::size(kCopies); ++i) {
-    ASSERT_EQ(PF_SetOverrideFunc(static_cast<std::int32_t>(i) + 1, reinterpret_cast<PF_AnyFunc>(&Replacement)), 0);
-    EXPECT_EQ(kCopies[i](nullptr, src.record(), nullptr, nullptr, nullptr), 42);
-    EXPECT_EQ(g_seen_source, src.record());
-    ASSERT_EQ(PF_SetOverrideFunc(static_cast<std::int32_t>(i) + 1, nullptr), 0);
+TEST_F(Copies, PlainNamesHandTheirArgumentsToWhatIsInstalled) {
+  TestWorld src(8, 1, 1), dst(8, 1, 1);
+  const PF_ProgressInfo progress = {};
+  const M_LRect from = {}, to = {};
+  constexpr CopyFunction kReplacements[] = {Replacement<41>, Replacement<42>, Replacement<43>, Replacement<44>};
+  for (std::int32_t i = 0; i < 4; ++i) {
+    ASSERT_EQ(PF_SetOverrideFunc(i + 1, reinterpret_cast<PF_AnyFunc>(kReplacements[i])), 0);
+  }
+  for (std::int32_t i = 0; i < 4; ++i) {
+    EXPECT_EQ(kCopies[i](&progress, src.record(), dst.record(), &from, &to), 41 + i);
+    EXPECT_EQ(g_seen, Arguments(&progress, src.record(), dst.record(), &from, &to)) << i;
+    ASSERT_EQ(PF_SetOverrideFunc(i + 1, nullptr), 0);
+    EXPECT_EQ(kCopies[i](nullptr, src.record(), dst.record(), nullptr, nullptr), 0);
   }
 }
 

@@ -174,6 +174,19 @@ TEST_P(CopyPixels, WideWorldsScaleBeyondSixteenBits) {
   EXPECT_EQ(one.PixelText(0, 0), "(255 20 20 20)");
 }
 
+TEST_P(CopyPixels, ABoxIsLimitedToTheMiddleSixteenBitsOfRows) {
+  // Of 70000 rows the middle 65536 count: half of them 20, half 40. What lies beyond is white.
+  TestWorld src(8, 1, 70000), one(8, 1, 1);
+  for (std::int32_t y = 0; y < 70000; ++y) {
+    const std::uint8_t value = y < 2232 || y >= 67768 ? 255 : y < 35000 ? 20 : 40;
+    src.At<PF_Pixel8>(0, y) = {255, value, value, value};
+  }
+  for (const PF_CopyKind kind : {PF_CopyKind_HQ_STRAIGHT, PF_CopyKind_HQ_PREMUL}) {
+    EXPECT_EQ(Copy(kind, src, one, nullptr, nullptr), 0);
+    EXPECT_EQ(one.PixelText(0, 0), "(255 30 30 30)") << kind;
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Targets, CopyPixels, testing::Values(0u, U_CPU_VECTOR | U_CPU_SSSE3, ~0u));
 
 }  // namespace

@@ -9,7 +9,7 @@
 
 namespace pf {
 
-// The column is the signed high half of x.
+// QUIRK-9: the column is the signed high half of x.
 constexpr std::int64_t NarrowColumn(std::int64_t x) { return static_cast<std::int16_t>(WholePart(x)); }
 
 // Whether what the sampler is about to read exists. Only the checked build looks, and tells by name; an

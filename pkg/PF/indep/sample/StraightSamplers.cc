@@ -3,7 +3,7 @@
 
 namespace {
 
-// Four neighbours inside, at a position between pixels.
+// QUIRK-8: four neighbours inside, at a position between pixels.
 template <class P>
 bool AllInside(const PF_SampPB& params, std::int64_t x, std::int64_t y) {
   const pf::Plane<P> src = pf::SourceOf<P>(params);
