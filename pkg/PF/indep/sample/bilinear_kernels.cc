@@ -13,6 +13,7 @@
 #include "simd/AlphaClass-inl.h"
 #include "simd/BilinearBlend-inl.h"
 #include "simd/BilinearFixed-inl.h"
+#include "simd/BilinearPhases-inl.h"
 #include "simd/BilinearTaps-inl.h"
 #include "simd/SampleRows-inl.h"
 
@@ -31,18 +32,6 @@ constexpr int kSharedBits(bool with_alpha) {
   if (sizeof(P) == 4) return with_alpha ? 8 : 16;
   return with_alpha ? 21 : 32;
 }
-
-// Two unpacked source rows and the samples between them.
-template <class P>
-struct RowJob {
-  const HeldElement<P>* upper;
-  const HeldElement<P>* lower;
-  std::int64_t stride;
-  SamplePositions<P> positions;
-  std::int64_t fy;
-  RealOf<P> v;  // fy in pixels
-  P* out;
-};
 
 // Stores samples begin..end-1; sample(k) yields those from k on. A sampler is an object with all it reads
 // in its own members, so that they stay in registers.
@@ -77,8 +66,9 @@ struct BlendSampler {
     const Taps<V> taps = {LoadTap(upper, stride, place), LoadTap(upper + 1, stride, place),
                           LoadTap(lower, stride, place), LoadTap(lower + 1, stride, place)};
     const auto weights = WeightsOf(hn::Set(d, RealOf<P>(1)), place.u, v);
-    if constexpr (alphas == AlphaClass::kEqual) return BlendEqual<P>(taps, weights);
-    const auto out = alphas == AlphaClass::kDiffering ? BlendDiffering<P>(taps, weights) : BlendMixed<P>(taps, weights);
+    // Integers need no more here: uniform blocks and integral positions come out exactly.
+    if constexpr (alphas == AlphaClass::kEqual && !kIsFloat<P>) return BlendEqual<P>(taps, weights);
+    const auto out = BlendOf<P, alphas>(taps, weights);
     if (!integral_row) return out;
     return Select<P>(hn::Eq(place.u, hn::Zero(d)), taps.p00, out);
   }
@@ -93,11 +83,6 @@ struct BlendSampler {
 template <class P, AlphaClass alphas>
 HWY_NOINLINE void BlendRange(const RowJob<P>& job, std::int64_t begin, std::int64_t end) {
   ForLanes(begin, end, job.out, BlendSampler<P, alphas>(job));
-}
-
-template <class V>
-HWY_INLINE V Lerp(V u, V c0, V c1) {
-  return hn::Add(c0, hn::Mul(u, hn::Sub(c1, c0)));
 }
 
 // Blends a source row along itself at every sample: with alpha, the sums of alpha and of alpha times
@@ -235,21 +220,43 @@ class StraightRow {
   }
 
   void RunRange(AlphaClass alphas, std::int64_t element, std::int64_t begin, std::int64_t end) {
+    if (begin >= end) return;
     switch (alphas) {
       case AlphaClass::kMixed:
-        return BlendRange<P, AlphaClass::kMixed>(job_, begin, end);
+        return RunBlend<AlphaClass::kMixed>(begin, end);
       case AlphaClass::kDiffering:
         if (RunFixed<FixedDifferingSampler>(7, begin, end)) return;
         if (shares_differing_) return RunShared<true>(element, begin, end);
-        return BlendRange<P, AlphaClass::kDiffering>(job_, begin, end);
+        return RunBlend<AlphaClass::kDiffering>(begin, end);
       case AlphaClass::kEqual:
         if (RunFixed<FixedEqualSampler>(8, begin, end)) return;
         if (shares_equal_) return RunShared<false>(element, begin, end);
-        // A uniform block of floats does not come out exactly.
-        return BlendRange < P, kIsFloat<P> ? AlphaClass::kMixed : AlphaClass::kEqual > (job_, begin, end);
+        return RunBlend<AlphaClass::kEqual>(begin, end);
       case AlphaClass::kClear:
         std::fill(job_.out + begin, job_.out + end, P{});
     }
+  }
+
+  // The formula as it stands.
+  template <AlphaClass alphas>
+  void RunBlend(std::int64_t begin, std::int64_t end) {
+    if constexpr (kIsFloat<P>) {
+      RunPhases<alphas>(begin, end, [this](const PhaseBlocks& blocks) { BlendPhases<alphas>(job_, blocks); });
+    } else {
+      BlendRange<P, alphas>(job_, begin, end);
+    }
+  }
+
+  // Whole blocks by phases where that can be done, all else one by one.
+  template <AlphaClass alphas, class F>
+  void RunPhases(std::int64_t begin, std::int64_t end, F run) {
+    const std::int64_t phases = PhasesOf(job_.positions.step());
+    if (phases == 0) return BlendRange<P, alphas>(job_, begin, end);
+    const PhaseBlocks blocks = PhaseBlocksOf(job_.positions, begin, end);
+    const std::int64_t whole = std::max<std::int64_t>(blocks.end - blocks.m, 0) * phases;
+    BlendRange<P, alphas>(job_, begin, std::min(blocks.k, end));
+    if (whole > 0) run(blocks);
+    BlendRange<P, alphas>(job_, std::min(blocks.k + whole, end), end);
   }
 
   // In integers of at most `bits` fraction bits, if that can be done. Rows without a vertical fraction may
@@ -266,22 +273,40 @@ class StraightRow {
 
   template <bool with_alpha>
   void RunShared(std::int64_t element, std::int64_t begin, std::int64_t end) {
+    const float alpha = AlphaOf(job_.upper[element]);
+    if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
+      if (PhasesOf(job_.positions.step()) != 0) {
+        constexpr AlphaClass kAlphas = with_alpha ? AlphaClass::kDiffering : AlphaClass::kEqual;
+        return RunPhases<kAlphas>(begin, end, [&](const PhaseBlocks& blocks) {
+          SharedPhases<P, with_alpha>(job_, Shared<with_alpha>(j_), Shared<with_alpha>(j_ + 1), alpha, blocks);
+        });
+      }
+    }
     if constexpr (!kIsFloat<P>) {
-      SharedRange<P, with_alpha>(job_, Spread<with_alpha>(j_), Spread<with_alpha>(j_ + 1), cache_.spread_stride,
-                                 AlphaOf(job_.upper[element]), begin, end);
+      SharedRange<P, with_alpha>(job_, Shared<with_alpha>(j_), Shared<with_alpha>(j_ + 1), cache_.spread_stride, alpha,
+                                 begin, end);
     }
   }
 
+  // What is shared of row j by all rows of samples: weighed for phases, which has no more columns than
+  // samples, else spread.
   template <bool with_alpha>
-  const Real* Spread(std::int64_t j) {
+  const Real* Shared(std::int64_t j) {
     const std::int64_t slot = j & 1;
-    Real* spread = cache_.template spread<Real>(slot, with_alpha);
+    Real* shared = cache_.template spread<Real>(slot, with_alpha);
     std::int64_t& done = cache_.head().spread[slot][with_alpha ? 1 : 0];
     if (done == 0) {
-      SpreadRow<P, with_alpha>(Planes(slot), cache_.plane_stride, job_.positions, n_, cache_.spread_stride, spread);
+      if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
+        if (PhasesOf(job_.positions.step()) != 0) {
+          done = 1;
+          WeighRow<P, with_alpha>(Planes(slot), cache_.plane_stride, shared);
+          return shared;
+        }
+      }
+      SpreadRow<P, with_alpha>(Planes(slot), cache_.plane_stride, job_.positions, n_, cache_.spread_stride, shared);
       done = 1;
     }
-    return spread;
+    return shared;
   }
 
   Plane<P> src_;

@@ -12,6 +12,7 @@
 #include <type_traits>
 
 #include "sample/Bilinear.h"
+#include "sample/RowCache.h"
 #include "simd/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -135,6 +136,7 @@ HWY_INLINE Channels<V> WithUniform(const Taps<V>& t, M clear, const Channels<V>&
   const RealTag<P> d;
   auto uniform = clear;
   if constexpr (kIsFloat<P>) uniform = SameAlphaBits<P>(t);
+  uniform = hn::And(uniform, AllSameBits<P>(t.p00.red, t.p10.red, t.p01.red, t.p11.red));
   if (hn::AllFalse(d, uniform)) return out;
   return Select<P>(hn::And(uniform, UniformColours<P>(t)), t.p00, out);
 }
@@ -152,6 +154,18 @@ HWY_INLINE Channels<V> BlendMixed(const Taps<V>& t, const Weights<V>& w) {
   if (!hn::AllTrue(d, equal)) out = Select<P>(equal, out, BlendDiffering<P>(t, w));
   if (!hn::AllFalse(d, clear)) out = Select<P>(clear, {zero, zero, zero, zero}, out);
   return WithUniform<P>(t, clear, out);
+}
+
+// The rule for a class of blocks.
+template <class P, AlphaClass alphas, class V = RealVec<P>>
+HWY_INLINE Channels<V> BlendOf(const Taps<V>& t, const Weights<V>& w) {
+  if constexpr (alphas == AlphaClass::kDiffering) {
+    return BlendDiffering<P>(t, w);
+  } else if constexpr (alphas == AlphaClass::kEqual) {
+    return WithUniform<P>(t, hn::FirstN(RealTag<P>(), 0), BlendEqual<P>(t, w));
+  } else {
+    return BlendMixed<P>(t, w);
+  }
 }
 
 #endif  // HWY_TARGET

@@ -78,9 +78,11 @@ class SamplePositions {
   std::int64_t FractionAt(std::int64_t k) const { return (x_ + k * step_) & 0xFFFF; }
   std::int64_t step() const { return step_; }
 
-  // The first of n samples at or behind an element; n if there is none.
+  // The first sample at or behind an element that is not left of sample 0.
+  std::int64_t SampleAt(std::int64_t element) const { return (element * 65536 - x_ + step_ - 1) / step_; }
+  // The same limited to 0..n.
   std::int64_t FirstAt(std::int64_t element, std::int64_t n) const {
-    return std::clamp<std::int64_t>((element * 65536 - x_ + step_ - 1) / step_, 0, n);
+    return std::clamp<std::int64_t>(SampleAt(element), 0, n);
   }
 
  private:
@@ -109,6 +111,23 @@ HWY_INLINE Channels<RealVec<P>> LoadTap(const std::uint32_t* pixels, std::int64_
     return hn::ConvertTo(d, hn::BitCast(di, hn::TableLookupBytesOr0(blocks, bytes)));
   };
   return {tap(0), tap(1), tap(2), tap(3)};
+}
+
+// Two held source rows and the samples between them.
+template <class P>
+struct RowJob {
+  const HeldElement<P>* upper;
+  const HeldElement<P>* lower;
+  std::int64_t stride;
+  SamplePositions<P> positions;
+  std::int64_t fy;
+  RealOf<P> v;  // fy in pixels
+  P* out;
+};
+
+template <class V>
+HWY_INLINE V Lerp(V u, V c0, V c1) {
+  return hn::Add(c0, hn::Mul(u, hn::Sub(c1, c0)));
 }
 
 template <class V>

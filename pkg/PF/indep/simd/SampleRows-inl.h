@@ -59,6 +59,18 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const hn::TFromD<D>* from, const std::int6
   }
 }
 
+// Block b of a vector.
+template <class D>
+HWY_INLINE hn::Vec<hn::Full128<hn::TFromD<D>>> BlockAt(D, hn::Vec<D> v, std::size_t b) {
+  if constexpr (hn::MaxLanes(D()) * sizeof(hn::TFromD<D>) == 16) {
+    return v;
+  } else {
+    const hn::Half<D> half;
+    constexpr std::size_t kHalf = hn::MaxLanes(half) * sizeof(hn::TFromD<D>) / 16;
+    return b < kHalf ? BlockAt(half, hn::LowerHalf(half, v), b) : BlockAt(half, hn::UpperHalf(half, v), b - kHalf);
+  }
+}
+
 // Lanes(d) groups of four values, like pixels, each value in a vector of its own. Groups are loaded one by
 // one, since they have just been stored one by one.
 template <class D, class V = hn::Vec<D>>

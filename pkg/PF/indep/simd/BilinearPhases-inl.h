@@ -1,0 +1,177 @@
+// Bilinear sampling in steps of 1/2, 1/4, 1/8 or 1/16 of a pixel: every block of source columns holds as
+// many samples as the others, at the same fractions. Samples at one fraction, a phase, read whole vectors
+// of neighbouring columns, so that nothing is permuted.
+#if defined(PF_SIMD_BILINEAR_PHASES_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SIMD_BILINEAR_PHASES_INL_H
+#undef PF_SIMD_BILINEAR_PHASES_INL_H
+#else
+#define PF_SIMD_BILINEAR_PHASES_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "sample/RowCache.h"
+#include "simd/BilinearTaps-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pf {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR
+
+inline constexpr std::int64_t kMaxPhases = 16;
+
+// Of a step that divides the pixel; 0 for any other.
+constexpr std::int64_t PhasesOf(std::int64_t step) {
+  return step <= 32768 && step >= 65536 / kMaxPhases && 65536 % step == 0 ? 65536 / step : 0;
+}
+
+// Blocks m..end-1, whose first sample is k, by whole vectors.
+struct PhaseBlocks {
+  std::int64_t m, end, k;
+};
+
+// The blocks that lie in samples begin..end-1 with all their samples.
+template <class P>
+PhaseBlocks PhaseBlocksOf(const SamplePositions<P>& positions, std::int64_t begin, std::int64_t end) {
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(RealTag<P>()));
+  const std::int64_t m = positions.ColumnAt(begin) + (positions.FractionAt(begin) >= positions.step() ? 1 : 0);
+  const std::int64_t k = positions.SampleAt(m);
+  const std::int64_t whole = std::max<std::int64_t>((end - k) / PhasesOf(positions.step()), 0);
+  return {m, m + whole / lanes * lanes, k};
+}
+
+// Fractions of the phases as vectors.
+template <class P>
+class Phases {
+ public:
+  Phases(const SamplePositions<P>& positions, std::int64_t k) : count_(PhasesOf(positions.step())) {
+    for (std::int64_t p = 0; p < count_; ++p) {
+      u_[p] = static_cast<RealOf<P>>(positions.FractionAt(k + p)) / RealOf<P>(65536);
+    }
+  }
+  std::int64_t count() const { return count_; }
+  RealOf<P> operator[](std::int64_t p) const { return u_[p]; }
+
+ private:
+  std::int64_t count_;
+  RealOf<P> u_[kMaxPhases];
+};
+
+// The four values of each lane to places `distance` pixels apart.
+template <class V>
+HWY_INLINE void StoreApart(const Channels<V>& p, std::int64_t distance, PF_PixelFloat* to) {
+  const hn::DFromV<V> d;
+  const hn::Repartition<double, decltype(d)> wide;
+  const hn::Full128<float> block;
+  const auto pairs = [&](V even, V odd, bool upper) HWY_ATTR {
+    return hn::BitCast(wide, upper ? hn::InterleaveUpper(d, even, odd) : hn::InterleaveLower(d, even, odd));
+  };
+  const auto store = [&](auto quads, std::int64_t first) HWY_ATTR {
+    const auto floats = hn::BitCast(d, quads);
+    for (std::size_t b = 0; b < hn::MaxLanes(d) / 4; ++b) {
+      const std::int64_t pixel = first + static_cast<std::int64_t>(4 * b);
+      hn::StoreU(BlockAt(d, floats, b), block, reinterpret_cast<float*>(to + pixel * distance));
+    }
+  };
+  const auto low_ar = pairs(p.alpha, p.red, false), low_gb = pairs(p.green, p.blue, false);
+  const auto high_ar = pairs(p.alpha, p.red, true), high_gb = pairs(p.green, p.blue, true);
+  store(hn::InterleaveLower(wide, low_ar, low_gb), 0);
+  store(hn::InterleaveUpper(wide, low_ar, low_gb), 1);
+  store(hn::InterleaveLower(wide, high_ar, high_gb), 2);
+  store(hn::InterleaveUpper(wide, high_ar, high_gb), 3);
+}
+
+template <class V>
+HWY_INLINE void StoreApart(const Channels<V>& p, std::int64_t distance, PF_Pixel16* to) {
+  const hn::DFromV<V> d;
+  PF_Pixel16 pixels[hn::MaxLanes(d)];
+  StorePixels(d, p, pixels);
+  for (std::size_t i = 0; i < hn::MaxLanes(d); ++i) to[static_cast<std::int64_t>(i) * distance] = pixels[i];
+}
+
+// The formula as it stands, for floats.
+template <AlphaClass alphas>
+HWY_NOINLINE void BlendPhases(const RowJob<PF_PixelFloat>& job, const PhaseBlocks& blocks) {
+  using P = PF_PixelFloat;
+  const RealTag<P> d;
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  const Phases<P> phases(job.positions, blocks.k);
+  const std::int64_t stride = job.stride;
+  P* out = job.out + blocks.k;
+  for (std::int64_t m = blocks.m; m < blocks.end; m += lanes, out += lanes * phases.count()) {
+    const auto load = [&](const float* from) HWY_ATTR {
+      return Channels<RealVec<P>>{hn::LoadU(d, from), hn::LoadU(d, from + stride), hn::LoadU(d, from + 2 * stride),
+                                  hn::LoadU(d, from + 3 * stride)};
+    };
+    const Taps<RealVec<P>> taps = {load(job.upper + m), load(job.upper + m + 1), load(job.lower + m),
+                                   load(job.lower + m + 1)};
+    for (std::int64_t p = 0; p < phases.count(); ++p) {
+      const auto weights = WeightsOf(hn::Set(d, 1.0f), hn::Set(d, phases[p]), hn::Set(d, job.v));
+      if (job.fy == 0 && phases[p] == 0.0f) {
+        StoreApart(taps.p00, phases.count(), out + p);
+      } else {
+        StoreApart(BlendOf<P, alphas>(taps, weights), phases.count(), out + p);
+      }
+    }
+  }
+}
+
+// A row as reals, alpha and alpha times colour, or colour alone.
+template <class P, bool with_alpha>
+HWY_NOINLINE void WeighRow(const float* planes, std::int64_t stride, RealOf<P>* out) {
+  const RealTag<P> d;
+  const hn::Rebind<float, RealTag<P>> df;
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  for (std::int64_t m = 0; m < stride; m += lanes) {
+    const auto alpha = ToReal<P>(hn::LoadU(df, planes + m));
+    if constexpr (with_alpha) hn::StoreU(alpha, d, out + m);
+    for (std::int64_t c = 1; c < 4; ++c) {
+      const auto colour = ToReal<P>(hn::LoadU(df, planes + c * stride + m));
+      hn::StoreU(with_alpha ? hn::Mul(alpha, colour) : colour, d, out + c * stride + m);
+    }
+  }
+}
+
+// Sums that are exact in any order: first between weighed rows, for all phases, then along them. Without
+// alpha, it is the same everywhere.
+template <class P, bool with_alpha>
+HWY_NOINLINE void SharedPhases(const RowJob<P>& job, const RealOf<P>* upper, const RealOf<P>* lower, float alpha,
+                               const PhaseBlocks& blocks) {
+  const RealTag<P> d;
+  using V = RealVec<P>;
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  const Phases<P> phases(job.positions, blocks.k);
+  const V v = hn::Set(d, job.v), all_alpha = hn::Set(d, static_cast<RealOf<P>>(alpha));
+  P* out = job.out + blocks.k;
+  for (std::int64_t m = blocks.m; m < blocks.end; m += lanes, out += lanes * phases.count()) {
+    V left[4], rise[4];
+    for (std::int64_t c = with_alpha ? 0 : 1; c < 4; ++c) {
+      const std::int64_t at = c * job.stride + m;
+      left[c] = Lerp(v, hn::LoadU(d, upper + at), hn::LoadU(d, lower + at));
+      rise[c] = hn::Sub(Lerp(v, hn::LoadU(d, upper + at + 1), hn::LoadU(d, lower + at + 1)), left[c]);
+    }
+    for (std::int64_t p = 0; p < phases.count(); ++p) {
+      const V u = hn::Set(d, phases[p]);
+      const auto sum = [&](std::size_t c) HWY_ATTR { return hn::Add(left[c], hn::Mul(u, rise[c])); };
+      if constexpr (with_alpha) {
+        StoreApart(DivideByAlpha<P>(Channels<V>{sum(0), sum(1), sum(2), sum(3)}), phases.count(), out + p);
+      } else {
+        const Channels<V> pixels = {all_alpha, BeforeStore<P>(sum(1)), BeforeStore<P>(sum(2)), BeforeStore<P>(sum(3))};
+        StoreApart(pixels, phases.count(), out + p);
+      }
+    }
+  }
+}
+
+#endif  // HWY_TARGET
+
+}  // namespace HWY_NAMESPACE
+}  // namespace pf
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard
