@@ -21,6 +21,9 @@ constexpr ColumnWindow WindowOf(std::int64_t x0, std::int64_t step_x, std::int64
   return {first, WholePart(x0 + (n - 1) * step_x) - first + 2};
 }
 
+// Vectors of samples reach at most as many columns as they have lanes.
+constexpr bool RowsOnVectors(std::int64_t step_x, std::int64_t n) { return n > 0 && step_x > 0 && step_x <= 65536; }
+
 // How the alphas of the blocks in one tile of columns compare.
 enum class AlphaClass : std::uint8_t {
   kMixed,

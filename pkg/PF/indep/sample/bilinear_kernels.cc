@@ -33,20 +33,6 @@ constexpr int kSharedBits(bool with_alpha) {
   return with_alpha ? 21 : 32;
 }
 
-// Stores samples begin..end-1; sample(k) yields those from k on. A sampler is an object with all it reads
-// in its own members, so that they stay in registers.
-template <class P, class Sampler>
-HWY_INLINE void ForLanes(std::int64_t begin, std::int64_t end, P* out, const Sampler sample) {
-  const RealTag<P> d;
-  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  std::int64_t k = begin;
-  for (; k + lanes <= end; k += lanes) StorePixels(d, sample(k), out + k);
-  if (k >= end) return;
-  P last[HWY_MAX_BYTES / sizeof(RealOf<P>)];
-  StorePixels(d, sample(k), last);
-  std::memcpy(out + k, last, static_cast<std::size_t>(end - k) * sizeof(P));
-}
-
 // Four taps per sample.
 template <class P, AlphaClass alphas>
 struct BlendSampler {
@@ -139,14 +125,6 @@ HWY_NOINLINE void SharedRange(const RowJob<P>& job, const RealOf<P>* upper, cons
       SharedSampler<P, with_alpha>{upper, lower, stride, hn::Set(d, job.v), hn::Set(d, static_cast<RealOf<P>>(alpha))});
 }
 
-// Samples begin..end-1 in integers; `Sampler` is one of the fixed ones.
-template <class Sampler>
-HWY_NOINLINE void FixedRange(const RowJob<PF_Pixel8>& job, int bits_u, int bits_v, std::int64_t begin,
-                             std::int64_t end) {
-  const FixedRows rows = {job.upper, job.lower, job.positions};
-  ForLanes(begin, end, job.out, Sampler(rows, begin, bits_u, job.fy >> (16 - bits_v), bits_v));
-}
-
 // One row of samples.
 template <class P>
 class StraightRow {
@@ -188,19 +166,7 @@ class StraightRow {
   }
 
  private:
-  // Row j unpacked, from the scratch when it is there.
-  const HeldElement<P>* Hold(std::int64_t j) {
-    const std::int64_t slot = j & 1;
-    RowCache::Head& head = cache_.head();
-    const std::int64_t key = j >= 0 && j < src_.height ? j + 1 : RowCache::kOutside;
-    if (head.held[slot] != key) {
-      HoldRow(src_, j, window_.first, window_.count, cache_.plane_stride, Planes(slot));
-      head.held[slot] = key;
-      head.spread[slot][0] = head.spread[slot][1] = 0;
-    }
-    return Planes(slot);
-  }
-
+  const HeldElement<P>* Hold(std::int64_t j) { return HoldRowIn(cache_, src_, window_, j); }
   HeldElement<P>* Planes(std::int64_t slot) const { return cache_.template planes<HeldElement<P>>(slot); }
 
   const AlphaClass* Classify(std::int64_t blocks, std::int64_t tiles) {
@@ -319,12 +285,9 @@ class StraightRow {
   bool shares_equal_ = false, shares_differing_ = false;
 };
 
-// Vectors of samples reach at most as many columns as they have lanes.
-bool OnVectors(std::int64_t step_x, std::int64_t n) { return n > 0 && step_x > 0 && step_x <= 65536; }
-
 template <class P>
 void BilinearStraightRow(const SampleRow& row, std::byte* scratch) {
-  if (!OnVectors(row.step_x, row.n)) {
+  if (!RowsOnVectors(row.step_x, row.n)) {
     return kPortableSampleKernels.bilinear_straight[DepthIndex(DepthTraits<P>::kDepth)].row(row, scratch);
   }
   const Plane<P> src = SourceOf<P>(*row.params);
@@ -338,7 +301,7 @@ void BilinearStraightRow(const SampleRow& row, std::byte* scratch) {
 
 template <class P>
 std::uint64_t BilinearStraightScratch(const PF_SampPB*, std::int64_t step_x, std::int64_t n) {
-  if (!OnVectors(step_x, n)) return 64;
+  if (!RowsOnVectors(step_x, n)) return 64;
   return static_cast<std::uint64_t>(StraightRow<P>::CacheFor(nullptr, WindowOf(65535, step_x, n).count, n).Size());
 }
 

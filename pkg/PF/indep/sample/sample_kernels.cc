@@ -18,12 +18,14 @@ const SampleKernels* Kernels() { return &kPortableSampleKernels; }
 
 // From the other kernel files, for this target.
 SampleKernels::Pair BilinearStraight(int depth_index);
+SampleKernels::Pair BilinearPremul(int depth_index);
 SampleKernels::Pair Area(bool straight, int depth_index);
 
 SampleKernels MakeKernels() {
   SampleKernels kernels = kPortableSampleKernels;
   for (int depth = 0; depth < 3; ++depth) {
     kernels.bilinear_straight[depth] = BilinearStraight(depth);
+    kernels.bilinear_premul[depth] = BilinearPremul(depth);
     kernels.area_straight[depth] = Area(true, depth);
     kernels.area_premul[depth] = Area(false, depth);
   }

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <type_traits>
 
 #include "sample/RowCache.h"
 #include "simd/SampleRows-inl.h"
@@ -55,27 +56,49 @@ HWY_INLINE bool AllZeroBits(const Element* upper, const Element* lower, std::int
   return hn::AllTrue(du, hn::Eq(bits, hn::Zero(du)));
 }
 
+// Which blocks of a vector are alike in alpha: by value, and by value or bits. Not-a-numbers are not equal,
+// but may make a uniform block.
+template <class Element>
+struct AlikeBlocks {
+  using D = hn::ScalableTag<std::uint32_t>;
+
+  HWY_INLINE AlikeBlocks(const Element* upper, const Element* lower)
+      : AlikeBlocks(LoadAlphas(upper), LoadAlphas(upper + 1), LoadAlphas(lower), LoadAlphas(lower + 1)) {}
+
+  hn::Mask<D> equal, alike;
+
+ private:
+  template <class V>
+  HWY_INLINE AlikeBlocks(V a00, V a10, V a01, V a11) : equal(hn::RebindMask(D(), AllEqual(a00, a10, a01, a11))) {
+    const auto bits = [](V v) HWY_ATTR { return hn::BitCast(D(), v); };
+    alike = equal;
+    if constexpr (std::is_same_v<Element, float>) {
+      alike = hn::Or(equal, AllEqual(bits(a00), bits(a10), bits(a01), bits(a11)));
+    }
+  }
+};
+
 // The class of blocks m..end-1.
 template <class Element>
 HWY_INLINE AlphaClass ClassOf(const Element* upper, const Element* lower, std::int64_t planes, std::int64_t stride,
                               std::int64_t m, std::int64_t end) {
-  const hn::ScalableTag<Element> d;
-  const hn::ScalableTag<std::uint32_t> du;
+  using D = hn::ScalableTag<std::uint32_t>;
+  const D d;
   const std::int64_t first = m, lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  bool any_equal = false, all_equal = true;
-  for (; m < end; m += lanes) {
-    const auto a00 = LoadAlphas(upper + m), a10 = LoadAlphas(upper + m + 1);
-    const auto a01 = LoadAlphas(lower + m), a11 = LoadAlphas(lower + m + 1);
-    const auto bits = [&](auto v) HWY_ATTR { return hn::BitCast(du, v); };
-    const auto equal = hn::RebindMask(du, AllEqual(a00, a10, a01, a11));
-    // Not-a-numbers are not equal, but may make a uniform block.
-    const auto alike = hn::Or(equal, AllEqual(bits(a00), bits(a10), bits(a01), bits(a11)));
-    const auto valid = hn::FirstN(du, static_cast<std::size_t>(std::min(end - m, lanes)));
-    any_equal = any_equal || !hn::AllFalse(du, hn::And(valid, alike));
-    all_equal = all_equal && hn::AllFalse(du, hn::AndNot(equal, valid));
+  auto any = hn::FirstN(d, 0), all = hn::FirstN(d, hn::Lanes(d));
+  for (; m + lanes <= end; m += lanes) {
+    const AlikeBlocks<Element> blocks(upper + m, lower + m);
+    any = hn::Or(any, blocks.alike);
+    all = hn::And(all, blocks.equal);
   }
-  if (!any_equal) return AlphaClass::kDiffering;
-  if (!all_equal) return AlphaClass::kMixed;
+  if (m < end) {
+    const AlikeBlocks<Element> blocks(upper + m, lower + m);
+    const auto valid = hn::FirstN(d, static_cast<std::size_t>(end - m));
+    any = hn::Or(any, hn::And(blocks.alike, valid));
+    all = hn::And(all, hn::Or(blocks.equal, hn::Not(valid)));
+  }
+  if (hn::AllFalse(d, any)) return AlphaClass::kDiffering;
+  if (!hn::AllTrue(d, all)) return AlphaClass::kMixed;
   if (AlphaOf(upper[first]) > 0.0f) return AlphaClass::kEqual;
   return AllZeroBits(upper, lower, planes, stride, first, end) ? AlphaClass::kClear : AlphaClass::kMixed;
 }

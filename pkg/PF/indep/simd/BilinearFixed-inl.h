@@ -197,6 +197,14 @@ class FixedEqualSampler {
   Half first_, second_;
 };
 
+// Samples begin..end-1 in integers; `Sampler` is one of the fixed ones.
+template <class Sampler>
+HWY_NOINLINE void FixedRange(const RowJob<PF_Pixel8>& job, int bits_u, int bits_v, std::int64_t begin,
+                             std::int64_t end) {
+  const FixedRows rows = {job.upper, job.lower, job.positions};
+  ForLanes(begin, end, job.out, Sampler(rows, begin, bits_u, job.fy >> (16 - bits_v), bits_v));
+}
+
 #endif  // HWY_TARGET
 
 }  // namespace HWY_NAMESPACE

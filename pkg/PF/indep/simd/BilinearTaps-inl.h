@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <type_traits>
 
 #include "simd/BilinearBlend-inl.h"
@@ -38,11 +39,12 @@ HWY_INLINE RealVec<P> ToReal(hn::Vec<FloatTag<P>> v) {
 }
 
 // Lanes samples: the column where each block of four starts, the bytes of each sample in its block (of
-// packed pixels the alpha, as a 32-bit value), and the fraction.
+// packed pixels the alpha, as a 32-bit value), and the fraction, in 1/65536 and in pixels.
 template <class P>
 struct SamplePlace {
   std::int64_t column[kBlocks<P>];
   hn::Vec<hn::Repartition<std::uint8_t, FloatTag<P>>> bytes;
+  hn::Vec<hn::RebindToSigned<FloatTag<P>>> fraction;
   RealVec<P> u;
 };
 
@@ -68,8 +70,9 @@ class SamplePositions {
       const auto start = hn::TableLookupBytes(hn::BitCast(d8, offset), hn::LoadDup128(d8, kFirst));
       bytes = hn::Add(start, hn::BitCast(d8, hn::Set(di, 0x03020100)));
     }
-    const auto fraction = hn::ConvertTo(d, hn::And(position, hn::Set(di, 0xFFFF)));
-    SamplePlace<P> place = {{}, bytes, ToReal<P>(hn::Mul(fraction, hn::Set(d, 0x1p-16f)))};
+    const auto fraction = hn::And(position, hn::Set(di, 0xFFFF));
+    const auto u = hn::Mul(hn::ConvertTo(d, fraction), hn::Set(d, 0x1p-16f));
+    SamplePlace<P> place = {{}, bytes, fraction, ToReal<P>(u)};
     for (std::size_t b = 0; b < kBlocks<P>; ++b) place.column[b] = ColumnAt(k + static_cast<std::int64_t>(4 * b));
     return place;
   }
@@ -133,6 +136,20 @@ HWY_INLINE V Lerp(V u, V c0, V c1) {
 template <class V>
 HWY_INLINE Channels<V> TimesAlpha(const Channels<V>& p) {
   return {p.alpha, hn::Mul(p.alpha, p.red), hn::Mul(p.alpha, p.green), hn::Mul(p.alpha, p.blue)};
+}
+
+// Stores samples begin..end-1; sample(k) yields those from k on. A sampler is an object with all it reads
+// in its own members, so that they stay in registers.
+template <class P, class Sampler>
+HWY_INLINE void ForLanes(std::int64_t begin, std::int64_t end, P* out, const Sampler sample) {
+  const RealTag<P> d;
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  std::int64_t k = begin;
+  for (; k + lanes <= end; k += lanes) StorePixels(d, sample(k), out + k);
+  if (k >= end) return;
+  P last[HWY_MAX_BYTES / sizeof(RealOf<P>)];
+  StorePixels(d, sample(k), last);
+  std::memcpy(out + k, last, static_cast<std::size_t>(end - k) * sizeof(P));
 }
 
 #endif  // HWY_TARGET

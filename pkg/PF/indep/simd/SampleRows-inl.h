@@ -15,6 +15,7 @@
 
 #include "PF/PF_Types.h"
 #include "pixel/Plane.h"
+#include "sample/RowCache.h"
 #include "simd/ConvertDepth-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -148,6 +149,22 @@ HWY_NOINLINE void HoldRow(const Plane<P>& src, std::int64_t j, std::int64_t firs
     std::fill_n(held + c * stride + right, stride - right, HeldElement<P>{0});
   }
   if (left < right) UnpackPixels(src.Row(j) + (first + left), right - left, stride, held + left);
+}
+
+// Row j, from the scratch when it is there.
+template <class P>
+HWY_INLINE const HeldElement<P>* HoldRowIn(const RowCache& cache, const Plane<P>& src, const ColumnWindow& window,
+                                           std::int64_t j) {
+  const std::int64_t slot = j & 1;
+  RowCache::Head& head = cache.head();
+  HeldElement<P>* held = cache.template planes<HeldElement<P>>(slot);
+  const std::int64_t key = j >= 0 && j < src.height ? j + 1 : RowCache::kOutside;
+  if (head.held[slot] != key) {
+    HoldRow(src, j, window.first, window.count, cache.plane_stride, held);
+    head.held[slot] = key;
+    head.spread[slot][0] = head.spread[slot][1] = 0;
+  }
+  return held;
 }
 
 // Truncated lanes that fit 32 bits.
