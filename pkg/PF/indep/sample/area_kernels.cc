@@ -12,8 +12,8 @@
 #include "sample/Area.h"
 #include "sample/AreaCache.h"
 #include "sample/SampleKernels.h"
-#include "simd/AreaColumns-inl.h"
-#include "simd/SampleRows-inl.h"
+#include "sample/AreaColumns-inl.h"
+#include "sample/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {

@@ -10,12 +10,12 @@
 #include "sample/Bilinear.h"
 #include "sample/RowCache.h"
 #include "sample/SampleKernels.h"
-#include "simd/AlphaClass-inl.h"
-#include "simd/BilinearBlend-inl.h"
-#include "simd/BilinearFixed-inl.h"
-#include "simd/BilinearPhases-inl.h"
-#include "simd/BilinearTaps-inl.h"
-#include "simd/SampleRows-inl.h"
+#include "sample/AlphaClass-inl.h"
+#include "sample/BilinearBlend-inl.h"
+#include "sample/BilinearFixed-inl.h"
+#include "sample/BilinearPhases-inl.h"
+#include "sample/BilinearTaps-inl.h"
+#include "sample/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {

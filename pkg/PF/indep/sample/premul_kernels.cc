@@ -9,9 +9,9 @@
 #include "sample/PremulBilinear.h"
 #include "sample/RowCache.h"
 #include "sample/SampleKernels.h"
-#include "simd/BilinearFixed-inl.h"
-#include "simd/BilinearTaps-inl.h"
-#include "simd/SampleRows-inl.h"
+#include "sample/BilinearFixed-inl.h"
+#include "sample/BilinearTaps-inl.h"
+#include "sample/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {

@@ -1,9 +1,9 @@
 // How the alphas of the blocks between two held rows compare.
-#if defined(PF_SIMD_ALPHA_CLASS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PF_SIMD_ALPHA_CLASS_INL_H
-#undef PF_SIMD_ALPHA_CLASS_INL_H
+#if defined(PF_SAMPLE_ALPHA_CLASS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_ALPHA_CLASS_INL_H
+#undef PF_SAMPLE_ALPHA_CLASS_INL_H
 #else
-#define PF_SIMD_ALPHA_CLASS_INL_H
+#define PF_SAMPLE_ALPHA_CLASS_INL_H
 #endif
 
 #include <hwy/highway.h>
@@ -13,7 +13,7 @@
 #include <type_traits>
 
 #include "sample/RowCache.h"
-#include "simd/SampleRows-inl.h"
+#include "sample/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {

@@ -1,9 +1,9 @@
 // The lane forms of sample/Bilinear.h: the same operations in the same order, so the same bits.
-#if defined(PF_SIMD_BILINEAR_BLEND_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PF_SIMD_BILINEAR_BLEND_INL_H
-#undef PF_SIMD_BILINEAR_BLEND_INL_H
+#if defined(PF_SAMPLE_BILINEAR_BLEND_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_BILINEAR_BLEND_INL_H
+#undef PF_SAMPLE_BILINEAR_BLEND_INL_H
 #else
-#define PF_SIMD_BILINEAR_BLEND_INL_H
+#define PF_SAMPLE_BILINEAR_BLEND_INL_H
 #endif
 
 #include <hwy/highway.h>
@@ -13,7 +13,7 @@
 
 #include "sample/Bilinear.h"
 #include "sample/RowCache.h"
-#include "simd/SampleRows-inl.h"
+#include "sample/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {

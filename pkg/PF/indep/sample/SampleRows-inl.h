@@ -1,9 +1,9 @@
 // Source rows made ready for sampling, and vectors of samples stored as pixels.
-#if defined(PF_SIMD_SAMPLE_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PF_SIMD_SAMPLE_ROWS_INL_H
-#undef PF_SIMD_SAMPLE_ROWS_INL_H
+#if defined(PF_SAMPLE_SAMPLE_ROWS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_SAMPLE_ROWS_INL_H
+#undef PF_SAMPLE_SAMPLE_ROWS_INL_H
 #else
-#define PF_SIMD_SAMPLE_ROWS_INL_H
+#define PF_SAMPLE_SAMPLE_ROWS_INL_H
 #endif
 
 #include <hwy/highway.h>

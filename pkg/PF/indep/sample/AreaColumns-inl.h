@@ -1,9 +1,9 @@
 // Sums of columns over the rows of a box, as AreaSum<double> per column, as sample/Area.h has them.
-#if defined(PF_SIMD_AREA_COLUMNS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PF_SIMD_AREA_COLUMNS_INL_H
-#undef PF_SIMD_AREA_COLUMNS_INL_H
+#if defined(PF_SAMPLE_AREA_COLUMNS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_AREA_COLUMNS_INL_H
+#undef PF_SAMPLE_AREA_COLUMNS_INL_H
 #else
-#define PF_SIMD_AREA_COLUMNS_INL_H
+#define PF_SAMPLE_AREA_COLUMNS_INL_H
 #endif
 
 #include <hwy/highway.h>

@@ -1,11 +1,11 @@
 // Bilinear sampling in steps of 1/2, 1/4, 1/8 or 1/16 of a pixel: every block of source columns holds as
 // many samples as the others, at the same fractions. Samples at one fraction, a phase, read whole vectors
 // of neighbouring columns, so that nothing is permuted.
-#if defined(PF_SIMD_BILINEAR_PHASES_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PF_SIMD_BILINEAR_PHASES_INL_H
-#undef PF_SIMD_BILINEAR_PHASES_INL_H
+#if defined(PF_SAMPLE_BILINEAR_PHASES_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_BILINEAR_PHASES_INL_H
+#undef PF_SAMPLE_BILINEAR_PHASES_INL_H
 #else
-#define PF_SIMD_BILINEAR_PHASES_INL_H
+#define PF_SAMPLE_BILINEAR_PHASES_INL_H
 #endif
 
 #include <hwy/highway.h>
@@ -14,7 +14,7 @@
 #include <cstdint>
 
 #include "sample/RowCache.h"
-#include "simd/BilinearTaps-inl.h"
+#include "sample/BilinearTaps-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {

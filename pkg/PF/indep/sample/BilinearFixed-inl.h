@@ -1,18 +1,18 @@
 // Bilinear sampling of 8-bit pixels in integers, for whole-fraction enlargements as of 2 and 4. Every
 // step of the formula is exact there up to the division, so these are the bits of sample/Bilinear.h.
-#if defined(PF_SIMD_BILINEAR_FIXED_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PF_SIMD_BILINEAR_FIXED_INL_H
-#undef PF_SIMD_BILINEAR_FIXED_INL_H
+#if defined(PF_SAMPLE_BILINEAR_FIXED_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_BILINEAR_FIXED_INL_H
+#undef PF_SAMPLE_BILINEAR_FIXED_INL_H
 #else
-#define PF_SIMD_BILINEAR_FIXED_INL_H
+#define PF_SAMPLE_BILINEAR_FIXED_INL_H
 #endif
 
 #include <hwy/highway.h>
 
 #include <cstdint>
 
-#include "simd/BilinearTaps-inl.h"
-#include "simd/PairProducts-inl.h"
+#include "sample/BilinearTaps-inl.h"
+#include "sample/PairProducts-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {

@@ -1,9 +1,9 @@
 // Where the samples of a row lie in unpacked source rows, and the taps there, without gathers.
-#if defined(PF_SIMD_BILINEAR_TAPS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PF_SIMD_BILINEAR_TAPS_INL_H
-#undef PF_SIMD_BILINEAR_TAPS_INL_H
+#if defined(PF_SAMPLE_BILINEAR_TAPS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_BILINEAR_TAPS_INL_H
+#undef PF_SAMPLE_BILINEAR_TAPS_INL_H
 #else
-#define PF_SIMD_BILINEAR_TAPS_INL_H
+#define PF_SAMPLE_BILINEAR_TAPS_INL_H
 #endif
 
 #include <hwy/highway.h>
@@ -13,7 +13,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "simd/BilinearBlend-inl.h"
+#include "sample/BilinearBlend-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {
