@@ -13,8 +13,8 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "sample/RowCache.h"
 #include "sample/BilinearTaps-inl.h"
+#include "sample/RowCache.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {
@@ -86,12 +86,20 @@ HWY_INLINE void StoreApart(const Channels<V>& p, std::int64_t distance, PF_Pixel
   store(hn::InterleaveUpper(wide, high_ar, high_gb), 3);
 }
 
+// Pixels of two phases, which are neighbours, to places `distance` pixels apart.
 template <class V>
-HWY_INLINE void StoreApart(const Channels<V>& p, std::int64_t distance, PF_Pixel16* to) {
+HWY_INLINE void StorePairsApart(const Channels<V>& even, const Channels<V>& odd, std::int64_t distance,
+                                PF_Pixel16* to) {
   const hn::DFromV<V> d;
-  PF_Pixel16 pixels[hn::MaxLanes(d)];
-  StorePixels(d, p, pixels);
-  for (std::size_t i = 0; i < hn::MaxLanes(d); ++i) to[static_cast<std::int64_t>(i) * distance] = pixels[i];
+  const hn::RebindToUnsigned<hn::DFromV<V>> du;
+  const hn::Full128<std::uint64_t> block;
+  const auto first = PackPixels16(d, even), second = PackPixels16(d, odd);
+  const auto lower = hn::InterleaveLower(du, first, second), upper = hn::InterleaveUpper(du, first, second);
+  for (std::size_t b = 0; b < hn::MaxLanes(d) / 2; ++b) {
+    PF_Pixel16* pair = to + static_cast<std::int64_t>(2 * b) * distance;
+    hn::StoreU(BlockAt(du, lower, b), block, reinterpret_cast<std::uint64_t*>(pair));
+    hn::StoreU(BlockAt(du, upper, b), block, reinterpret_cast<std::uint64_t*>(pair + distance));
+  }
 }
 
 // The formula as it stands, for floats.
@@ -155,15 +163,17 @@ HWY_NOINLINE void SharedPhases(const RowJob<P>& job, const RealOf<P>* upper, con
       left[c] = Lerp(v, hn::LoadU(d, upper + at), hn::LoadU(d, lower + at));
       rise[c] = hn::Sub(Lerp(v, hn::LoadU(d, upper + at + 1), hn::LoadU(d, lower + at + 1)), left[c]);
     }
-    for (std::int64_t p = 0; p < phases.count(); ++p) {
+    const auto pixels = [&](std::int64_t p) HWY_ATTR {
       const V u = hn::Set(d, phases[p]);
       const auto sum = [&](std::size_t c) HWY_ATTR { return hn::Add(left[c], hn::Mul(u, rise[c])); };
       if constexpr (with_alpha) {
-        StoreApart(DivideByAlpha<P>(Channels<V>{sum(0), sum(1), sum(2), sum(3)}), phases.count(), out + p);
+        return DivideByAlpha<P>(Channels<V>{sum(0), sum(1), sum(2), sum(3)});
       } else {
-        const Channels<V> pixels = {all_alpha, BeforeStore<P>(sum(1)), BeforeStore<P>(sum(2)), BeforeStore<P>(sum(3))};
-        StoreApart(pixels, phases.count(), out + p);
+        return Channels<V>{all_alpha, BeforeStore<P>(sum(1)), BeforeStore<P>(sum(2)), BeforeStore<P>(sum(3))};
       }
+    };
+    for (std::int64_t p = 0; p < phases.count(); p += 2) {
+      StorePairsApart(pixels(p), pixels(p + 1), phases.count(), out + p);
     }
   }
 }

@@ -186,12 +186,20 @@ HWY_INLINE void StorePixels(D d, const Channels<V>& p, PF_Pixel8* to) {
   hn::StoreU(hn::Or(low, hn::ShiftLeft<8>(high)), di, reinterpret_cast<std::int32_t*>(to));
 }
 
+// A pixel in each 64-bit lane, of doubles in 0..65536. The integer stands in the low bits of 2^52 plus it.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE auto PackPixels16(D d, const Channels<V>& p) {
+  const hn::RebindToUnsigned<D> du;
+  const auto bits = [&](V v) HWY_ATTR { return hn::BitCast(du, hn::Add(hn::Floor(v), hn::Set(d, 0x1p52))); };
+  const auto low = hn::Set(du, 0xFFFF);
+  const auto alpha_red = hn::Or(hn::And(bits(p.alpha), low), hn::ShiftLeft<16>(hn::And(bits(p.red), low)));
+  const auto green_blue = hn::Or(hn::ShiftLeft<32>(hn::And(bits(p.green), low)), hn::ShiftLeft<48>(bits(p.blue)));
+  return hn::Or(alpha_red, green_blue);
+}
+
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE void StorePixels(D d, const Channels<V>& p, PF_Pixel16* to) {
-  const hn::Rebind<std::int32_t, D> di;
-  const auto low = hn::Or(Truncated(d, p.alpha), hn::ShiftLeft<16>(Truncated(d, p.red)));
-  const auto high = hn::Or(Truncated(d, p.green), hn::ShiftLeft<16>(Truncated(d, p.blue)));
-  hn::StoreInterleaved2(low, high, di, reinterpret_cast<std::int32_t*>(to));
+  hn::StoreU(PackPixels16(d, p), hn::RebindToUnsigned<D>(), reinterpret_cast<std::uint64_t*>(to));
 }
 
 // Doubles are narrowed; what is not a number then becomes the one that is stored.
