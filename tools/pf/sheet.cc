@@ -21,13 +21,21 @@ int TextWidth(const std::string& text, int size) {
   return box.defined() ? box.width() : 0;
 }
 
+/// UTF-8 as the text drawing can take it: it misreads what is not ASCII, so that shows as one "?" each.
+std::string Drawable(const std::string& text) {
+  std::string out;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x80) out += c;
+    if (byte >= 0xC0) out += '?';
+  }
+  return out;
+}
+
 /// The longest start of the text that fits, with an ellipsis where something was cut.
 std::string CutToWidth(std::string text, int width, int size) {
   if (TextWidth(text, size) <= width) return text;
-  while (!text.empty() && TextWidth(text + "...", size) > width) {
-    text.pop_back();
-    while (!text.empty() && (static_cast<unsigned char>(text.back()) & 0xC0) == 0x80) text.pop_back();
-  }
+  while (!text.empty() && TextWidth(text + "...", size) > width) text.pop_back();
   return text + "...";
 }
 
@@ -90,7 +98,7 @@ void Canvas::DrawOverChecks(const PF_World& world, Alpha alpha, int left, int to
 
 bool Canvas::DrawText(const std::string& text, int left, int baseline, int width, int size) {
   OIIO::ImageBuf image(OIIO::ImageSpec(width_, height_, 3, OIIO::TypeDesc::UINT8), rgb_.data());
-  const std::string shown = CutToWidth(text, width, size);
+  const std::string shown = CutToWidth(Drawable(text), width, size);
   const int start = left + std::max(0, (width - TextWidth(shown, size)) / 2);
   const std::array<float, 3> ink = {kInk / 255.0f, kInk / 255.0f, kInk / 255.0f};
   const bool drawn = OIIO::ImageBufAlgo::render_text(image, start, baseline, shown, size, kFont, ink);

@@ -71,7 +71,7 @@ std::string BashScript() {
 Action Setup(CLI::App& app) {
   const auto shell = std::make_shared<std::string>();
   app.add_option("shell", *shell, "Shell")->required()->check(OneOf({"bash"}))->type_name("bash");
-  return [](const CommonOptions&) {
+  return [shell](const CommonOptions&) {  // the option writes to it
     PrintResult(BashScript());
     return ExitCode::kDone;
   };
