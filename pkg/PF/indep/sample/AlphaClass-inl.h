@@ -23,9 +23,14 @@ namespace hn = hwy::HWY_NAMESPACE;
 #if HWY_TARGET != HWY_SCALAR
 
 inline float AlphaOf(float alpha) { return alpha; }
+inline float AlphaOf(std::uint16_t alpha) { return static_cast<float>(alpha); }
 inline float AlphaOf(std::uint32_t pixel) { return static_cast<float>(pixel & 0xFF); }
 
 HWY_INLINE auto LoadAlphas(const float* held) { return hn::LoadU(hn::ScalableTag<float>(), held); }
+HWY_INLINE auto LoadAlphas(const std::uint16_t* held) {
+  const hn::ScalableTag<std::uint32_t> d;
+  return hn::PromoteTo(d, hn::LoadU(hn::Rebind<std::uint16_t, decltype(d)>(), held));
+}
 HWY_INLINE auto LoadAlphas(const std::uint32_t* held) {
   const hn::ScalableTag<std::uint32_t> d;
   return hn::And(hn::LoadU(d, held), hn::Set(d, 0xFF));
@@ -42,7 +47,7 @@ template <class Element>
 HWY_INLINE bool AllZeroBits(const Element* upper, const Element* lower, std::int64_t planes, std::int64_t stride,
                             std::int64_t m, std::int64_t end) {
   const hn::ScalableTag<Element> d;
-  const hn::ScalableTag<std::uint32_t> du;
+  const hn::RebindToUnsigned<hn::ScalableTag<Element>> du;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   auto bits = hn::Zero(du);
   for (; m <= end; m += lanes) {

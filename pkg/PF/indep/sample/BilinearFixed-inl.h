@@ -22,7 +22,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 #if HWY_TARGET != HWY_SCALAR
 
 using FixedPlaces = SamplePositions<PF_Pixel8>;
-using FixedTag = hn::RebindToSigned<FloatTag<PF_Pixel8>>;  // one lane per sample
+using FixedTag = hn::RebindToSigned<RealTag<PF_Pixel8>>;  // one lane per sample
 using FixedBytes = hn::Repartition<std::uint8_t, FixedTag>;
 using FixedShorts = hn::Repartition<std::int16_t, FixedTag>;
 
@@ -52,7 +52,7 @@ struct PackedPixels {
   hn::Vec<FixedTag> v;
 };
 
-HWY_INLINE void StorePixels(FloatTag<PF_Pixel8>, const PackedPixels& pixels, PF_Pixel8* to) {
+HWY_INLINE void StorePixels(RealTag<PF_Pixel8>, const PackedPixels& pixels, PF_Pixel8* to) {
   hn::StoreU(hn::BitCast(FixedBytes(), pixels.v), FixedBytes(), reinterpret_cast<std::uint8_t*>(to));
 }
 
@@ -97,7 +97,7 @@ class FixedDifferingSampler {
 
   HWY_INLINE PackedPixels operator()(std::int64_t k) const {
     const FixedTag d;
-    const FloatTag<PF_Pixel8> df;
+    const RealTag<PF_Pixel8> df;
     const auto upper = rows_.Blocks(rows_.upper, k), lower = rows_.Blocks(rows_.lower, k);
     const auto top = hn::Mul(Pairs<0>(upper), top_), bottom = hn::Mul(Pairs<0>(lower), bottom_);
     const auto alpha = AddPairProducts(d, hn::Add(top, bottom), hn::Set(FixedShorts(), 1), hn::Zero(d));

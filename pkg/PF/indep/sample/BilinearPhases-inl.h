@@ -130,16 +130,20 @@ HWY_NOINLINE void BlendPhases(const RowJob<PF_PixelFloat>& job, const PhaseBlock
 }
 
 // A row as reals, alpha and alpha times colour, or colour alone.
-template <class P, bool with_alpha>
-HWY_NOINLINE void WeighRow(const float* planes, std::int64_t stride, RealOf<P>* out) {
-  const RealTag<P> d;
-  const hn::Rebind<float, RealTag<P>> df;
-  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  for (std::int64_t m = 0; m < stride; m += lanes) {
-    const auto alpha = ToReal<P>(hn::LoadU(df, planes + m));
+template <bool with_alpha>
+HWY_NOINLINE void WeighRow(const std::uint16_t* planes, std::int64_t stride, double* out) {
+  const RealTag<PF_Pixel16> d;
+  const hn::RebindToUnsigned<RealTag<PF_Pixel16>> du;
+  const hn::Rebind<std::uint16_t, RealTag<PF_Pixel16>> d16;
+  const hn::Rebind<std::uint32_t, RealTag<PF_Pixel16>> d32;
+  const auto load = [&](std::int64_t at) HWY_ATTR {
+    return SmallToDouble(d, hn::PromoteTo(du, hn::PromoteTo(d32, hn::LoadU(d16, planes + at))));
+  };
+  for (std::int64_t m = 0; m < stride; m += static_cast<std::int64_t>(hn::Lanes(d))) {
+    const auto alpha = load(m);
     if constexpr (with_alpha) hn::StoreU(alpha, d, out + m);
     for (std::int64_t c = 1; c < 4; ++c) {
-      const auto colour = ToReal<P>(hn::LoadU(df, planes + c * stride + m));
+      const auto colour = load(c * stride + m);
       hn::StoreU(with_alpha ? hn::Mul(alpha, colour) : colour, d, out + c * stride + m);
     }
   }

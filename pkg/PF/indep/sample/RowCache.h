@@ -1,4 +1,4 @@
-// What a bilinear row kernel keeps in its scratch between rows: two source rows unpacked, their blend
+// What a bilinear row kernel keeps in its scratch between rows: two source rows in planes, their blend
 // along the row where that can be shared, and how the alphas of the pair compare.
 #pragma once
 
@@ -46,7 +46,7 @@ struct RowCache {
   static constexpr std::int64_t kOutside = -1;
 
   std::byte* base;
-  std::int64_t plane_count;    // planes of a source row, of 4-byte elements
+  std::int64_t column_bytes;   // of a column of a source row, all planes
   std::int64_t plane_stride;   // elements per plane
   std::int64_t spread_stride;  // reals per plane of a spread row
   std::int64_t spread_bytes;   // of one spread row of four planes
@@ -54,10 +54,10 @@ struct RowCache {
   static constexpr std::int64_t RoundUp(std::int64_t count) { return (count + kLanesSlack + 15) / 16 * 16; }
 
   // `real_size` 0: rows are not spread.
-  constexpr RowCache(std::byte* scratch, std::int64_t columns, std::int64_t planes, std::int64_t n,
+  constexpr RowCache(std::byte* scratch, std::int64_t columns, std::int64_t held_bytes, std::int64_t n,
                      std::int64_t real_size)
       : base(scratch),
-        plane_count(planes),
+        column_bytes(held_bytes),
         plane_stride(RoundUp(columns)),
         spread_stride(RoundUp(n)),
         spread_bytes(4 * spread_stride * real_size) {}
@@ -65,7 +65,6 @@ struct RowCache {
   Head& head() const { return *reinterpret_cast<Head*>(base); }
   template <class Element>
   Element* planes(std::int64_t slot) const {
-    static_assert(sizeof(Element) == 4);
     return reinterpret_cast<Element*>(base + 64 + slot * PlaneBytes());
   }
   template <class Real>
@@ -73,7 +72,7 @@ struct RowCache {
     return reinterpret_cast<Real*>(base + 64 + 2 * PlaneBytes() + (2 * slot + (with_alpha ? 1 : 0)) * spread_bytes);
   }
   AlphaClass* classes() const { return reinterpret_cast<AlphaClass*>(base + 64 + 2 * PlaneBytes() + 4 * spread_bytes); }
-  constexpr std::int64_t PlaneBytes() const { return plane_count * plane_stride * 4; }
+  constexpr std::int64_t PlaneBytes() const { return column_bytes * plane_stride; }
   constexpr std::int64_t Size() const {
     return (64 + 2 * PlaneBytes() + 4 * spread_bytes + plane_stride / kTileBlocks + 64) / 64 * 64;
   }

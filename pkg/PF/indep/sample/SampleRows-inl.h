@@ -14,6 +14,7 @@
 #include <limits>
 
 #include "PF/PF_Types.h"
+#include "pixel/Depth.h"
 #include "pixel/Plane.h"
 #include "sample/RowCache.h"
 #include "simd/ConvertDepth-inl.h"
@@ -30,24 +31,6 @@ template <class V>
 struct Channels {
   V alpha, red, green, blue;
 };
-
-// Lanes(d) pixels as floats. All integer values are exact.
-template <class DF, class V = hn::Vec<DF>>
-HWY_INLINE Channels<V> LoadPixels(DF d, const PF_Pixel16* from) {
-  const hn::Rebind<std::uint16_t, DF> d16;
-  const hn::RebindToSigned<DF> di;
-  hn::Vec<decltype(d16)> a, r, g, b;
-  hn::LoadInterleaved4(d16, reinterpret_cast<const std::uint16_t*>(from), a, r, g, b);
-  const auto real = [&](auto half) { return hn::ConvertTo(d, hn::PromoteTo(di, half)); };
-  return {real(a), real(r), real(g), real(b)};
-}
-
-template <class DF, class V = hn::Vec<DF>>
-HWY_INLINE Channels<V> LoadPixels(DF d, const PF_PixelFloat* from) {
-  Channels<V> p;
-  hn::LoadInterleaved4(d, reinterpret_cast<const float*>(from), p.alpha, p.red, p.green, p.blue);
-  return p;
-}
 
 // Blocks of 16 bytes of a vector of 32-bit lanes, each from its own place.
 template <class D>
@@ -98,10 +81,10 @@ HWY_INLINE Channels<V> LoadGroups(D d, const hn::TFromD<D>* from) {
   }
 }
 
-// How a source row is kept for sampling: 8-bit pixels as they are, others as four planes of floats.
+// How a source row is kept for sampling: 8-bit pixels as they are, others as four planes.
 template <class P>
 struct HeldRow {
-  using Element = float;
+  using Element = ChannelOf<P>;
   static constexpr std::int64_t kPlanes = 4;
 };
 template <>
@@ -111,29 +94,32 @@ struct HeldRow<PF_Pixel8> {
 };
 template <class P>
 using HeldElement = typename HeldRow<P>::Element;
+template <class P>
+inline constexpr std::int64_t kHeldColumnBytes = HeldRow<P>::kPlanes* std::int64_t{sizeof(HeldElement<P>)};
 
 // Pixels of a row to planes.
 template <class P>
-HWY_INLINE void UnpackPixels(const P* from, std::int64_t n, std::int64_t stride, float* HWY_RESTRICT planes) {
-  const hn::ScalableTag<float> d;
+HWY_INLINE void HoldPixels(const P* from, std::int64_t n, std::int64_t stride, ChannelOf<P>* HWY_RESTRICT planes) {
+  const hn::ScalableTag<ChannelOf<P>> d;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   std::int64_t m = 0;
   for (; m + lanes <= n; m += lanes) {
-    const auto p = LoadPixels(d, from + m);
-    hn::StoreU(p.alpha, d, planes + m);
-    hn::StoreU(p.red, d, planes + stride + m);
-    hn::StoreU(p.green, d, planes + 2 * stride + m);
-    hn::StoreU(p.blue, d, planes + 3 * stride + m);
+    hn::Vec<decltype(d)> alpha, red, green, blue;
+    hn::LoadInterleaved4(d, reinterpret_cast<const ChannelOf<P>*>(from + m), alpha, red, green, blue);
+    hn::StoreU(alpha, d, planes + m);
+    hn::StoreU(red, d, planes + stride + m);
+    hn::StoreU(green, d, planes + 2 * stride + m);
+    hn::StoreU(blue, d, planes + 3 * stride + m);
   }
   for (; m < n; ++m) {
-    planes[m] = static_cast<float>(from[m].alpha);
-    planes[stride + m] = static_cast<float>(from[m].red);
-    planes[2 * stride + m] = static_cast<float>(from[m].green);
-    planes[3 * stride + m] = static_cast<float>(from[m].blue);
+    planes[m] = from[m].alpha;
+    planes[stride + m] = from[m].red;
+    planes[2 * stride + m] = from[m].green;
+    planes[3 * stride + m] = from[m].blue;
   }
 }
 
-HWY_INLINE void UnpackPixels(const PF_Pixel8* from, std::int64_t n, std::int64_t, std::uint32_t* HWY_RESTRICT to) {
+HWY_INLINE void HoldPixels(const PF_Pixel8* from, std::int64_t n, std::int64_t, std::uint32_t* HWY_RESTRICT to) {
   std::memcpy(to, from, static_cast<std::size_t>(n) * sizeof(PF_Pixel8));
 }
 
@@ -148,7 +134,7 @@ HWY_NOINLINE void HoldRow(const Plane<P>& src, std::int64_t j, std::int64_t firs
     std::fill_n(held + c * stride, left, HeldElement<P>{0});
     std::fill_n(held + c * stride + right, stride - right, HeldElement<P>{0});
   }
-  if (left < right) UnpackPixels(src.Row(j) + (first + left), right - left, stride, held + left);
+  if (left < right) HoldPixels(src.Row(j) + (first + left), right - left, stride, held + left);
 }
 
 // Row j, from the scratch when it is there.

@@ -11,8 +11,8 @@
 
 #include "sample/Area.h"
 #include "sample/AreaCache.h"
-#include "sample/SampleKernels.h"
 #include "sample/AreaColumns-inl.h"
+#include "sample/SampleKernels.h"
 #include "sample/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();

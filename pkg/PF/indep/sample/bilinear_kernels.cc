@@ -7,14 +7,14 @@
 #include <algorithm>
 #include <cstring>
 
-#include "sample/Bilinear.h"
-#include "sample/RowCache.h"
-#include "sample/SampleKernels.h"
 #include "sample/AlphaClass-inl.h"
+#include "sample/Bilinear.h"
 #include "sample/BilinearBlend-inl.h"
 #include "sample/BilinearFixed-inl.h"
 #include "sample/BilinearPhases-inl.h"
 #include "sample/BilinearTaps-inl.h"
+#include "sample/RowCache.h"
+#include "sample/SampleKernels.h"
 #include "sample/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -48,7 +48,7 @@ struct BlendSampler {
 
   HWY_INLINE Channels<V> operator()(std::int64_t k) const {
     const RealTag<P> d;
-    const auto place = positions.At(k);
+    const auto place = PlaceAt(positions, k);
     const Taps<V> taps = {LoadTap(upper, stride, place), LoadTap(upper + 1, stride, place),
                           LoadTap(lower, stride, place), LoadTap(lower + 1, stride, place)};
     const auto weights = WeightsOf(hn::Set(d, RealOf<P>(1)), place.u, v);
@@ -79,7 +79,7 @@ HWY_NOINLINE void SpreadRow(const HeldElement<P>* planes, std::int64_t stride, S
   const RealTag<P> d;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   for (std::int64_t k = 0; k < n; k += lanes) {
-    const auto place = positions.At(k);
+    const auto place = PlaceAt(positions, k);
     auto p0 = LoadTap(planes, stride, place), p1 = LoadTap(planes + 1, stride, place);
     if constexpr (with_alpha) {
       p0 = TimesAlpha(p0);
@@ -148,7 +148,7 @@ class StraightRow {
              static_cast<P*>(row.out)} {}
 
   static constexpr RowCache CacheFor(std::byte* scratch, std::int64_t columns, std::int64_t n) {
-    return RowCache(scratch, columns, HeldRow<P>::kPlanes, n, kIsFloat<P> ? 0 : sizeof(Real));
+    return RowCache(scratch, columns, kHeldColumnBytes<P>, n, kIsFloat<P> ? 0 : sizeof(Real));
   }
 
   void Run() {
@@ -265,7 +265,7 @@ class StraightRow {
       if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
         if (PhasesOf(job_.positions.step()) != 0) {
           done = 1;
-          WeighRow<P, with_alpha>(Planes(slot), cache_.plane_stride, shared);
+          WeighRow<with_alpha>(Planes(slot), cache_.plane_stride, shared);
           return shared;
         }
       }

@@ -6,11 +6,11 @@
 
 #include <algorithm>
 
+#include "sample/BilinearFixed-inl.h"
+#include "sample/BilinearTaps-inl.h"
 #include "sample/PremulBilinear.h"
 #include "sample/RowCache.h"
 #include "sample/SampleKernels.h"
-#include "sample/BilinearFixed-inl.h"
-#include "sample/BilinearTaps-inl.h"
 #include "sample/SampleRows-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -65,7 +65,7 @@ struct PremulSampler {
 
   HWY_INLINE Channels<V> operator()(std::int64_t k) const {
     const RealTag<P> d;
-    const auto place = positions.At(k);
+    const auto place = PlaceAt(positions, k);
     const Taps<V> t = {LoadTap(upper, stride, place), LoadTap(upper + 1, stride, place), LoadTap(lower, stride, place),
                        LoadTap(lower + 1, stride, place)};
     const Weights<V> w = PremulWeights(place, fy);
@@ -103,7 +103,7 @@ bool PremulFixed(const RowJob<P>&, int, std::int64_t, std::int64_t) {
 
 template <class P>
 RowCache PremulCache(std::byte* scratch, std::int64_t columns) {
-  return RowCache(scratch, columns, HeldRow<P>::kPlanes, 0, 0);
+  return RowCache(scratch, columns, kHeldColumnBytes<P>, 0, 0);
 }
 
 template <class P>
