@@ -76,6 +76,7 @@ struct Case {
   GuardedMemory::Where where;
   std::int64_t x0, step_x, y0, step_y, n, rows;
   std::int32_t radius_x, radius_y;
+  bool jumps, blocky;
 
   std::string Text(std::uint64_t seed) const {
     return std::string(kFamilies[family]) + ", depth " + std::to_string(depth) + ", kind " + std::to_string(kind) +
@@ -86,20 +87,13 @@ struct Case {
   }
 };
 
-// Steps as copies have them: any, whole fractions of a pixel, whole pixels, tiny ones.
-std::int64_t RandomStep(Random& random, std::int64_t limit) {
-  switch (random() % 5) {
-    case 0:
-      return Between(random, 1, limit);
-    case 1:
-      return std::int64_t{65536} >> random() % 6;
-    case 2:
-      return std::min(limit, (std::int64_t{1} + static_cast<std::int64_t>(random() % 8)) * (65536 >> random() % 6));
-    case 3:
-      return 65536;
-    default:
-      return Between(random, 1, 1000);
-  }
+// Steps as copies have them: any, tiny ones, whole pixels, and eighths of a pixel, which many kernels have
+// a way of their own for.
+std::int64_t RandomStep(Random& random, std::int64_t limit, bool eighths) {
+  if (eighths) return std::min(limit, Between(random, 1, 8) * 8192);
+  const std::int64_t steps[] = {Between(random, 1, limit), std::int64_t{65536} >> random() % 6, 65536,
+                                Between(random, 1, 1000)};
+  return steps[random() % std::size(steps)];
 }
 
 // The centred position of a copy, or any around the world.
@@ -126,8 +120,9 @@ Case RandomCase(Random& random, int family, int depth) {
   c.gap = static_cast<std::int32_t>(Between(random, 0, 3)) * 16;
   c.where = random() % 2 == 0 ? GuardedMemory::kEnd : GuardedMemory::kStart;
   const std::int64_t limit = IsArea(family) ? 20 * 65536 : random() % 8 == 0 ? 3 * 65536 : 65536;
-  c.step_x = RandomStep(random, limit);
-  c.step_y = RandomStep(random, limit);
+  const bool eighths = random() % 3 == 0;
+  c.step_x = RandomStep(random, limit, eighths);
+  c.step_y = RandomStep(random, limit, eighths);
   c.n = Between(random, 1, random() % 4 == 0 ? 400 : 67);
   c.rows = Between(random, 1, 8);
   c.x0 = RandomStart(random, c.step_x, c.width, c.n * c.step_x / 65536);
@@ -137,8 +132,24 @@ Case RandomCase(Random& random, int family, int depth) {
   };
   c.radius_x = radius(c.step_x);
   c.radius_y = radius(c.step_y);
+  c.jumps = random() % 4 == 0;
+  c.blocky = random() % 4 == 0;
   return c;
 }
+
+// The picture of a case; a blocky one has squares of equal pixels.
+void FillPicture(const Case& c, Random& random, TestWorld& world) {
+  world.Fill(random, c.kind);
+  const std::size_t size = world.PixelSize();
+  for (std::int32_t p = 0; c.blocky && p < c.width * c.height; ++p) {
+    const std::int32_t x = p % c.width, y = p / c.width;
+    std::memmove(world.Row(y) + static_cast<std::size_t>(x) * size,
+                 world.Row(y / 3 * 3) + static_cast<std::size_t>(x / 3 * 3) * size, size);
+  }
+}
+
+// Copies go down; a caller may also repeat rows, go back and jump.
+std::int64_t RowNumber(const Case& c, std::int64_t k) { return c.jumps ? k * 5 % 7 * c.rows / 4 - k % 3 : k; }
 
 // Runs the rows of a case on `kernels` into memory that ends at a faulting page.
 void RunRows(const SampleKernels& kernels, const Case& c, const PF_SampPB& params, std::vector<std::byte>* pixels) {
@@ -149,7 +160,8 @@ void RunRows(const SampleKernels& kernels, const Case& c, const PF_SampPB& param
   std::memset(scratch.data(), 0, 64);
   for (std::int64_t k = 0; k < c.rows; ++k) {
     const GuardedMemory& to = k % 2 == 0 ? out : early;
-    pair.row(SampleRow{&params, c.x0, c.step_x, c.y0 + k * c.step_y, to.data(), c.n}, scratch.data());
+    const std::int64_t y = c.y0 + RowNumber(c, k) * c.step_y;
+    pair.row(SampleRow{&params, c.x0, c.step_x, y, to.data(), c.n}, scratch.data());
     pixels->insert(pixels->end(), to.data(), to.data() + row_size);
   }
 }
@@ -189,13 +201,13 @@ TEST_P(SampleKernelsOfDepth, PortableRowsAreOneCallPerPixel) {
       Random random(seed);
       const Case c = RandomCase(random, family, GetParam());
       TestWorld world(c.depth, c.width, c.height, c.gap, c.where);
-      world.Fill(random, c.kind);
+      FillPicture(c, random, world);
       const PF_SampPB params = {c.radius_x, c.radius_y, 0, world.record()};
       std::vector<std::byte> rows, calls(static_cast<std::size_t>(c.rows * c.n * c.depth / 2));
       RunRows(pf::kPortableSampleKernels, c, params, &rows);
       for (std::int64_t p = 0; p < c.rows * c.n; ++p) {
         CallSampler(family, c.depth, static_cast<std::int32_t>(c.x0 + p % c.n * c.step_x),
-                    static_cast<std::int32_t>(c.y0 + p / c.n * c.step_y), &params,
+                    static_cast<std::int32_t>(c.y0 + RowNumber(c, p / c.n) * c.step_y), &params,
                     &calls[static_cast<std::size_t>(p * c.depth / 2)]);
       }
       ASSERT_EQ(FirstDifference(c, rows, calls), "") << c.Text(seed);
@@ -209,7 +221,7 @@ TEST_P(SampleKernelsOfDepth, EveryTargetGivesThePortableBits) {
       Random random(seed);
       const Case c = RandomCase(random, family, GetParam());
       TestWorld world(c.depth, c.width, c.height, c.gap, c.where);
-      world.Fill(random, c.kind);
+      FillPicture(c, random, world);
       const PF_SampPB params = {c.radius_x, c.radius_y, 0, world.record()};
       std::vector<std::byte> expected;
       RunRows(pf::kPortableSampleKernels, c, params, &expected);
@@ -219,6 +231,47 @@ TEST_P(SampleKernelsOfDepth, EveryTargetGivesThePortableBits) {
         EXPECT_EQ(FirstDifference(c, rows, expected), "") << target << ": " << c.Text(seed);
       });
       if (HasFailure()) return;
+    }
+  }
+}
+
+// Positions beyond 32 bits, as huge copies have them, see what is there: nothing, or the far end of a world
+// that is wider than such positions reach.
+TEST_P(SampleKernelsOfDepth, PositionsGoBeyondThirtyTwoBits) {
+  const int depth = GetParam();
+  Random random(1);
+  TestWorld world(depth, 40000, 3);
+  world.Fill(random, TestWorld::kRandom);
+  for (int family = 0; family < 4; ++family) {
+    for (const std::int64_t x0 : {std::int64_t{-1} << 40, std::int64_t{39960} * 65536 + 77, std::int64_t{1} << 40}) {
+      const std::int64_t step = IsArea(family) ? 100000 : 40000;
+      const Case c = {family,
+                      depth,
+                      TestWorld::kRandom,
+                      40000,
+                      3,
+                      0,
+                      GuardedMemory::kEnd,
+                      x0,
+                      step,
+                      70000,
+                      step,
+                      70,
+                      2,
+                      70000,
+                      90000,
+                      false,
+                      false};
+      const PF_SampPB params = {c.radius_x, c.radius_y, 0, world.record()};
+      std::vector<std::byte> expected;
+      RunRows(pf::kPortableSampleKernels, c, params, &expected);
+      const bool empty = std::all_of(expected.begin(), expected.end(), [](std::byte b) { return b == std::byte{0}; });
+      EXPECT_EQ(empty, x0 < 0 || x0 >= std::int64_t{1} << 40) << c.Text(1);
+      ForEachTarget([&](const SampleKernels& kernels, const char* target) {
+        std::vector<std::byte> rows;
+        RunRows(kernels, c, params, &rows);
+        EXPECT_EQ(FirstDifference(c, rows, expected), "") << target << ": " << c.Text(1);
+      });
     }
   }
 }
