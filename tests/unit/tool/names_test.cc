@@ -40,7 +40,7 @@ TEST(FrameLists, NameWhatTheyDoNotUnderstand) {
       {"5-1", "ends before"},         {"1-5x0", "step of 0"},      {"1-4,3", "frame 3 is named twice"},
       {"1x2", "'x' at position 2"},   {"123456789", "end at"},     {"0-99999999", "more than 1000000"}};
   for (const auto& [text, why] : rows) {
-    EXPECT_NE(Refusal([&] { pftool::ParseFrames(text); }).find(why), std::string::npos) << text;
+    EXPECT_NE(Refusal([list = text] { pftool::ParseFrames(list); }).find(why), std::string::npos) << text;
   }
 }
 
@@ -64,7 +64,7 @@ TEST(NamePatterns, NameWhatTheyDoNotUnderstand) {
       {"100%", "ends too early"},        {"%d_%d.png", "two places"},        {"##.#.png", "two places"},
       {"##########.png", "nine digits"}};
   for (const auto& [text, why] : rows) {
-    EXPECT_NE(Refusal([&] { pftool::ParsePattern(text, nullptr); }).find(why), std::string::npos) << text;
+    EXPECT_NE(Refusal([name = text] { pftool::ParsePattern(name, nullptr); }).find(why), std::string::npos) << text;
   }
 }
 
