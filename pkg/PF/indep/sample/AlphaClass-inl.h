@@ -20,7 +20,7 @@ namespace pf {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 inline float AlphaOf(float alpha) { return alpha; }
 inline float AlphaOf(std::uint16_t alpha) { return static_cast<float>(alpha); }

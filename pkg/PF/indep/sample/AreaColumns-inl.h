@@ -20,7 +20,7 @@ namespace pf {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 // At most four doubles a vector, so that a vector is a pixel or half of one.
 using SumTag = hn::CappedTag<double, 4>;

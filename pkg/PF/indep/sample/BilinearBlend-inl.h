@@ -20,7 +20,7 @@ namespace pf {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 // The lanes that a depth computes in; of doubles at most four, which one load of columns serves.
 template <class P>

@@ -19,7 +19,7 @@ namespace pf {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 using FixedPlaces = SamplePositions<PF_Pixel8>;
 using FixedTag = hn::RebindToSigned<RealTag<PF_Pixel8>>;  // one lane per sample

@@ -21,7 +21,7 @@ namespace pf {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 inline constexpr std::int64_t kMaxPhases = 16;
 

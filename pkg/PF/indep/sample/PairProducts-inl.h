@@ -13,12 +13,12 @@ namespace pf {
 namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 // Lane i of the 32-bit result: sum[i] + a[2i] b[2i] + a[2i+1] b[2i+1], all signed.
 template <class D32, class V16>
 HWY_INLINE hn::Vec<D32> AddPairProducts(D32 d, V16 a, V16 b, hn::Vec<D32> sum) {
-#if HWY_ARCH_X86 && HWY_TARGET != HWY_EMU128
+#if HWY_ARCH_X86
   auto unused = hn::Zero(d);
   return hn::ReorderWidenMulAccumulate(d, a, b, sum, unused);
 #else

@@ -19,7 +19,7 @@ HWY_BEFORE_NAMESPACE();
 namespace pf {
 namespace HWY_NAMESPACE {
 
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 // The lane form of MeanOf.
 template <class P, bool straight>

@@ -21,7 +21,7 @@ HWY_BEFORE_NAMESPACE();
 namespace pf {
 namespace HWY_NAMESPACE {
 
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 // Fraction bits of both axes together up to which every sum of the formula is exact, so that blending
 // along the row first, once per source row, gives the same bits. A product of two 8-bit channels leaves 8

@@ -17,7 +17,7 @@ HWY_BEFORE_NAMESPACE();
 namespace pf {
 namespace HWY_NAMESPACE {
 
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 // The lane forms of the weights, in pixels. Sums of integers under them are exact, so the rounding of
 // straight pixels serves. Floats: a product rounded once is what narrowing the exact weight gives.

@@ -10,7 +10,7 @@ HWY_BEFORE_NAMESPACE();
 namespace pf {
 namespace HWY_NAMESPACE {
 
-#if HWY_TARGET == HWY_SCALAR
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128  // emulation does not pay
 
 const SampleKernels* Kernels() { return &kPortableSampleKernels; }
 
@@ -37,7 +37,7 @@ const SampleKernels* Kernels() {
   return &kernels;
 }
 
-#endif  // HWY_TARGET == HWY_SCALAR
+#endif  // HWY_TARGET
 
 }  // namespace HWY_NAMESPACE
 }  // namespace pf
