@@ -2,30 +2,16 @@
 
 #include <stdexcept>
 
-#include "copy/ReplicateKernels.h"
 #include "embedded/PFhost.h"
 #include "host/U.h"
 #include "lifecycle/Globals.h"
-#include "sample/SampleKernels.h"
-#include "world/ConvertKernels.h"
 
 namespace pfbench {
 namespace {
 
 int g_threads = 0;  // of the running host; 0 = stopped
 
-struct Slots {
-  const pf::ConvertKernels* convert;
-  const pf::SampleKernels* sample;
-  const pf::ReplicateKernels* replicate;
-};
-Slots g_vector_slots;  // what start-up put there
-
-void Install(const Slots& slots) {
-  pf::g_kernels.convert = slots.convert;
-  pf::g_kernels.sample = slots.sample;
-  pf::g_kernels.replicate = slots.replicate;
-}
+pf::KernelSet g_vector_kernels;  // what start-up put there
 
 }  // namespace
 
@@ -36,7 +22,7 @@ void UseThreads(int threads) {
   options.threads = threads;
   Check(PFhost_Start(&options), "starting the host");
   g_threads = threads;
-  g_vector_slots = {pf::g_kernels.convert, pf::g_kernels.sample, pf::g_kernels.replicate};
+  g_vector_kernels = pf::g_kernels.Get();
 }
 
 void StopHost() {
@@ -74,10 +60,8 @@ void Check(PF_Err error, const std::string& what) {
   throw std::runtime_error(message);
 }
 
-PortableKernels::PortableKernels() {
-  Install({&pf::kPortableConvertKernels, &pf::kPortableSampleKernels, &pf::kPortableReplicateKernels});
-}
+PortableKernels::PortableKernels() { pf::g_kernels.Set(pf::kPortableKernels); }
 
-PortableKernels::~PortableKernels() { Install(g_vector_slots); }
+PortableKernels::~PortableKernels() { pf::g_kernels.Set(g_vector_kernels); }
 
 }  // namespace pfbench

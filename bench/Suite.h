@@ -17,7 +17,9 @@ enum class Work {
   kReplicate,      // the nearest pixel
   kStraight,       // bilinear when enlarging, area average when reducing; colour weighted by alpha
   kPremultiplied,  // the same, channels alike
-  kVisit           // a caller's function on every pixel
+  kVisit,          // a caller's function on every pixel
+  kMask,           // masks: what the operation's name says
+  kBlend           // cross-fades and painting
 };
 
 // What a contender is asked to do. The source is filled; the destination may be written by anybody.
@@ -85,6 +87,8 @@ void AddDraftCases(Size size, std::vector<Case>& cases);
 void AddEnlargeCases(Size size, std::vector<Case>& cases);
 void AddReduceCases(Size size, std::vector<Case>& cases);
 void AddIterateCases(Size size, std::vector<Case>& cases);
+void AddMaskCases(Size size, std::vector<Case>& cases);
+void AddBlendCases(Size size, std::vector<Case>& cases);
 // @}
 
 // Both sides times `factor`, to nearest.

@@ -3,28 +3,13 @@
 #include <memory>
 
 #include "host/BM.h"
+#include "support/OperationTable.h"
 
 namespace pftest {
 namespace {
 
 using WorldPtr = std::unique_ptr<PF_World>;
-using Table = std::vector<Operation>;
-
-std::string At(const char* name, int depth) { return std::string(name) + " " + std::to_string(depth); }
-std::string At(const char* name, int from, int to) { return At(name, from) + " to " + std::to_string(to); }
-
-TestWorld::Kind AnyKind(Random& random) {
-  const TestWorld::Kind kinds[] = {TestWorld::kRandom, TestWorld::kOpaque, TestWorld::kEdges, TestWorld::kSparse};
-  return kinds[random() % 4];
-}
-
-// Sizes that polls are reached with: more than 128 rows, few columns.
-struct Picture : TestWorld {
-  Picture(Trial& run, int picture_depth, int rows = 140)
-      : TestWorld(picture_depth, static_cast<std::int32_t>(Between(run.random, 1, 40)), rows, 16) {
-    Fill(run.random, AnyKind(run.random));
-  }
-};
+using Table = OperationTable;
 
 WorldPtr Reference(TestWorld& world) { return WorldPtr(PF_World::NewReference(world.record())); }
 
@@ -249,6 +234,10 @@ Table Build() {
   AddIterations<PF_PixelFloat>(table);
   AddCopies(table);
   AddBitmapCopies(table);
+  AddMaskOperations(table);
+  AddMaskCombinations(table);
+  AddPaintAndBlend(table);
+  AddLazyTiles(table);
   return table;
 }
 

@@ -1,6 +1,5 @@
 // Start-up and shut-down, in the order that the header states.
 #include "PF/PF_Lifecycle.h"
-#include "copy/ReplicateKernels.h"
 #include "dispatch/OverrideTable.h"
 #include "edge/Guard.h"
 #include "host/ALOG.h"
@@ -9,9 +8,7 @@
 #include "lifecycle/Globals.h"
 #include "lifecycle/Modules.h"
 #include "report/HostMemory.h"
-#include "sample/SampleKernels.h"
 #include "simd/Targets.h"
-#include "world/ConvertKernels.h"
 
 namespace pf {
 namespace {
@@ -20,16 +17,8 @@ bool CpuHasVectors() { return U_G_CPU_DataP != nullptr && (U_G_CPU_DataP->featur
 
 void SetPortableSlots() {
   ResetOverrides();
-  g_kernels.convert = &kPortableConvertKernels;
-  g_kernels.sample = &kPortableSampleKernels;
-  g_kernels.replicate = &kPortableReplicateKernels;
+  g_kernels.Set(kPortableKernels);
   for (auto& entry : g_lookup_table) entry = nullptr;
-}
-
-void SetVectorSlots() {
-  g_kernels.convert = &VectorConvertKernels();
-  g_kernels.sample = &VectorSampleKernels();
-  g_kernels.replicate = &VectorReplicateKernels();
 }
 
 PF_Err PrepareGeometry() {
@@ -63,7 +52,7 @@ PF_Err Start() {
   PF_FreeUpSomeMemory();
   const PF_Err scan = LoadModules();
   if (error == PF_Err_NONE) error = scan;
-  if (CpuHasVectors()) SetVectorSlots();
+  if (CpuHasVectors()) g_kernels.Set(VectorKernels());
   ALOG_Log("PF", "Birth", "PF Birth");
   return error;
 }

@@ -6,6 +6,18 @@
 
 namespace pf {
 
+const KernelSet kPortableKernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels};
+
+KernelSet VectorKernels() { return {&VectorConvertKernels(), &VectorSampleKernels(), &VectorReplicateKernels()}; }
+
+void KernelSlots::Set(const KernelSet& kernels) {
+  convert = kernels.convert;
+  sample = kernels.sample;
+  replicate = kernels.replicate;
+}
+
+KernelSet KernelSlots::Get() const { return {convert, sample, replicate}; }
+
 constinit KernelSlots g_kernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};
 constinit std::atomic<std::int64_t> g_live_worlds{0};

@@ -16,12 +16,26 @@ struct ConvertKernels;
 struct SampleKernels;
 struct ReplicateKernels;
 
+// One choice of kernels for every concern.
+struct KernelSet {
+  const ConvertKernels* convert;
+  const SampleKernels* sample;
+  const ReplicateKernels* replicate;
+};
+// Plain C++: the reference.
+extern const KernelSet kPortableKernels;
+// The widest targets that are allowed at the moment of the call.
+KernelSet VectorKernels();
+
 // Routine slots: portable from the start; PF_Birth sets them again and then, where the CPU allows, to
 // the vector kernels. Read by every operation of their concern.
 struct KernelSlots {
   std::atomic<const ConvertKernels*> convert;
   std::atomic<const SampleKernels*> sample;
   std::atomic<const ReplicateKernels*> replicate;
+
+  void Set(const KernelSet& kernels);
+  KernelSet Get() const;
 };
 extern constinit KernelSlots g_kernels;
 

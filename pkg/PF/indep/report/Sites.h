@@ -15,13 +15,21 @@ enum class Site : std::uint16_t {
   kWorldSize = 6,
   kNewEffectWorld = 7,
   kWorldDepth = 8,
-  kCopyDepth = 9,
+  kPaintSpot = 9,
   kCopyWorlds = 10,
   kPremulColor = 11,
   kChannelOrder = 104,  // with the module number this is 2424936
-  kModules = 12,
+  kBlend = 12,
   kIterate = 14,
+  kCopyDepth = 15,
+  kModules = 16,
+  kMask = 17,
+  kTiles = 18,
+  kBlendSizesStraight = 46,  // the two sources; 47: the destination
+  kBlendDestinationStraight = 47,
   kIterateGeneric = 70,
+  kBlendSizesPremul = 128,
+  kBlendDestinationPremul = 129,
   kImageModel = 999  // the verification reports of worlds
 };
 

@@ -1,0 +1,7 @@
+#include "support/OperationTable.h"
+
+namespace pftest {
+
+void AddMaskCombinations(OperationTable&) {}
+
+}  // namespace pftest

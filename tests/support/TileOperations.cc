@@ -1,0 +1,7 @@
+#include "support/OperationTable.h"
+
+namespace pftest {
+
+void AddLazyTiles(OperationTable&) {}
+
+}  // namespace pftest
