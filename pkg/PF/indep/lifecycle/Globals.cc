@@ -1,24 +1,30 @@
 #include "lifecycle/Globals.h"
 
 #include "copy/ReplicateKernels.h"
+#include "mask/MaskKernels.h"
 #include "sample/SampleKernels.h"
 #include "world/ConvertKernels.h"
 
 namespace pf {
 
-const KernelSet kPortableKernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels};
+const KernelSet kPortableKernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels,
+                                    &kPortableMaskKernels};
 
-KernelSet VectorKernels() { return {&VectorConvertKernels(), &VectorSampleKernels(), &VectorReplicateKernels()}; }
+KernelSet VectorKernels() {
+  return {&VectorConvertKernels(), &VectorSampleKernels(), &VectorReplicateKernels(), &VectorMaskKernels()};
+}
 
 void KernelSlots::Set(const KernelSet& kernels) {
   convert = kernels.convert;
   sample = kernels.sample;
   replicate = kernels.replicate;
+  mask = kernels.mask;
 }
 
-KernelSet KernelSlots::Get() const { return {convert, sample, replicate}; }
+KernelSet KernelSlots::Get() const { return {convert, sample, replicate, mask}; }
 
-constinit KernelSlots g_kernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels};
+constinit KernelSlots g_kernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels,
+                                   &kPortableMaskKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};
 constinit std::atomic<std::int64_t> g_live_worlds{0};
 constinit std::atomic<std::int64_t> g_live_chunks{0};

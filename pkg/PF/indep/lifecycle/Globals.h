@@ -15,12 +15,14 @@ namespace pf {
 struct ConvertKernels;
 struct SampleKernels;
 struct ReplicateKernels;
+struct MaskKernels;
 
 // One choice of kernels for every concern.
 struct KernelSet {
   const ConvertKernels* convert;
   const SampleKernels* sample;
   const ReplicateKernels* replicate;
+  const MaskKernels* mask;
 };
 // Plain C++: the reference.
 extern const KernelSet kPortableKernels;
@@ -33,6 +35,7 @@ struct KernelSlots {
   std::atomic<const ConvertKernels*> convert;
   std::atomic<const SampleKernels*> sample;
   std::atomic<const ReplicateKernels*> replicate;
+  std::atomic<const MaskKernels*> mask;
 
   void Set(const KernelSet& kernels);
   KernelSet Get() const;

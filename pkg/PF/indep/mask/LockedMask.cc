@@ -5,10 +5,14 @@
 
 namespace pf {
 
-void CheckMask(const PF_UnoBuffer* mask) {
-  if (mask != nullptr && mask->magic == PF_UnoBuffer_MAGIC && mask->data != nullptr) return;
+PF_Err FailDamagedMask(std::int32_t line) {
   const char* text = LookUp(Message::kDamagedMask);
-  const PF_Err code = FailVerification(text != nullptr ? text : "damaged mask buffer", Site::kMask);
+  return FailVerification(text != nullptr ? text : "damaged mask buffer", Site::kMask, line);
+}
+
+void CheckMask(const PF_UnoBuffer* mask) {
+  if (mask != nullptr && IsSound(*mask)) return;
+  const PF_Err code = FailDamagedMask();                          // QUIRK-23: a wrong magic alone stops nothing
   if (mask == nullptr || mask->data == nullptr) ThrowCode(code);  // QUIRK-15
 }
 

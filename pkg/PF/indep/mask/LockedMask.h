@@ -8,10 +8,16 @@
 
 namespace pf {
 
-// Bytes that a value takes: a depth of 0 counts as 16 and a depth of 1 as 8. 0 for impossible depths.
+// Bytes that a value takes: a depth of 0 counts as 16 and a depth of 1 as 8 (QUIRK-21). 0 for impossible
+// depths.
 constexpr std::int32_t ValueBytes(std::int32_t depth) {
   return depth == 0 ? 2 : depth == 1 ? 1 : depth > 0 ? depth / 8 : 0;
 }
+
+constexpr bool IsSound(const PF_UnoBuffer& mask) { return mask.magic == PF_UnoBuffer_MAGIC && mask.data != nullptr; }
+
+// Tells the host of a damaged record, with or without a text. Returns 3.
+PF_Err FailDamagedMask(std::int32_t line = __builtin_LINE());
 
 // Reports a damaged record and goes on; throws 3 when going on would need what is missing. Masks are
 // checked, all that a call is given, before the first is locked.

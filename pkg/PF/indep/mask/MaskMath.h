@@ -35,15 +35,15 @@ inline constexpr T kFullCoverage = CoverageTraits<T>::kFull;
 template <class T>
 using ScaleOf = typename CoverageTraits<T>::Scale;
 
-// a * b on the scale of full. 8-bit values are never above full; 16-bit ones may be, and the result is
-// limited. Float is not limited.
+// a * b on the scale of full; exact halves of 16 bits go down (QUIRK-20). 8-bit values are never above full; 16-bit
+// ones may be, and the result is limited. Float is not limited.
 constexpr std::uint8_t ProductOf(std::uint8_t a, std::uint8_t b) { return MulDiv255(a, b); }
 constexpr std::uint16_t ProductOf(std::uint16_t a, std::uint16_t b) {
   return static_cast<std::uint16_t>(std::min<std::uint32_t>(DivideBy32768(std::uint32_t{a} * b), PF_MAX_CHAN16));
 }
 constexpr float ProductOf(float a, float b) { return a * b; }
 
-// Full - v; 16-bit values above full wrap.
+// QUIRK-24: 16-bit values above full wrap.
 template <class T>
 constexpr T InverseOf(T v) {
   return static_cast<T>(kFullCoverage<T> - v);

@@ -57,6 +57,36 @@ HWY_INLINE hn::Vec<D> ProductOf(D, hn::Vec<D> a, hn::Vec<D> b) {
   return hn::Mul(a, b);
 }
 
+// Full - v, for any lanes; 16-bit values above full wrap.
+template <class D>
+HWY_INLINE hn::Vec<D> InverseOf(D d, hn::Vec<D> v) {
+  using T = hn::TFromD<D>;
+  return hn::Sub(hn::Set(d, static_cast<T>(sizeof(T) == 1 ? 255 : sizeof(T) == 2 ? 32768 : 1)), v);
+}
+
+// v * scale on the scale of full, limited to it, for 8-bit lanes and scales above full: products that leave
+// 16 bits are full.
+template <class D, hwy::EnableIf<sizeof(hn::TFromD<D>) == 1>* = nullptr>
+HWY_INLINE hn::Vec<D> ScaledUp(D d, hn::Vec<D> v, std::uint32_t scale) {
+  return ForEvenAndOdd(d, v, v, [scale](auto d16, auto x, auto) HWY_ATTR {
+    const auto s = hn::Set(d16, static_cast<std::uint16_t>(scale));
+    const auto fits = hn::Eq(hn::MulHigh(x, s), hn::Zero(d16));
+    const auto product = hn::IfThenElse(fits, hn::Mul(x, s), hn::Set(d16, 65535));
+    const auto sum = hn::SaturatedAdd(product, hn::Set(d16, 128));
+    return hn::Min(hn::MulHigh(sum, hn::Set(d16, 257)), hn::Set(d16, 255));
+  });
+}
+
+// The same for 16-bit lanes: the whole part of scale / 32768, which loses nothing, and the rest.
+template <class D, hwy::EnableIf<sizeof(hn::TFromD<D>) == 2>* = nullptr>
+HWY_INLINE hn::Vec<D> ScaledUp(D d, hn::Vec<D> v, std::uint32_t scale) {
+  const auto whole = hn::Set(d, static_cast<std::uint16_t>(scale >> 15));
+  const auto rest = hn::Set(d, static_cast<std::uint16_t>(scale & 32767));
+  const auto fits = hn::Eq(hn::MulHigh(v, whole), hn::Zero(d));
+  const auto multiple = hn::IfThenElse(fits, hn::Mul(v, whole), hn::Set(d, 65535));
+  return hn::Min(hn::SaturatedAdd(multiple, ProductOf(d, v, rest)), hn::Set(d, 32768));
+}
+
 #endif  // HWY_TARGET != HWY_SCALAR
 
 }  // namespace HWY_NAMESPACE
