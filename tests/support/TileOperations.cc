@@ -2,6 +2,21 @@
 
 namespace pftest {
 
-void AddLazyTiles(OperationTable&) {}
+void AddLazyTiles(OperationTable& table) {
+  for (const int depth : {8, 16, 32}) {
+    table.push_back({At("lazy tiles of a copy", depth), depth, false, [=](Trial& run) {
+                       Picture in(run, depth), out(run, depth);
+                       const PF_Err code = CodeOf([&] {
+                         boost::scoped_ptr<PF_LazyOperator> op(new PF_LazyWorldCopyOperator(out.record(), in.record()));
+                         PF_LazyTiles tiles(static_cast<std::int16_t>(Between(run.random, 1, 50)), &op);
+                         tiles.SetOffset({-3, 2});
+                         tiles.MakeValid({10, 5, 70, 20});
+                         tiles.MakeValid({0, 0, 140, 40});
+                       });
+                       run.results.Add(out);
+                       return code;
+                     }});
+  }
+}
 
 }  // namespace pftest
