@@ -276,6 +276,42 @@ TEST_P(SampleKernelsOfDepth, PositionsGoBeyondThirtyTwoBits) {
   }
 }
 
+// Boxes of whole columns and rows, which copies to a half or a third have: all inside the world, or
+// beginning and ending outside it, and more rows than sums of some kinds can hold.
+TEST_P(SampleKernelsOfDepth, AreasOfWholePixels) {
+  Random random(2);
+  for (int trial = 0; trial < 120; ++trial) {
+    Case c = {};
+    c.family = 2 + trial % 2;
+    c.depth = GetParam();
+    c.kind = kKinds[random() % std::size(kKinds)];
+    c.width = static_cast<std::int32_t>(Between(random, 1, 150));
+    c.height = static_cast<std::int32_t>(trial % 6 == 0 ? Between(random, 100, 300) : Between(random, 1, 9));
+    c.gap = 16;
+    c.where = trial / 2 % 2 == 0 ? GuardedMemory::kEnd : GuardedMemory::kStart;
+    c.step_x = Between(random, 1, 3) * 65536;
+    c.step_y = (trial % 6 == 0 ? c.height : Between(random, 1, 3)) * 65536;
+    c.radius_x = static_cast<std::int32_t>(c.step_x / 2);
+    c.radius_y = static_cast<std::int32_t>(c.step_y / 2);
+    const std::int64_t left = trial % 3 == 0 ? Between(random, -2, 2) : 0;
+    c.x0 = c.radius_x - 32768 + left * 65536;
+    c.y0 = c.radius_y - 32768 + (trial % 5 == 0 ? -65536 : 0);
+    c.n = std::max<std::int64_t>(c.width * 65536 / c.step_x - left, 1);
+    c.rows = 3;
+    TestWorld world(c.depth, c.width, c.height, c.gap, c.where);
+    world.Fill(random, c.kind);
+    const PF_SampPB params = {c.radius_x, c.radius_y, 0, world.record()};
+    std::vector<std::byte> expected;
+    RunRows(pf::kPortableSampleKernels, c, params, &expected);
+    ForEachTarget([&](const SampleKernels& kernels, const char* target) {
+      std::vector<std::byte> rows;
+      RunRows(kernels, c, params, &rows);
+      EXPECT_EQ(FirstDifference(c, rows, expected), "") << target << ": " << c.Text(2) << ", trial " << trial;
+    });
+    if (HasFailure()) return;
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Depth, SampleKernelsOfDepth, testing::ValuesIn(kDepths),
                          [](const auto& test) { return std::to_string(test.param); });
 

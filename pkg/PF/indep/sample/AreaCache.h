@@ -23,9 +23,9 @@ struct SampleColumns {
 };
 
 // The head of the scratch; all zero in a fresh one. Samples begin..end-1 have columns inside the world,
-// no more than `widest` each.
+// no more than `widest` each. `pairs`: each has two whole ones, right behind those of the sample before.
 struct AreaHead {
-  std::int64_t ready, begin, end, widest;
+  std::int64_t ready, begin, end, widest, pairs;
 };
 
 // Most columns that a box covers.
