@@ -34,7 +34,8 @@ PF_EXPORT PF_Err PF_Blend_Premul(void* effect_ref, const PF_LayerDef* first, con
 /// (A1 + A2 + 32768) >> 16. Colour is the second source's when A1 is 0, else the first's when A2 is 0, else
 /// (c1 A1 + c2 A2 + (A1 + A2) / 2) / (A1 + A2) in integers (16 bits: 64-bit sums). Float: A1 and A2 by the integer
 /// route of PF_Blend_Premul, alpha their sum times 2^-16, colour (c1 A1 + c2 A2) / (A1 + A2) in single precision; a
-/// sum that wraps to 0 copies the second source's colour.
+/// sum that wraps to 0 copies the second source's colour, and a mix that is not a number is the one with the bits
+/// 0x7FC00000.
 PF_EXPORT PF_Err PF_Blend_Straight(void* effect_ref, const PF_LayerDef* first, const PF_LayerDef* second,
                                    std::int32_t ratio, PF_LayerDef* dst);
 }

@@ -25,7 +25,7 @@ extern "C" {
 /// Paints one brush dab into an 8-bit world. Each channel becomes
 /// (old * (255 - m) + colour * m) / 255, truncated, where m is the coverage of the pixel.
 /// \param effect_ref the caller's; not used.
-/// \param x, y centre of the dab, in pixels.
+/// \param x, y centre of the dab, in pixels. The sides of the dab are kept in signed 16 bits.
 /// \param shape PF_SpotShape bits. A square has size x size pixels, a bar size x 1 or 1 x size.
 /// \param size odd, not negative.
 /// \param mask coverage 0..255 of the unclipped dab, row by row from its top left corner; values above 255
@@ -48,10 +48,11 @@ PF_EXPORT std::int32_t PF_SetPixelFloat(std::int32_t x, std::int32_t y, const PF
 /// equal), at the row or column nearest to the line. Only pixels inside the world are visited.
 /// \param start, end h is x and v is y, in pixels; pixel centres are at integers. Lines with a point that is not
 ///   finite are not drawn. The start is rounded half away from zero in 16.16; the end is rounded by adding one
-///   half and truncating.
+///   half and truncating. A start farther than 2^44 pixels away along the longer axis is first moved along the
+///   line to that distance.
 /// \param colour converted to the world's depth: c * full + 0.5, truncated to 32 bits, of which the low 8 or 16
 ///   are kept (NaN and what does not fit as in depth conversion).
-/// \param world of any depth.
+/// \param world of any depth. Nothing is drawn when it, a point or the colour is null.
 /// \return 0 always.
 PF_EXPORT PF_Err PF_DrawLine(const M_Vector2T<double>* start, const M_Vector2T<double>* end,
                              const PF_PixelFloat* colour, PF_World* world);

@@ -1,17 +1,20 @@
 #include "lifecycle/Globals.h"
 
+#include "blend/BlendKernels.h"
 #include "copy/ReplicateKernels.h"
 #include "mask/MaskKernels.h"
+#include "paint/PaintKernels.h"
 #include "sample/SampleKernels.h"
 #include "world/ConvertKernels.h"
 
 namespace pf {
 
 const KernelSet kPortableKernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels,
-                                    &kPortableMaskKernels};
+                                    &kPortableMaskKernels,    &kPortablePaintKernels,  &kPortableBlendKernels};
 
 KernelSet VectorKernels() {
-  return {&VectorConvertKernels(), &VectorSampleKernels(), &VectorReplicateKernels(), &VectorMaskKernels()};
+  return {&VectorConvertKernels(), &VectorSampleKernels(), &VectorReplicateKernels(),
+          &VectorMaskKernels(),    &VectorPaintKernels(),  &VectorBlendKernels()};
 }
 
 void KernelSlots::Set(const KernelSet& kernels) {
@@ -19,12 +22,14 @@ void KernelSlots::Set(const KernelSet& kernels) {
   sample = kernels.sample;
   replicate = kernels.replicate;
   mask = kernels.mask;
+  paint = kernels.paint;
+  blend = kernels.blend;
 }
 
-KernelSet KernelSlots::Get() const { return {convert, sample, replicate, mask}; }
+KernelSet KernelSlots::Get() const { return {convert, sample, replicate, mask, paint, blend}; }
 
 constinit KernelSlots g_kernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels,
-                                   &kPortableMaskKernels};
+                                   &kPortableMaskKernels,    &kPortablePaintKernels,  &kPortableBlendKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};
 constinit std::atomic<std::int64_t> g_live_worlds{0};
 constinit std::atomic<std::int64_t> g_live_chunks{0};

@@ -16,6 +16,8 @@ struct ConvertKernels;
 struct SampleKernels;
 struct ReplicateKernels;
 struct MaskKernels;
+struct PaintKernels;
+struct BlendKernels;
 
 // One choice of kernels for every concern.
 struct KernelSet {
@@ -23,6 +25,8 @@ struct KernelSet {
   const SampleKernels* sample;
   const ReplicateKernels* replicate;
   const MaskKernels* mask;
+  const PaintKernels* paint;
+  const BlendKernels* blend;
 };
 // Plain C++: the reference.
 extern const KernelSet kPortableKernels;
@@ -36,6 +40,8 @@ struct KernelSlots {
   std::atomic<const SampleKernels*> sample;
   std::atomic<const ReplicateKernels*> replicate;
   std::atomic<const MaskKernels*> mask;
+  std::atomic<const PaintKernels*> paint;
+  std::atomic<const BlendKernels*> blend;
 
   void Set(const KernelSet& kernels);
   KernelSet Get() const;
