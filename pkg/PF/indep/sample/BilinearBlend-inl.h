@@ -22,9 +22,9 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
-// The lanes that a depth computes in; of doubles at most four, which one load of columns serves.
+// The lanes that a depth computes in.
 template <class P>
-using RealTag = hn::CappedTag<RealOf<P>, sizeof(RealOf<P>) == 8 ? 4 : HWY_MAX_BYTES / 4>;
+using RealTag = hn::ScalableTag<RealOf<P>>;
 template <class P>
 using RealVec = hn::Vec<RealTag<P>>;
 template <class P>

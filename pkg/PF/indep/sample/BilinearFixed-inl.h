@@ -26,6 +26,9 @@ using FixedTag = hn::RebindToSigned<RealTag<PF_Pixel8>>;  // one lane per sample
 using FixedBytes = hn::Repartition<std::uint8_t, FixedTag>;
 using FixedShorts = hn::Repartition<std::int16_t, FixedTag>;
 
+// Blocks of four samples in a vector; 16 bytes of columns serve one.
+inline constexpr std::size_t kFixedBlocks = (hn::MaxLanes(FixedTag()) + 3) / 4;
+
 // Whether all vectors of samples look alike, and both columns of four samples lie in one block of four.
 inline bool FixedFits(const FixedPlaces& positions, int bits_u) {
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(FixedTag()));
@@ -59,8 +62,8 @@ HWY_INLINE void StorePixels(RealTag<PF_Pixel8>, const PackedPixels& pixels, PF_P
 // The blocks of both rows at sample k.
 struct FixedRows {
   HWY_INLINE hn::Vec<FixedBytes> Blocks(const std::uint32_t* row, std::int64_t k) const {
-    std::int64_t column[kBlocks<PF_Pixel8>];
-    for (std::size_t b = 0; b < kBlocks<PF_Pixel8>; ++b) {
+    std::int64_t column[kFixedBlocks];
+    for (std::size_t b = 0; b < kFixedBlocks; ++b) {
       column[b] = positions.ColumnAt(k + static_cast<std::int64_t>(4 * b));
     }
     return hn::BitCast(FixedBytes(), LoadBlocks(hn::RebindToUnsigned<FixedTag>(), row, column));

@@ -133,17 +133,11 @@ HWY_NOINLINE void BlendPhases(const RowJob<PF_PixelFloat>& job, const PhaseBlock
 template <bool with_alpha>
 HWY_NOINLINE void WeighRow(const std::uint16_t* planes, std::int64_t stride, double* out) {
   const RealTag<PF_Pixel16> d;
-  const hn::RebindToUnsigned<RealTag<PF_Pixel16>> du;
-  const hn::Rebind<std::uint16_t, RealTag<PF_Pixel16>> d16;
-  const hn::Rebind<std::uint32_t, RealTag<PF_Pixel16>> d32;
-  const auto load = [&](std::int64_t at) HWY_ATTR {
-    return SmallToDouble(d, hn::PromoteTo(du, hn::PromoteTo(d32, hn::LoadU(d16, planes + at))));
-  };
   for (std::int64_t m = 0; m < stride; m += static_cast<std::int64_t>(hn::Lanes(d))) {
-    const auto alpha = load(m);
+    const auto alpha = LoadReals(planes + m);
     if constexpr (with_alpha) hn::StoreU(alpha, d, out + m);
     for (std::int64_t c = 1; c < 4; ++c) {
-      const auto colour = load(c * stride + m);
+      const auto colour = LoadReals(planes + c * stride + m);
       hn::StoreU(with_alpha ? hn::Mul(alpha, colour) : colour, d, out + c * stride + m);
     }
   }

@@ -172,15 +172,23 @@ HWY_INLINE void StorePixels(D d, const Channels<V>& p, PF_Pixel8* to) {
   hn::StoreU(hn::Or(low, hn::ShiftLeft<8>(high)), di, reinterpret_cast<std::int32_t*>(to));
 }
 
-// A pixel in each 64-bit lane, of doubles in 0..65536. The integer stands in the low bits of 2^52 plus it.
+// Doubles in 0..65535.99 truncated, in the low 16 bits of each lane; the rest of the lane is 2^52 as a double, or 0.
+template <class V>
+HWY_INLINE auto TruncatedInLow16(V v) {
+  const hn::DFromV<V> d;
+  return hn::BitCast(hn::RebindToUnsigned<decltype(d)>(), hn::Add(hn::Floor(v), hn::Set(d, 0x1p52)));
+}
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+HWY_INLINE hn::Vec512<std::uint64_t> TruncatedInLow16(hn::Vec512<double> v) { return {_mm512_cvttpd_epu64(v.raw)}; }
+#endif
+
+// A pixel in each 64-bit lane, of such doubles. Shifts drop what is above.
 template <class D, class V = hn::Vec<D>>
-HWY_INLINE auto PackPixels16(D d, const Channels<V>& p) {
+HWY_INLINE auto PackPixels16(D, const Channels<V>& p) {
   const hn::RebindToUnsigned<D> du;
-  const auto bits = [&](V v) HWY_ATTR { return hn::BitCast(du, hn::Add(hn::Floor(v), hn::Set(d, 0x1p52))); };
-  const auto low = hn::Set(du, 0xFFFF);
-  const auto alpha_red = hn::Or(hn::And(bits(p.alpha), low), hn::ShiftLeft<16>(hn::And(bits(p.red), low)));
-  const auto green_blue = hn::Or(hn::ShiftLeft<32>(hn::And(bits(p.green), low)), hn::ShiftLeft<48>(bits(p.blue)));
-  return hn::Or(alpha_red, green_blue);
+  const auto alpha = hn::And(TruncatedInLow16(p.alpha), hn::Set(du, 0xFFFF));
+  const auto red = hn::ShiftLeft<16>(TruncatedInLow16(p.red)), green = hn::ShiftLeft<32>(TruncatedInLow16(p.green));
+  return hn::Or(hn::Or(alpha, red), hn::Or(green, hn::ShiftLeft<48>(TruncatedInLow16(p.blue))));
 }
 
 template <class D, class V = hn::Vec<D>>
