@@ -21,7 +21,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
-using FixedPlaces = SamplePositions<PF_Pixel8>;
+using FixedPlaces = SamplePositions;
 using FixedTag = hn::RebindToSigned<RealTag<PF_Pixel8>>;  // one lane per sample
 using FixedBytes = hn::Repartition<std::uint8_t, FixedTag>;
 using FixedShorts = hn::Repartition<std::int16_t, FixedTag>;
@@ -205,7 +205,7 @@ template <class Sampler>
 HWY_NOINLINE void FixedRange(const RowJob<PF_Pixel8>& job, int bits_u, int bits_v, std::int64_t begin,
                              std::int64_t end) {
   const FixedRows rows = {job.upper, job.lower, job.positions};
-  ForLanes(begin, end, job.out, Sampler(rows, begin, bits_u, job.fy >> (16 - bits_v), bits_v));
+  ForLanes(RealTag<PF_Pixel8>(), begin, end, job.out, Sampler(rows, begin, bits_u, job.fy >> (16 - bits_v), bits_v));
 }
 
 #endif  // HWY_TARGET

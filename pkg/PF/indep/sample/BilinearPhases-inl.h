@@ -37,7 +37,7 @@ struct PhaseBlocks {
 
 // The blocks that lie in samples begin..end-1 with all their samples.
 template <class P>
-PhaseBlocks PhaseBlocksOf(const SamplePositions<P>& positions, std::int64_t begin, std::int64_t end) {
+PhaseBlocks PhaseBlocksOf(const SamplePositions& positions, std::int64_t begin, std::int64_t end) {
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(RealTag<P>()));
   const std::int64_t m = positions.ColumnAt(begin) + (positions.FractionAt(begin) >= positions.step() ? 1 : 0);
   const std::int64_t k = positions.SampleAt(m);
@@ -49,7 +49,7 @@ PhaseBlocks PhaseBlocksOf(const SamplePositions<P>& positions, std::int64_t begi
 template <class P>
 class Phases {
  public:
-  Phases(const SamplePositions<P>& positions, std::int64_t k) : count_(PhasesOf(positions.step())) {
+  Phases(const SamplePositions& positions, std::int64_t k) : count_(PhasesOf(positions.step())) {
     for (std::int64_t p = 0; p < count_; ++p) {
       u_[p] = static_cast<RealOf<P>>(positions.FractionAt(k + p)) / RealOf<P>(65536);
     }
@@ -129,46 +129,47 @@ HWY_NOINLINE void BlendPhases(const RowJob<PF_PixelFloat>& job, const PhaseBlock
   }
 }
 
-// A row as reals, alpha and alpha times colour, or colour alone.
-template <bool with_alpha>
-HWY_NOINLINE void WeighRow(const std::uint16_t* planes, std::int64_t stride, double* out) {
+// A row as doubles: alpha and alpha times colour.
+HWY_NOINLINE inline void WeighRow(const std::uint16_t* planes, std::int64_t stride, double* out) {
   const RealTag<PF_Pixel16> d;
   for (std::int64_t m = 0; m < stride; m += static_cast<std::int64_t>(hn::Lanes(d))) {
     const auto alpha = LoadReals(planes + m);
-    if constexpr (with_alpha) hn::StoreU(alpha, d, out + m);
+    hn::StoreU(alpha, d, out + m);
     for (std::int64_t c = 1; c < 4; ++c) {
-      const auto colour = LoadReals(planes + c * stride + m);
-      hn::StoreU(with_alpha ? hn::Mul(alpha, colour) : colour, d, out + c * stride + m);
+      hn::StoreU(hn::Mul(alpha, LoadReals(planes + c * stride + m)), d, out + c * stride + m);
     }
   }
 }
 
-// Sums that are exact in any order: first between weighed rows, for all phases, then along them. Without
-// alpha, it is the same everywhere.
-template <class P, bool with_alpha>
-HWY_NOINLINE void SharedPhases(const RowJob<P>& job, const RealOf<P>* upper, const RealOf<P>* lower, float alpha,
-                               const PhaseBlocks& blocks) {
+// Fraction bits of both axes together up to which sums of alpha times colour, 32 bits, are exact doubles
+// in any order.
+inline constexpr int kWeighedBits = 21;
+
+// Sums that are exact in any order: first between weighed rows, for all phases, then along them.
+HWY_NOINLINE inline void WeighedPhases(const RowJob<PF_Pixel16>& job, const double* upper, const double* lower,
+                                       const PhaseBlocks& blocks) {
+  using P = PF_Pixel16;
   const RealTag<P> d;
   using V = RealVec<P>;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   const Phases<P> phases(job.positions, blocks.k);
-  const V v = hn::Set(d, job.v), all_alpha = hn::Set(d, static_cast<RealOf<P>>(alpha));
+  const V v = hn::Set(d, job.v);
   P* out = job.out + blocks.k;
   for (std::int64_t m = blocks.m; m < blocks.end; m += lanes, out += lanes * phases.count()) {
+    const auto between = [&](std::int64_t at) HWY_ATTR {
+      const V above = hn::LoadU(d, upper + at);
+      return hn::Add(above, hn::Mul(v, hn::Sub(hn::LoadU(d, lower + at), above)));
+    };
     V left[4], rise[4];
-    for (std::int64_t c = with_alpha ? 0 : 1; c < 4; ++c) {
+    for (std::int64_t c = 0; c < 4; ++c) {
       const std::int64_t at = c * job.stride + m;
-      left[c] = Lerp(v, hn::LoadU(d, upper + at), hn::LoadU(d, lower + at));
-      rise[c] = hn::Sub(Lerp(v, hn::LoadU(d, upper + at + 1), hn::LoadU(d, lower + at + 1)), left[c]);
+      left[c] = between(at);
+      rise[c] = hn::Sub(between(at + 1), left[c]);
     }
     const auto pixels = [&](std::int64_t p) HWY_ATTR {
       const V u = hn::Set(d, phases[p]);
       const auto sum = [&](std::size_t c) HWY_ATTR { return hn::Add(left[c], hn::Mul(u, rise[c])); };
-      if constexpr (with_alpha) {
-        return DivideByAlpha<P>(Channels<V>{sum(0), sum(1), sum(2), sum(3)});
-      } else {
-        return Channels<V>{all_alpha, BeforeStore<P>(sum(1)), BeforeStore<P>(sum(2)), BeforeStore<P>(sum(3))};
-      }
+      return DivideByAlpha<P>(Channels<V>{sum(0), sum(1), sum(2), sum(3)});
     };
     for (std::int64_t p = 0; p < phases.count(); p += 2) {
       StorePairsApart(pixels(p), pixels(p + 1), phases.count(), out + p);

@@ -44,7 +44,6 @@ struct SamplePlace {
 
 // Positions of samples k = 0, 1, ... from `x` in steps of at most a pixel, relative to element 0 of the
 // planes. So the samples of a vector reach over no more columns than it has lanes, and one load serves them.
-template <class P>
 class SamplePositions {
  public:
   SamplePositions(std::int64_t x, std::int64_t step) : x_(x), step_(step) {}
@@ -67,7 +66,7 @@ class SamplePositions {
 
 // Of the samples from k on.
 template <class P>
-HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions<P>& positions, std::int64_t k) {
+HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions& positions, std::int64_t k) {
   const RealTag<P> d;
   const hn::RebindToSigned<RealTag<P>> dc;
   const hn::Rebind<std::int32_t, RealTag<P>> di;
@@ -120,32 +119,26 @@ struct RowJob {
   const HeldElement<P>* upper;
   const HeldElement<P>* lower;
   std::int64_t stride;
-  SamplePositions<P> positions;
+  SamplePositions positions;
   std::int64_t fy;
   RealOf<P> v;  // fy in pixels
   P* out;
 };
 
 template <class V>
-HWY_INLINE V Lerp(V u, V c0, V c1) {
-  return hn::Add(c0, hn::Mul(u, hn::Sub(c1, c0)));
-}
-
-template <class V>
 HWY_INLINE Channels<V> TimesAlpha(const Channels<V>& p) {
   return {p.alpha, hn::Mul(p.alpha, p.red), hn::Mul(p.alpha, p.green), hn::Mul(p.alpha, p.blue)};
 }
 
-// Stores samples begin..end-1; sample(k) yields those from k on. A sampler is an object with all it reads
-// in its own members, so that they stay in registers.
-template <class P, class Sampler>
-HWY_INLINE void ForLanes(std::int64_t begin, std::int64_t end, P* out, const Sampler sample) {
-  const RealTag<P> d;
+// Stores samples begin..end-1; sample(k) yields those from k on, one per lane of d. A sampler is an object with all it
+// reads in its own members, so that they stay in registers.
+template <class D, class P, class Sampler>
+HWY_INLINE void ForLanes(D d, std::int64_t begin, std::int64_t end, P* out, const Sampler sample) {
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   std::int64_t k = begin;
   for (; k + lanes <= end; k += lanes) StorePixels(d, sample(k), out + k);
   if (k >= end) return;
-  P last[HWY_MAX_BYTES / sizeof(RealOf<P>)];
+  P last[HWY_MAX_BYTES / sizeof(hn::TFromD<D>)];
   StorePixels(d, sample(k), last);
   std::memcpy(out + k, last, static_cast<std::size_t>(end - k) * sizeof(P));
 }

@@ -36,12 +36,15 @@ inline constexpr std::int64_t kTileBlocks = 32;
 // Whole vectors may be read and written this far beyond the end of an array.
 inline constexpr std::int64_t kLanesSlack = 32;
 
+// What is kept of a held row for all rows of samples that share it.
+enum class RowForm : std::int64_t { kNone, kWeighed, kSpread, kPairs, kScaled };
+
 // Where things stand in the scratch. The head comes first; all zero means that nothing is held.
 struct RowCache {
   struct Head {
-    std::int64_t held[2];       // by parity of the row: row + 1, kOutside, or 0 for nothing
-    std::int64_t spread[2][2];  // [parity][with alpha]: whether the held row has been spread
-    std::int64_t classified;    // upper row of the classified pair + 2, or 0
+    std::int64_t held[2];     // by parity of the row: row + 1, kOutside, or 0 for nothing
+    RowForm form[2][2];       // [parity][with alpha]: the RowForm in which the held row is shared
+    std::int64_t classified;  // upper row of the classified pair + 2, or 0
   };
   static constexpr std::int64_t kOutside = -1;
 

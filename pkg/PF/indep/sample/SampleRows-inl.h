@@ -148,7 +148,7 @@ HWY_INLINE const HeldElement<P>* HoldRowIn(const RowCache& cache, const Plane<P>
   if (head.held[slot] != key) {
     HoldRow(src, j, window.first, window.count, cache.plane_stride, held);
     head.held[slot] = key;
-    head.spread[slot][0] = head.spread[slot][1] = 0;
+    head.form[slot][0] = head.form[slot][1] = RowForm::kNone;
   }
   return held;
 }

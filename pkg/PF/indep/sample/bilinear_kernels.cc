@@ -11,7 +11,11 @@
 #include "sample/Bilinear.h"
 #include "sample/BilinearBlend-inl.h"
 #include "sample/BilinearFixed-inl.h"
+#include "sample/BilinearFormula-inl.h"
+#include "sample/BilinearPairs-inl.h"
 #include "sample/BilinearPhases-inl.h"
+#include "sample/BilinearScaled-inl.h"
+#include "sample/BilinearSeparable-inl.h"
 #include "sample/BilinearTaps-inl.h"
 #include "sample/RowCache.h"
 #include "sample/SampleKernels.h"
@@ -22,108 +26,6 @@ namespace pf {
 namespace HWY_NAMESPACE {
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
-
-// Fraction bits of both axes together up to which every sum of the formula is exact, so that blending
-// along the row first, once per source row, gives the same bits. A product of two 8-bit channels leaves 8
-// of a float's 24 bits, one channel 16; of a double's 53 bits, 16-bit channels leave 21 and 37.
-template <class P>
-constexpr int kSharedBits(bool with_alpha) {
-  if (kIsFloat<P>) return -1;
-  if (sizeof(P) == 4) return with_alpha ? 8 : 16;
-  return with_alpha ? 21 : 32;
-}
-
-// Four taps per sample.
-template <class P, AlphaClass alphas>
-struct BlendSampler {
-  using V = RealVec<P>;
-
-  HWY_INLINE explicit BlendSampler(const RowJob<P>& job)
-      : upper(job.upper),
-        lower(job.lower),
-        stride(job.stride),
-        positions(job.positions),
-        v(hn::Set(RealTag<P>(), job.v)),
-        integral_row(job.v == RealOf<P>(0)) {}
-
-  HWY_INLINE Channels<V> operator()(std::int64_t k) const {
-    const RealTag<P> d;
-    const auto place = PlaceAt(positions, k);
-    const Taps<V> taps = {LoadTap(upper, stride, place), LoadTap(upper + 1, stride, place),
-                          LoadTap(lower, stride, place), LoadTap(lower + 1, stride, place)};
-    const auto weights = WeightsOf(hn::Set(d, RealOf<P>(1)), place.u, v);
-    // Integers need no more here: uniform blocks and integral positions come out exactly.
-    if constexpr (alphas == AlphaClass::kEqual && !kIsFloat<P>) return BlendEqual<P>(taps, weights);
-    const auto out = BlendOf<P, alphas>(taps, weights);
-    if (!integral_row) return out;
-    return Select<P>(hn::Eq(place.u, hn::Zero(d)), taps.p00, out);
-  }
-
-  const HeldElement<P>*upper, *lower;
-  std::int64_t stride;
-  SamplePositions<P> positions;
-  V v;
-  bool integral_row;
-};
-
-template <class P, AlphaClass alphas>
-HWY_NOINLINE void BlendRange(const RowJob<P>& job, std::int64_t begin, std::int64_t end) {
-  ForLanes(begin, end, job.out, BlendSampler<P, alphas>(job));
-}
-
-// Blends a source row along itself at every sample: with alpha, the sums of alpha and of alpha times
-// colour; else of colour alone.
-template <class P, bool with_alpha>
-HWY_NOINLINE void SpreadRow(const HeldElement<P>* planes, std::int64_t stride, SamplePositions<P> positions,
-                            std::int64_t n, std::int64_t out_stride, RealOf<P>* out) {
-  const RealTag<P> d;
-  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  for (std::int64_t k = 0; k < n; k += lanes) {
-    const auto place = PlaceAt(positions, k);
-    auto p0 = LoadTap(planes, stride, place), p1 = LoadTap(planes + 1, stride, place);
-    if constexpr (with_alpha) {
-      p0 = TimesAlpha(p0);
-      p1 = TimesAlpha(p1);
-      hn::StoreU(Lerp(place.u, p0.alpha, p1.alpha), d, out + k);
-    }
-    hn::StoreU(Lerp(place.u, p0.red, p1.red), d, out + out_stride + k);
-    hn::StoreU(Lerp(place.u, p0.green, p1.green), d, out + 2 * out_stride + k);
-    hn::StoreU(Lerp(place.u, p0.blue, p1.blue), d, out + 3 * out_stride + k);
-  }
-}
-
-// Blends two spread rows; without alpha, it is the same everywhere.
-template <class P, bool with_alpha>
-struct SharedSampler {
-  using V = RealVec<P>;
-
-  HWY_INLINE V Between(std::int64_t element) const {
-    const RealTag<P> d;
-    return Lerp(v, hn::LoadU(d, upper + element), hn::LoadU(d, lower + element));
-  }
-
-  HWY_INLINE Channels<V> operator()(std::int64_t k) const {
-    const V red = Between(stride + k), green = Between(2 * stride + k), blue = Between(3 * stride + k);
-    if constexpr (with_alpha) {
-      return DivideByAlpha<P>(Channels<V>{Between(k), red, green, blue});
-    } else {
-      return {alpha, BeforeStore<P>(red), BeforeStore<P>(green), BeforeStore<P>(blue)};
-    }
-  }
-
-  const RealOf<P>*upper, *lower;
-  std::int64_t stride;
-  V v, alpha;
-};
-
-template <class P, bool with_alpha>
-HWY_NOINLINE void SharedRange(const RowJob<P>& job, const RealOf<P>* upper, const RealOf<P>* lower, std::int64_t stride,
-                              float alpha, std::int64_t begin, std::int64_t end) {
-  const RealTag<P> d;
-  ForLanes(
-      begin, end, job.out,
-      SharedSampler<P, with_alpha>{upper, lower, stride, hn::Set(d, job.v), hn::Set(d, static_cast<RealOf<P>>(alpha))});
-}
 
 // One row of samples.
 template <class P>
@@ -155,8 +57,9 @@ class StraightRow {
     const std::int64_t blocks = window_.count - 1;
     const std::int64_t tiles = (blocks + kTileBlocks - 1) / kTileBlocks;
     const AlphaClass* classes = Classify(blocks, tiles);
-    shares_equal_ = Shares(classes, tiles, AlphaClass::kEqual, false);
-    shares_differing_ = job_.v != Real(0) && Shares(classes, tiles, AlphaClass::kDiffering, true);
+    shares_equal_ = Shares(classes, tiles, AlphaClass::kEqual);
+    // An integral row may have integral positions, which follow another rule.
+    shares_differing_ = job_.fy != 0 && Shares(classes, tiles, AlphaClass::kDiffering);
     for (std::int64_t tile = 0; tile < tiles;) {
       const std::int64_t first = tile;
       while (tile < tiles && classes[tile] == classes[first]) ++tile;
@@ -180,9 +83,9 @@ class StraightRow {
     return classes;
   }
 
-  // Whether spreading whole rows is right and pays for this class: it has a quarter of the tiles.
-  bool Shares(const AlphaClass* classes, std::int64_t tiles, AlphaClass alphas, bool with_alpha) const {
-    return bits_u_ + bits_v_ <= kSharedBits<P>(with_alpha) && 4 * std::count(classes, classes + tiles, alphas) >= tiles;
+  // Whether preparing whole rows pays for this class: it has a quarter of the tiles.
+  static bool Shares(const AlphaClass* classes, std::int64_t tiles, AlphaClass alphas) {
+    return !kIsFloat<P> && 4 * std::count(classes, classes + tiles, alphas) >= tiles;
   }
 
   void RunRange(AlphaClass alphas, std::int64_t element, std::int64_t begin, std::int64_t end) {
@@ -192,11 +95,11 @@ class StraightRow {
         return RunBlend<AlphaClass::kMixed>(begin, end);
       case AlphaClass::kDiffering:
         if (RunFixed<FixedDifferingSampler>(7, begin, end)) return;
-        if (shares_differing_) return RunShared<true>(element, begin, end);
+        if (shares_differing_) return RunDiffering(begin, end);
         return RunBlend<AlphaClass::kDiffering>(begin, end);
       case AlphaClass::kEqual:
         if (RunFixed<FixedEqualSampler>(8, begin, end)) return;
-        if (shares_equal_) return RunShared<false>(element, begin, end);
+        if (shares_equal_) return RunEqual(element, begin, end);
         return RunBlend<AlphaClass::kEqual>(begin, end);
       case AlphaClass::kClear:
         std::fill(job_.out + begin, job_.out + end, P{});
@@ -218,7 +121,7 @@ class StraightRow {
   void RunPhases(std::int64_t begin, std::int64_t end, F run) {
     const std::int64_t phases = PhasesOf(job_.positions.step());
     if (phases == 0) return BlendRange<P, alphas>(job_, begin, end);
-    const PhaseBlocks blocks = PhaseBlocksOf(job_.positions, begin, end);
+    const PhaseBlocks blocks = PhaseBlocksOf<P>(job_.positions, begin, end);
     const std::int64_t whole = std::max<std::int64_t>(blocks.end - blocks.m, 0) * phases;
     BlendRange<P, alphas>(job_, begin, std::min(blocks.k, end));
     if (whole > 0) run(blocks);
@@ -237,42 +140,74 @@ class StraightRow {
     return false;
   }
 
-  template <bool with_alpha>
-  void RunShared(std::int64_t element, std::int64_t begin, std::int64_t end) {
-    const float alpha = AlphaOf(job_.upper[element]);
+  void RunDiffering([[maybe_unused]] std::int64_t begin, [[maybe_unused]] std::int64_t end) {
     if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
-      if (PhasesOf(job_.positions.step()) != 0) {
-        constexpr AlphaClass kAlphas = with_alpha ? AlphaClass::kDiffering : AlphaClass::kEqual;
-        return RunPhases<kAlphas>(begin, end, [&](const PhaseBlocks& blocks) {
-          SharedPhases<P, with_alpha>(job_, Shared<with_alpha>(j_), Shared<with_alpha>(j_ + 1), alpha, blocks);
+      if (PhasesOf(job_.positions.step()) != 0 && bits_u_ + bits_v_ <= kWeighedBits) {
+        return RunPhases<AlphaClass::kDiffering>(begin, end, [this](const PhaseBlocks& blocks) {
+          const auto weighed = [this](std::int64_t j) {
+            return Shared<Real, true>(j, RowForm::kWeighed, [this](auto* held, Real* to) {
+              WeighRow(held, cache_.plane_stride, to);
+              return RowForm::kWeighed;
+            });
+          };
+          WeighedPhases(job_, weighed(j_), weighed(j_ + 1), blocks);
         });
       }
     }
-    if constexpr (!kIsFloat<P>) {
-      SharedRange<P, with_alpha>(job_, Shared<with_alpha>(j_), Shared<with_alpha>(j_ + 1), cache_.spread_stride, alpha,
-                                 begin, end);
-    }
+    if constexpr (!kIsFloat<P>) RunSeparable<true>(0.0f, begin, end);
   }
 
-  // What is shared of row j by all rows of samples: weighed for phases, which has no more columns than
-  // samples, else spread.
-  template <bool with_alpha>
-  const Real* Shared(std::int64_t j) {
-    const std::int64_t slot = j & 1;
-    Real* shared = cache_.template spread<Real>(slot, with_alpha);
-    std::int64_t& done = cache_.head().spread[slot][with_alpha ? 1 : 0];
-    if (done == 0) {
-      if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
-        if (PhasesOf(job_.positions.step()) != 0) {
-          done = 1;
-          WeighRow<with_alpha>(Planes(slot), cache_.plane_stride, shared);
-          return shared;
-        }
+  void RunEqual([[maybe_unused]] std::int64_t element, [[maybe_unused]] std::int64_t begin,
+                [[maybe_unused]] std::int64_t end) {
+    if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
+      if (PhasesOf(job_.positions.step()) != 0 && bits_u_ + bits_v_ <= kPairBits) {
+        return RunPhases<AlphaClass::kEqual>(begin, end, [this](const PhaseBlocks& blocks) {
+          PairPhases(job_, Pairs(j_), Pairs(j_ + 1), bits_u_, bits_v_, blocks);
+        });
       }
-      SpreadRow<P, with_alpha>(Planes(slot), cache_.plane_stride, job_.positions, n_, cache_.spread_stride, shared);
-      done = 1;
+      const std::int32_t *upper = Scaled(j_), *lower = Scaled(j_ + 1);
+      if (upper != nullptr && lower != nullptr) {
+        return ScaledRange(job_, upper, lower, cache_.spread_stride, job_.upper[element], begin, end);
+      }
     }
-    return shared;
+    if constexpr (!kIsFloat<P>) RunSeparable<false>(AlphaOf(job_.upper[element]), begin, end);
+  }
+
+  template <bool with_alpha>
+  void RunSeparable(float alpha, std::int64_t begin, std::int64_t end) {
+    const auto spread = [this](std::int64_t j) {
+      return Shared<Real, with_alpha>(j, RowForm::kSpread, [this](const HeldElement<P>* held, Real* to) {
+        SpreadRow<P, with_alpha>(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
+        return RowForm::kSpread;
+      });
+    };
+    SeparableRange<P, with_alpha>(job_, spread(j_), spread(j_ + 1), cache_.spread_stride, alpha, begin, end);
+  }
+
+  const std::uint32_t* Pairs(std::int64_t j) {
+    return Shared<std::uint32_t, false>(j, RowForm::kPairs, [this](const HeldElement<P>* held, std::uint32_t* to) {
+      PairRow(held, cache_.plane_stride, window_.count, to);
+      return RowForm::kPairs;
+    });
+  }
+
+  // Null where values are too large for it.
+  const std::int32_t* Scaled(std::int64_t j) {
+    return Shared<std::int32_t, false>(j, RowForm::kScaled, [this](const HeldElement<P>* held, std::int32_t* to) {
+      if (!ColoursFitScaled(held, cache_.plane_stride)) return RowForm::kNone;
+      SpreadScaled(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
+      return RowForm::kScaled;
+    });
+  }
+
+  // Row j in a form that `make` writes and confirms, once for all rows of samples; else null.
+  template <class Element, bool with_alpha, class Make>
+  const Element* Shared(std::int64_t j, RowForm form, Make make) {
+    const std::int64_t slot = j & 1;
+    Element* shared = cache_.template spread<Element>(slot, with_alpha);
+    RowForm& is = cache_.head().form[slot][with_alpha ? 1 : 0];
+    if (is != form) is = make(Planes(slot), shared);
+    return is == form ? shared : nullptr;
   }
 
   Plane<P> src_;

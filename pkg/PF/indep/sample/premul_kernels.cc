@@ -65,7 +65,7 @@ struct PremulSampler {
 
   HWY_INLINE Channels<V> operator()(std::int64_t k) const {
     const RealTag<P> d;
-    const auto place = PlaceAt(positions, k);
+    const auto place = PlaceAt<P>(positions, k);
     const Taps<V> t = {LoadTap(upper, stride, place), LoadTap(upper + 1, stride, place), LoadTap(lower, stride, place),
                        LoadTap(lower + 1, stride, place)};
     const Weights<V> w = PremulWeights(place, fy);
@@ -80,13 +80,13 @@ struct PremulSampler {
 
   const HeldElement<P>*upper, *lower;
   std::int64_t stride;
-  SamplePositions<P> positions;
+  SamplePositions positions;
   std::int64_t fy;
 };
 
 template <class P>
 HWY_NOINLINE void PremulRange(const RowJob<P>& job, std::int64_t begin, std::int64_t end) {
-  ForLanes(begin, end, job.out, PremulSampler<P>(job));
+  ForLanes(RealTag<P>(), begin, end, job.out, PremulSampler<P>(job));
 }
 
 // Weights of few fraction bits are not truncated, so integers may compute as for equal alphas.

@@ -1,0 +1,110 @@
+// Bilinear sampling of 16-bit pixels of equal alphas in integers, by phases, for weights of few bits. The
+// sum and its rounding are exact, so these are the bits of sample/Bilinear.h.
+#if defined(PF_SAMPLE_BILINEAR_PAIRS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_BILINEAR_PAIRS_INL_H
+#undef PF_SAMPLE_BILINEAR_PAIRS_INL_H
+#else
+#define PF_SAMPLE_BILINEAR_PAIRS_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstdint>
+
+#include "sample/BilinearPhases-inl.h"
+#include "sample/BilinearTaps-inl.h"
+#include "sample/PairProducts-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pf {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+
+// Fraction bits of both axes together: weights up to 2^14 are signed 16-bit values, and four products of
+// them with 16-bit ones fit 32 bits.
+inline constexpr int kPairBits = 14;
+
+using PairTag = hn::ScalableTag<std::int32_t>;
+using PairShorts = hn::Repartition<std::int16_t, PairTag>;
+
+// Four 32-bit lanes per column, one per channel: the value there and, in the upper half, the one in the
+// next column, both less 32768.
+HWY_NOINLINE inline void PairRow(const std::uint16_t* planes, std::int64_t stride, std::int64_t columns,
+                                 std::uint32_t* pairs) {
+  const hn::ScalableTag<std::uint32_t> d;
+  const hn::Rebind<std::uint16_t, decltype(d)> d16;
+  const auto bias = hn::Set(d, 0x80008000u);
+  for (std::int64_t m = 0; m < columns; m += static_cast<std::int64_t>(hn::Lanes(d))) {
+    const auto pair = [&](std::int64_t c) HWY_ATTR {
+      const std::uint16_t* at = planes + c * stride + m;
+      const auto left = hn::PromoteTo(d, hn::LoadU(d16, at)), right = hn::PromoteTo(d, hn::LoadU(d16, at + 1));
+      return hn::Xor(hn::Or(left, hn::ShiftLeft<16>(right)), bias);
+    };
+    hn::StoreInterleaved4(pair(0), pair(1), pair(2), pair(3), d, pairs + 4 * m);
+  }
+}
+
+// Weights of the left and the right column at one phase, in both rows.
+struct PairWeights {
+  PairWeights(std::int64_t right, int bits_u, std::int64_t v, int bits_v) {
+    const std::int64_t left = (std::int64_t{1} << bits_u) - right, above = (std::int64_t{1} << bits_v) - v;
+    top = Packed(left * above, right * above);
+    bottom = Packed(left * v, right * v);
+  }
+  static std::int32_t Packed(std::int64_t low, std::int64_t high) {
+    return static_cast<std::int32_t>(low | high << 16);
+  }
+
+  std::int32_t top, bottom;
+};
+
+// Whole blocks; `upper` and `lower` are rows of pairs.
+HWY_NOINLINE inline void PairPhases(const RowJob<PF_Pixel16>& job, const std::uint32_t* upper,
+                                    const std::uint32_t* lower, int bits_u, int bits_v, const PhaseBlocks& blocks) {
+  const PairTag d;
+  const PairShorts d16;
+  const hn::Full128<std::int16_t> pixels;
+  const hn::RebindToUnsigned<PairTag> du;
+  const std::int64_t phases = PhasesOf(job.positions.step());
+  std::int32_t top[kMaxPhases], bottom[kMaxPhases];
+  for (std::int64_t p = 0; p < phases; ++p) {
+    const PairWeights weights(job.positions.FractionAt(blocks.k + p) >> (16 - bits_u), bits_u, job.fy >> (16 - bits_v),
+                              bits_v);
+    top[p] = weights.top;
+    bottom[p] = weights.bottom;
+  }
+  const int bits = bits_u + bits_v;
+  const auto half = hn::Set(d, (1 << bits) / 2);
+  constexpr std::int64_t kColumns = hn::MaxLanes(d) / 4;
+  PF_Pixel16* out = job.out + blocks.k;
+  for (std::int64_t m = blocks.m; m < blocks.end; m += kColumns, out += kColumns * phases) {
+    const auto above = hn::BitCast(d16, hn::LoadU(du, upper + 4 * m));
+    const auto below = hn::BitCast(d16, hn::LoadU(du, lower + 4 * m));
+    const auto phase = [&](std::int64_t p) HWY_ATTR {
+      const auto sum = AddPairProducts(d, above, hn::BitCast(d16, hn::Set(d, top[p])), half);
+      return hn::ShiftRightSame(AddPairProducts(d, below, hn::BitCast(d16, hn::Set(d, bottom[p])), sum), bits);
+    };
+    for (std::int64_t p = 0; p < phases; p += 2) {
+      // Two neighbours per column, side by side.
+      const auto both = hn::Xor(hn::ReorderDemote2To(d16, phase(p), phase(p + 1)), hn::Set(d16, INT16_MIN));
+      if (phases == 2) {
+        hn::StoreU(both, d16, reinterpret_cast<std::int16_t*>(out));
+      } else {
+        for (std::int64_t b = 0; b < kColumns; ++b) {
+          hn::StoreU(BlockAt(d16, both, static_cast<std::size_t>(b)), pixels,
+                     reinterpret_cast<std::int16_t*>(out + b * phases + p));
+        }
+      }
+    }
+  }
+}
+
+#endif  // HWY_TARGET
+
+}  // namespace HWY_NAMESPACE
+}  // namespace pf
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard

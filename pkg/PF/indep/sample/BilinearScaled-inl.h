@@ -1,0 +1,116 @@
+// Bilinear sampling of 16-bit pixels of equal alphas in integers, at any fractions. The sum of the formula
+// in sample/Bilinear.h is exact in doubles, so exact integers rounded once give the same bits.
+#if defined(PF_SAMPLE_BILINEAR_SCALED_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_BILINEAR_SCALED_INL_H
+#undef PF_SAMPLE_BILINEAR_SCALED_INL_H
+#else
+#define PF_SAMPLE_BILINEAR_SCALED_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstdint>
+
+#include "sample/BilinearTaps-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pf {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+
+using ScaledTag = hn::ScalableTag<std::int32_t>;
+
+// Whether no colour of a held row is above full, so that 65536 times it fits 32 bits and differences of two
+// such values do but for 2^31.
+HWY_NOINLINE inline bool ColoursFitScaled(const std::uint16_t* planes, std::int64_t stride) {
+  const hn::ScalableTag<std::uint16_t> d;
+  auto highest = hn::Zero(d);
+  for (std::int64_t i = stride; i < 4 * stride; i += static_cast<std::int64_t>(hn::Lanes(d))) {
+    const auto valid = hn::FirstN(d, static_cast<std::size_t>(4 * stride - i));
+    highest = hn::Max(highest, hn::IfThenElseZero(valid, hn::LoadU(d, planes + i)));
+  }
+  return hn::AllTrue(d, hn::Eq(hn::Max(highest, hn::Set(d, 32768)), hn::Set(d, 32768)));
+}
+
+// Three planes of colours at every sample, in 1/65536.
+HWY_NOINLINE inline void SpreadScaled(const std::uint16_t* planes, std::int64_t stride, SamplePositions positions,
+                                      std::int64_t n, std::int64_t out_stride, std::int32_t* out) {
+  const ScaledTag d;
+  const RealTag<PF_Pixel8> df;
+  const hn::Rebind<std::uint16_t, ScaledTag> d16;
+  for (std::int64_t k = 0; k < n; k += static_cast<std::int64_t>(hn::Lanes(d))) {
+    const auto place = PlaceAt<PF_Pixel8>(positions, k);  // as many lanes
+    for (std::int64_t c = 0; c < 3; ++c) {
+      const auto tap = [&](std::int64_t right) HWY_ATTR {
+        const auto columns = hn::PromoteTo(d, hn::LoadU(d16, planes + (c + 1) * stride + place.column + right));
+        return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(df, columns), place.columns));
+      };
+      const auto left = tap(0), rise = hn::Mul(place.fraction, hn::Sub(tap(1), left));
+      hn::StoreU(hn::Add(hn::ShiftLeft<16>(left), rise), d, out + c * out_stride + k);
+    }
+  }
+}
+
+// Pixels in two halves of 32 bits.
+struct HalvedPixels {
+  hn::Vec<hn::RebindToUnsigned<ScaledTag>> alpha_red, green_blue;
+};
+
+HWY_INLINE void StorePixels(ScaledTag, const HalvedPixels& p, PF_Pixel16* to) {
+  hn::StoreInterleaved2(p.alpha_red, p.green_blue, hn::RebindToUnsigned<ScaledTag>(),
+                        reinterpret_cast<std::uint32_t*>(to));
+}
+
+class ScaledSampler {
+ public:
+  HWY_INLINE ScaledSampler(const std::int32_t* upper, const std::int32_t* lower, std::int64_t stride, std::int64_t fy,
+                           std::uint32_t alpha)
+      : upper_(upper),
+        lower_(lower),
+        stride_(stride),
+        fy_(hn::Set(ScaledTag(), static_cast<std::int32_t>(fy))),
+        alpha_(hn::Set(D(), alpha)) {}
+
+  HWY_INLINE HalvedPixels operator()(std::int64_t k) const {
+    const auto upper_half = hn::Set(D(), 0xFFFF0000u);
+    const auto red = Rounded(k), green = Rounded(stride_ + k), blue = Rounded(2 * stride_ + k);
+    return {hn::Or(alpha_, hn::And(red, upper_half)), hn::Or(hn::ShiftRight<16>(green), hn::And(blue, upper_half))};
+  }
+
+ private:
+  using D = hn::RebindToUnsigned<ScaledTag>;
+  using Shorts = hn::Repartition<std::uint16_t, ScaledTag>;
+
+  // The value in the upper half. What the lower half of the difference adds below 1/65536 cannot matter.
+  // The one difference that does not fit is from 0 to 2^31 in the lower row: its sign is lost, and the
+  // sum with it, which is otherwise never negative.
+  HWY_INLINE hn::Vec<D> Rounded(std::int64_t at) const {
+    const ScaledTag d;
+    const auto upper = hn::LoadU(d, upper_ + at);
+    const auto rise = hn::Sub(hn::LoadU(d, lower_ + at), upper);
+    const auto coarse = hn::Mul(hn::ShiftRight<16>(rise), fy_);
+    const auto fine = hn::BitCast(d, hn::MulHigh(hn::BitCast(Shorts(), rise), hn::BitCast(Shorts(), fy_)));
+    return hn::Add(hn::BitCast(D(), hn::Abs(hn::Add(hn::Add(upper, coarse), fine))), hn::Set(D(), 32768));
+  }
+
+  const std::int32_t *upper_, *lower_;
+  std::int64_t stride_;
+  hn::Vec<ScaledTag> fy_;
+  hn::Vec<D> alpha_;
+};
+
+HWY_NOINLINE inline void ScaledRange(const RowJob<PF_Pixel16>& job, const std::int32_t* upper,
+                                     const std::int32_t* lower, std::int64_t stride, std::uint32_t alpha,
+                                     std::int64_t begin, std::int64_t end) {
+  ForLanes(ScaledTag(), begin, end, job.out, ScaledSampler(upper, lower, stride, job.fy, alpha));
+}
+
+#endif  // HWY_TARGET
+
+}  // namespace HWY_NAMESPACE
+}  // namespace pf
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard

@@ -1,0 +1,203 @@
+// Bilinear sampling of integer pixels in two steps, along each source row once and then between rows. Its
+// sums are not rounded as those of sample/Bilinear.h; where that could change a stored bit, the formula
+// decides.
+#if defined(PF_SAMPLE_BILINEAR_SEPARABLE_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_BILINEAR_SEPARABLE_INL_H
+#undef PF_SAMPLE_BILINEAR_SEPARABLE_INL_H
+#else
+#define PF_SAMPLE_BILINEAR_SEPARABLE_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "sample/BilinearFormula-inl.h"
+#include "sample/BilinearTaps-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pf {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+
+// Added to `base`, a value up to `full` has its whole part in the bits from `shift` on, and behind them its
+// fraction in `units` of the last bit. A computed value plus one half is truncated twice, once less a
+// margin and once more it. The same whole part from both is what the formula stores, if the margin covers
+// the distance d between the formula's value plus one half, rounded, and ours plus one half, exact; and
+// half a unit for each rounding here.
+//
+// The distance. Let e be the rounding unit (2^-24, 2^-53), x the exact value, p a pixel's four channels.
+//
+// 16 bits: weights and sums of alphas are exact in either order, so alpha and colours of equal alphas are
+// too. Sums of alpha times colour are exact along the row (48 bits); all terms being positive, they are off
+// by 2 e of themselves between rows and by 4 e in the formula. Inverse and product add 2 e each. So
+// d < 65536 * 10 e + 2^-38 < 2^-33: half a unit of 2^-16, and none that counts.
+//
+// 8 bits: the formula rounds weights, absolutely by at most h = e / 2 each time, being at most 1:
+//   w11 = uv + r1, w10 = u - w11 + r2, w01 = v - w11 + r3, w00 = 1 - w10 - w01 - w11 + r4 + r5 + r6,
+// which changes a sum of w p by r1 (p11 - p10 - p01 + p00) + r2 (p10 - p00) + r3 (p01 - p00) +
+// (r4 + r5 + r6) p00. With values of p in a range that is R wide and holds 0 that is 7 h R = 3.5 e R.
+//   Equal alphas, and alpha: R = 255; four more roundings of each term in the formula, at most four here:
+//   d < 11.5 * 255 e + 2^-17 < 3.1 units of 2^-14. With the sum's rounding 3.6: 4 units.
+//   Colours: the quotient of the sums of w a c and w a is off by the sum of w a (c - x) over the sum of
+//   w a: R = 255^2, as x is between 0 and 255. In the formula 5 e for the sum, 4 e for alpha's and 2 e for
+//   inverse and product, here 4 e, 4 e and 2 e: d < 3.5 * 255^2 e / alpha + 21 * 255 e + 2^-17, which is
+//   less than 0.01357 / alpha + 5.4 units. With the roundings of the sum and of the limits 6.4: 7 units;
+//   and 0.0138, since alpha is off too, by less than a hundredth where it is visible, 0.5 and more.
+template <class P>
+struct SeparableMath;
+template <>
+struct SeparableMath<PF_Pixel8> {
+  static constexpr int kShift = 14;
+  static constexpr float kBase = 512.0f, kMargin = 0x1p-12f, kColourMargin = 7 * 0x1p-14f, kOverAlpha = 0.0138f;
+};
+template <>
+struct SeparableMath<PF_Pixel16> {
+  static constexpr int kShift = 16;
+  static constexpr double kBase = 0x1p36, kMargin = 0x1p-16, kColourMargin = 0x1p-16, kOverAlpha = 0;
+};
+
+template <class V>
+HWY_INLINE V Mix(V weight0, V v0, V weight1, V v1) {
+  return hn::Add(hn::Mul(weight0, v0), hn::Mul(weight1, v1));
+}
+
+// Blends a source row along itself at every sample: with alpha, the sums of alpha and of alpha times
+// colour; else of colour alone.
+template <class P, bool with_alpha>
+HWY_NOINLINE void SpreadRow(const HeldElement<P>* planes, std::int64_t stride, SamplePositions positions,
+                            std::int64_t n, std::int64_t out_stride, RealOf<P>* out) {
+  const RealTag<P> d;
+  for (std::int64_t k = 0; k < n; k += static_cast<std::int64_t>(hn::Lanes(d))) {
+    const auto place = PlaceAt<P>(positions, k);
+    const auto rest = hn::Sub(hn::Set(d, RealOf<P>(1)), place.u);
+    auto p0 = LoadTap(planes, stride, place), p1 = LoadTap(planes + 1, stride, place);
+    if constexpr (with_alpha) {
+      p0 = TimesAlpha(p0);
+      p1 = TimesAlpha(p1);
+      hn::StoreU(Mix(rest, p0.alpha, place.u, p1.alpha), d, out + k);
+    }
+    hn::StoreU(Mix(rest, p0.red, place.u, p1.red), d, out + out_stride + k);
+    hn::StoreU(Mix(rest, p0.green, place.u, p1.green), d, out + 2 * out_stride + k);
+    hn::StoreU(Mix(rest, p0.blue, place.u, p1.blue), d, out + 3 * out_stride + k);
+  }
+}
+
+// A whole pixel in each lane, from lanes of channels that hold theirs from bit `shift` on.
+template <class DU, class V = hn::Vec<DU>>
+HWY_INLINE V PackWholeParts(DU d, const Channels<V>& p, PF_Pixel8) {
+  const auto at = [&](V v, std::uint32_t mask) HWY_ATTR { return hn::And(v, hn::Set(d, mask)); };
+  return hn::Or(hn::Or(at(hn::ShiftRight<14>(p.alpha), 0xFF), at(hn::ShiftRight<6>(p.red), 0xFF00)),
+                hn::Or(at(hn::ShiftLeft<2>(p.green), 0xFF0000), at(hn::ShiftLeft<10>(p.blue), 0xFF000000)));
+}
+template <class DU, class V = hn::Vec<DU>>
+HWY_INLINE V PackWholeParts(DU d, const Channels<V>& p, PF_Pixel16) {
+  const auto at = [&](V v, std::uint64_t mask) HWY_ATTR { return hn::And(v, hn::Set(d, mask)); };
+  return hn::Or(hn::Or(at(hn::ShiftRight<16>(p.alpha), 0xFFFF), at(p.red, 0xFFFF0000)),
+                hn::Or(at(hn::ShiftLeft<16>(p.green), std::uint64_t{0xFFFF} << 32),
+                       at(hn::ShiftLeft<32>(p.blue), std::uint64_t{0xFFFF} << 48)));
+}
+
+// Between two spread rows.
+template <class P, bool with_alpha>
+class SeparableSampler {
+ public:
+  using Real = RealOf<P>;
+  using V = RealVec<P>;
+  using DU = hn::RebindToUnsigned<RealTag<P>>;
+  using Bits = hn::Vec<DU>;
+  using Math = SeparableMath<P>;
+
+  HWY_INLINE SeparableSampler(const Real* upper, const Real* lower, std::int64_t stride, Real v, Real alpha)
+      : upper_(upper),
+        lower_(lower),
+        stride_(stride),
+        rest_(hn::Set(RealTag<P>(), 1 - v)),
+        v_(hn::Set(RealTag<P>(), v)),
+        all_alpha_(hn::BitCast(DU(), hn::Set(RealTag<P>(), Math::kBase + alpha))) {}
+
+  // False: the formula must decide.
+  HWY_INLINE bool operator()(std::int64_t k, Bits* pixels) const {
+    const RealTag<P> d;
+    const V centre = hn::Set(d, Math::kBase + Real(0.5)), margin = hn::Set(d, Math::kMargin);
+    const V red = Between(stride_ + k), green = Between(2 * stride_ + k), blue = Between(3 * stride_ + k);
+    Limits limits = {hn::Sub(centre, margin), hn::Add(centre, margin), hn::Zero(DU())};
+    Channels<Bits> whole = {all_alpha_, all_alpha_, all_alpha_, all_alpha_};
+    if constexpr (with_alpha) {
+      const V alpha = Between(k), visible = hn::Set(d, Real(0.5));
+      whole.alpha = limits.WholeBits(alpha);
+      const V inverse = hn::IfThenElseZero(hn::Ge(alpha, visible), hn::Div(hn::Set(d, Real(1)), alpha));
+      if constexpr (Math::kOverAlpha != 0) {
+        const V wider = hn::Add(hn::Mul(inverse, hn::Set(d, Math::kOverAlpha)), hn::Set(d, Math::kColourMargin));
+        limits.low = hn::Sub(centre, wider);
+        limits.high = hn::Add(centre, wider);
+      }
+      whole.red = limits.WholeBits(hn::Mul(red, inverse));
+      whole.green = limits.WholeBits(hn::Mul(green, inverse));
+      whole.blue = limits.WholeBits(hn::Mul(blue, inverse));
+    } else {
+      whole.red = limits.WholeBits(red);
+      whole.green = limits.WholeBits(green);
+      whole.blue = limits.WholeBits(blue);
+    }
+    *pixels = PackWholeParts(DU(), whole, P{});
+    return hn::AllTrue(DU(), hn::Eq(hn::ShiftRight<Math::kShift>(limits.differing), hn::Zero(DU())));
+  }
+
+ private:
+  struct Limits {
+    HWY_INLINE Bits WholeBits(V value) {
+      const auto lower = hn::BitCast(DU(), hn::Add(value, low)), upper = hn::BitCast(DU(), hn::Add(value, high));
+      differing = hn::Or(differing, hn::Xor(lower, upper));
+      return lower;
+    }
+    V low, high;
+    Bits differing;
+  };
+
+  HWY_INLINE V Between(std::int64_t element) const {
+    const RealTag<P> d;
+    return Mix(rest_, hn::LoadU(d, upper_ + element), v_, hn::LoadU(d, lower_ + element));
+  }
+
+  const Real *upper_, *lower_;
+  std::int64_t stride_;
+  V rest_, v_;
+  Bits all_alpha_;
+};
+
+// `upper` and `lower` are spread rows; without alpha, it is the same everywhere.
+template <class P, bool with_alpha>
+HWY_NOINLINE void SeparableRange(const RowJob<P>& job, const RealOf<P>* upper, const RealOf<P>* lower,
+                                 std::int64_t stride, float alpha, std::int64_t begin, std::int64_t end) {
+  using Sampler = SeparableSampler<P, with_alpha>;
+  constexpr AlphaClass kAlphas = with_alpha ? AlphaClass::kDiffering : AlphaClass::kEqual;
+  const typename Sampler::DU d;
+  const Sampler sample(upper, lower, stride, job.v, static_cast<RealOf<P>>(alpha));
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  for (std::int64_t k = begin; k < end; k += lanes) {
+    typename Sampler::Bits pixels;
+    const std::int64_t valid = std::min(lanes, end - k);
+    if (HWY_UNLIKELY(!sample(k, &pixels))) {
+      BlendRange<P, kAlphas>(job, k, k + valid);
+    } else if (HWY_LIKELY(valid == lanes)) {
+      hn::StoreU(pixels, d, reinterpret_cast<hn::TFromD<typename Sampler::DU>*>(job.out + k));
+    } else {
+      alignas(HWY_MAX_BYTES) P last[HWY_MAX_BYTES / sizeof(P)];
+      hn::Store(pixels, d, reinterpret_cast<hn::TFromD<typename Sampler::DU>*>(last));
+      std::memcpy(job.out + k, last, static_cast<std::size_t>(valid) * sizeof(P));
+    }
+  }
+}
+
+#endif  // HWY_TARGET
+
+}  // namespace HWY_NAMESPACE
+}  // namespace pf
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard

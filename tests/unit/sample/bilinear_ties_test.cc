@@ -1,0 +1,125 @@
+// After: bilinear rows of 8 and 16 bits whose sums are rounded in another order than one sampler call's.
+// The pictures are made of blocks whose exact values lie as close to where rounding turns, and alpha to
+// where pixels become visible, as a search finds, so that any such difference shows.
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "sample/SampleKernels.h"
+#include "support/Worlds.h"
+
+namespace {
+
+using pftest::Between;
+using pftest::Random;
+using pftest::TestWorld;
+
+// The channels of four neighbours, and where between them a sample lies, in pixels.
+struct Square {
+  int alpha[4], colour[4][3];
+};
+struct Place {
+  double u, v;
+};
+
+Square RandomSquare(Random& random, int full, int alpha_limit, bool equal) {
+  Square square;
+  for (int i = 0; i < 4; ++i) {
+    // A large alpha among small ones makes most of the error of a small weight.
+    const int limit = random() % 4 == 0 ? full : alpha_limit;
+    square.alpha[i] = equal ? full : static_cast<int>(Between(random, 0, limit));
+    for (int& c : square.colour[i]) c = static_cast<int>(Between(random, 0, full));
+  }
+  return square;
+}
+
+// From the exact results to the next place where one is stored differently.
+double DistanceToTurn(const Square& square, Place at) {
+  const long double w[4] = {(1 - at.u) * (1 - at.v), at.u * (1 - at.v), (1 - at.u) * at.v, at.u * at.v};
+  long double alpha = 0, sum[3] = {0, 0, 0};
+  for (int i = 0; i < 4; ++i) {
+    alpha += w[i] * square.alpha[i];
+    for (int c = 0; c < 3; ++c) sum[c] += w[i] * square.alpha[i] * square.colour[i][c];
+  }
+  const auto to_half = [](long double v) { return static_cast<double>(std::abs(v - std::floor(v) - 0.5L)); };
+  double least = to_half(alpha);
+  for (int c = 0; c < 3 && alpha > 0; ++c) least = std::min(least, to_half(sum[c] / alpha));
+  return least;
+}
+
+template <class P>
+void CheckRow(Random& random, std::int64_t fx, std::int64_t fy, int alpha_limit, bool equal) {
+  constexpr int kSquares = 40, kTried = 2000, kFull = sizeof(P) == 4 ? 255 : 32768;
+  TestWorld world(sizeof(P) * 2, 2 * kSquares, 2);
+  for (int m = 0; m < kSquares; ++m) {
+    Square best = {};
+    double least = 1;
+    for (int i = 0; i < kTried; ++i) {
+      const Square square = RandomSquare(random, kFull, alpha_limit, equal);
+      const double distance =
+          DistanceToTurn(square, {static_cast<double>(fx) / 65536, static_cast<double>(fy) / 65536});
+      if (distance < least) {
+        least = distance;
+        best = square;
+      }
+    }
+    for (int i = 0; i < 4; ++i) {
+      using Channel = decltype(P::red);
+      const auto channel = [](int c) { return static_cast<Channel>(c); };
+      world.At<P>(2 * m + i % 2, i / 2) = {channel(best.alpha[i]), channel(best.colour[i][0]),
+                                           channel(best.colour[i][1]), channel(best.colour[i][2])};
+    }
+  }
+  const PF_SampPB params = {0, 0, 0, world.record()};
+  const std::int64_t n = 2 * kSquares - 1;
+  const auto row_of = [&](const pf::SampleKernels& kernels) {
+    const pf::SampleKernels::Pair& pair = kernels.bilinear_straight[pf::DepthIndex(world.depth())];
+    const pftest::GuardedMemory scratch((pair.scratch_size(&params, 65536, n) + 63) / 64 * 64);
+    std::memset(scratch.data(), 0, 64);
+    std::vector<P> pixels(static_cast<std::size_t>(n));
+    pair.row(pf::SampleRow{&params, fx, 65536, fy, pixels.data(), n}, scratch.data());
+    return pixels;
+  };
+  const std::vector<P> expected = row_of(pf::kPortableSampleKernels);
+  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    hwy::SetSupportedTargetsForTest(target);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    const std::vector<P> row = row_of(pf::VectorSampleKernels());
+    for (std::size_t k = 0; k < row.size(); ++k) {
+      EXPECT_EQ(std::memcmp(&row[k], &expected[k], sizeof(P)), 0)
+          << hwy::TargetName(target) << ", " << world.depth() << " bits, fractions " << fx << " and " << fy
+          << ", alphas to " << alpha_limit << (equal ? ", equal" : "") << ", sample " << k << ": " << +row[k].alpha
+          << ' ' << +row[k].red << ' ' << +row[k].green << ' ' << +row[k].blue << " instead of " << +expected[k].alpha
+          << ' ' << +expected[k].red << ' ' << +expected[k].green << ' ' << +expected[k].blue;
+    }
+  }
+  hwy::SetSupportedTargetsForTest(0);
+  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+
+// Few bits, where exact ties are found, many, where near ones are, and both ends.
+template <class P>
+void CheckRows() {
+  Random random(1);
+  const std::int64_t fractions[] = {1, 2, 128, 16384, 21845, 32768, 32769, 65024, 65279, 65531, 65535};
+  for (int turn = 0; turn < 25; ++turn) {
+    const auto fraction = [&] {
+      return random() % 2 == 0 ? fractions[random() % std::size(fractions)] : Between(random, 1, 65535);
+    };
+    for (const int alpha_limit : {sizeof(P) == 4 ? 255 : 32768, 20, 2}) {
+      CheckRow<P>(random, fraction(), fraction(), alpha_limit, false);
+    }
+    CheckRow<P>(random, fraction(), fraction(), 0, true);
+    if (testing::Test::HasFailure()) return;
+  }
+}
+
+TEST(BilinearTies, EightBits) { CheckRows<PF_Pixel8>(); }
+TEST(BilinearTies, SixteenBits) { CheckRows<PF_Pixel16>(); }
+
+}  // namespace
