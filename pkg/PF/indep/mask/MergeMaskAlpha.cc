@@ -14,8 +14,6 @@
 namespace pf {
 namespace {
 
-constexpr char kUnfit[] = "Unexpected bitdepth in PFp_MergeMaskAlphaScanIter()";
-
 struct Interval {
   std::int64_t begin, end;
 
@@ -41,7 +39,7 @@ void ClearAlpha(std::byte* row, std::int64_t begin, std::int64_t end) {
   for (std::int64_t x = begin; x < end; ++x) pixels[x] = {0, pixels[x].red, pixels[x].green, pixels[x].blue};
 }
 
-// Everything is in world coordinates; `used` lies in `area` and is not empty.
+// Both in world coordinates; `used` lies in `area` and is not empty.
 template <class P>
 PF_Err MergeRows(const PF_ProgressInfo* progress, const Area& area, const Area& used, std::int64_t h, std::int64_t v,
                  const PF_UnoBuffer* mask, const PF_World& world) {
@@ -61,29 +59,33 @@ PF_Err MergeRows(const PF_ProgressInfo* progress, const Area& area, const Area& 
   return ForRows(progress, RowReports::kNone, static_cast<std::int32_t>(area.rows.end - area.rows.begin), row);
 }
 
+template <class P>
+PF_Err MergeInto(const PF_ProgressInfo* progress, std::int64_t h, std::int64_t v, const M_LRect* clip,
+                 const PF_UnoBuffer* mask, const M_LRect* area_rect, PF_World& world) {
+  const Area whole = {{0, world.width}, {0, world.height}};
+  const Area area = area_rect != nullptr ? Area::Of(*area_rect).And(whole) : whole;
+  if (area.Empty()) return PF_Err_NONE;
+  const Area values = {{0, mask->width}, {0, mask->height}};
+  const Area used = (clip != nullptr ? Area::Of(*clip).And(values) : values).MovedBy(h, v).And(area);
+  if (!used.Empty()) return MergeRows<P>(progress, area, used, h, v, mask, world);
+  const auto side = [](std::int64_t value) { return static_cast<std::int32_t>(value); };
+  const M_LRect all = {side(area.columns.begin), side(area.rows.begin), side(area.columns.end), side(area.rows.end)};
+  world.Clear(&all);
+  return PF_Err_NONE;
+}
+
 PF_Err Merge(const PF_ProgressInfo* progress, std::int32_t h, std::int32_t v, const M_LRect* clip,
-             const PF_UnoBuffer* mask, const M_LRect* area_rect, PF_World* world) {
+             const PF_UnoBuffer* mask, const M_LRect* area, PF_World* world) {
   CheckMask(mask);
   if (world == nullptr || world->data == nullptr) {
     return FailVerification("merge of a mask without a world or its pixels", Site::kMask);
   }
-  if (mask->depth != 8 && mask->depth != 16) return FailVerification(kUnfit, Site::kMask);
-
-  const Area whole = {{0, world->width}, {0, world->height}};
-  const Area area = area_rect != nullptr ? Area::Of(*area_rect).And(whole) : whole;
-  if (area.Empty()) return PF_Err_NONE;
-  Area usable = {{0, mask->width}, {0, mask->height}};
-  if (clip != nullptr) usable = usable.And(Area::Of(*clip));
-  const Area used = usable.MovedBy(h, v).And(area);
-  if (used.Empty()) {
-    const auto side = [](std::int64_t value) { return static_cast<std::int32_t>(value); };
-    const M_LRect all = {side(area.columns.begin), side(area.rows.begin), side(area.columns.end), side(area.rows.end)};
-    world->Clear(&all);
-    return PF_Err_NONE;
-  }
-  return DispatchDepth(
-      world->Depth(), [&]<class P>(P) -> PF_Err { return MergeRows<P>(progress, area, used, h, v, mask, *world); },
-      []() -> PF_Err { return FailVerification(kUnfit, Site::kMask); });
+  const auto unfit = []() -> PF_Err {
+    return FailVerification("Unexpected bitdepth in PFp_MergeMaskAlphaScanIter()", Site::kMask);
+  };
+  if (mask->depth != 8 && mask->depth != 16) return unfit();
+  const auto into = [&]<class P>(P) -> PF_Err { return MergeInto<P>(progress, h, v, clip, mask, area, *world); };
+  return DispatchDepth(world->Depth(), into, unfit);
 }
 
 }  // namespace
