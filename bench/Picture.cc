@@ -83,4 +83,10 @@ bool Picture::SamePixels(const Picture& other) const {
   return true;
 }
 
+void Picture::MakeSecond() {
+  second = std::make_unique<Picture>(size(), depth_);
+  second->FillBytes(0);
+  for (std::int32_t y = 0; y < height(); ++y) std::memcpy(second->row(y), row(height() - 1 - y), used_row_bytes());
+}
+
 }  // namespace pfbench

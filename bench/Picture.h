@@ -61,6 +61,10 @@ class Picture {
   void Premultiply();
   // Compares pixels, not padding.
   bool SamePixels(const Picture& other) const;
+  // Makes the picture upside down the second source.
+  void MakeSecond();
+
+  std::unique_ptr<Picture> second;  // of tasks that have two sources, else null
 
  private:
   std::int32_t depth_;

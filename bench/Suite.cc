@@ -16,8 +16,9 @@ constexpr int kTwoThreads = 2;
 // Moves as many bytes as the task reads and writes.
 class MemoryCopy {
  public:
-  explicit MemoryCopy(const Task& task)
-      : from_((task.src.bytes() + task.dst.bytes()) / 2), to_((task.src.bytes() + task.dst.bytes()) / 2) {
+  MemoryCopy(const Task& task, int sources)
+      : MemoryCopy((task.src.bytes() * static_cast<std::size_t>(sources) + task.dst.bytes()) / 2) {}
+  explicit MemoryCopy(std::size_t size) : from_(size), to_(size) {
     std::memset(from_.data(), 1, from_.size());
     std::memset(to_.data(), 2, to_.size());
   }
@@ -57,7 +58,7 @@ void CompareResults(const Case& wanted, const Task& task) {
 }
 
 void TakeTimes(const Case& wanted, const Task& task, const Pace& pace, Row& row) {
-  const MemoryCopy copy(task);
+  const MemoryCopy copy(task, wanted.sources);
   std::vector<Contender> peers;
   wanted.contenders(task, peers);
   std::vector<std::function<void()>> functions = {[&] { Run(wanted, wanted.own, task); }, [&] { copy(); }};
@@ -99,6 +100,7 @@ Row RunCase(const Case& wanted, const Pace& pace) {
   Picture src(wanted.src_size, wanted.src_depth), dst(wanted.dst_size, wanted.dst_depth);
   src.FillNoise(wanted.opaque);
   if (wanted.work == Work::kPremultiplied) src.Premultiply();
+  if (wanted.sources == 2) src.MakeSecond();
   const Task task = {wanted.work, wanted.opaque, src, dst};
   CompareResults(wanted, task);
 

@@ -56,9 +56,13 @@ struct Case {
   Function installed;  // as the host installed it, or null when there is no such form
   bool has_kernels;    // false when there is no portable kernel to compare with
   AddContenders contenders;
+  int sources = 1;  // pictures of the source's size that are read; 2: the second is src.second
 
   std::string Name() const;
 };
+
+// The second source's share in cross-fades.
+inline constexpr double kFadeRatio = 0.3;
 
 struct PeerTime {
   std::string name, less, remark;

@@ -28,6 +28,13 @@ void AddResize(const Task& task, cv::InterpolationFlags filter, const char* name
   contenders.push_back({name, less, remark, [=]() mutable { cv::resize(src, dst, dst.size(), 0, 0, filter); }});
 }
 
+void AddCrossFade(const Task& task, std::vector<Contender>& contenders) {
+  const cv::Mat first = Wrap(task.src), second = Wrap(*task.src.second);
+  cv::Mat dst(first.size(), first.type());
+  contenders.push_back({"OpenCV addWeighted", "", "in single precision; floats without steps of 2^-16",
+                        [=]() mutable { cv::addWeighted(first, 1 - kFadeRatio, second, kFadeRatio, 0, dst); }});
+}
+
 void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
   cv::setNumThreads(1);
   const std::string less = LessForAlikeChannels(task);
@@ -46,8 +53,12 @@ void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
         AddResize(task, cv::INTER_AREA, "OpenCV INTER_AREA", less, "", contenders);
       }
       break;
+    case Work::kBlend:
+      AddCrossFade(task, contenders);
+      break;
     case Work::kDither:
     case Work::kVisit:
+    case Work::kMask:
       break;
   }
 }

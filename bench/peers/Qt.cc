@@ -1,6 +1,7 @@
-// Qt's QImage::scaled. Straight formats are multiplied, scaled and divided again by Qt within the call;
+// Qt's QImage::scaled and QPainter. Straight formats are multiplied, scaled and divided again by Qt within the call;
 // premultiplied ones are scaled as they are. Every call allocates its result.
 #include <QImage>
+#include <QPainter>
 #include <memory>
 #include <stdexcept>
 
@@ -35,6 +36,22 @@ void AddScaled(const Task& task, const Format& format, Qt::TransformationMode mo
                         }});
 }
 
+// The second picture is drawn into the first, which changes: a call reads and writes no more than that.
+void AddCrossFade(const Task& task, std::vector<Contender>& contenders) {
+  const QImage::Format format = task.src.depth() == 8 ? kPremultiplied.of8 : kPremultiplied.of16;
+  const auto image = [&](const std::shared_ptr<Picture>& p) {
+    return QImage(p->row<uchar>(0), p->width(), p->height(), p->row_bytes(), format).copy();
+  };
+  const QImage first = image(AlphaLast(task.src, true)), second = image(AlphaLast(*task.src.second, true));
+  contenders.push_back({"Qt QPainter, mode Source", "weights of 8 bits; into the first source", "",
+                        [=, dst = std::make_shared<QImage>(first)] {
+                          QPainter painter(dst.get());
+                          painter.setCompositionMode(QPainter::CompositionMode_Source);
+                          painter.setOpacity(kFadeRatio);
+                          painter.drawImage(0, 0, second);
+                        }});
+}
+
 void AddQt(const Task& task, std::vector<Contender>& contenders) {
   if (task.src.depth() == 32) return;
   switch (task.work) {
@@ -52,9 +69,13 @@ void AddQt(const Task& task, std::vector<Contender>& contenders) {
         AddScaled(task, kPremultiplied, Qt::SmoothTransformation, "is given premultiplied pixels", contenders);
       }
       break;
+    case Work::kBlend:
+      AddCrossFade(task, contenders);
+      break;
     case Work::kConvert:
     case Work::kDither:
     case Work::kVisit:
+    case Work::kMask:
       break;
   }
 }

@@ -147,6 +147,8 @@ void AddLibvips(const Task& task, std::vector<Contender>& contenders) {
       break;
     case Work::kDither:
     case Work::kVisit:
+    case Work::kMask:
+    case Work::kBlend:
       break;
   }
 }

@@ -1,6 +1,7 @@
 // libyuv: four channels of 8 bits alike, with weights of 7 bits.
 #include <libyuv/convert_argb.h>
 #include <libyuv/convert_from_argb.h>
+#include <libyuv/planar_functions.h>
 #include <libyuv/scale_argb.h>
 #include <libyuv/version.h>
 
@@ -48,6 +49,27 @@ void AddScale(const Task& task, libyuv::FilterMode filter, const char* name, con
                         }});
 }
 
+void AddCrossFade(const Task& task, std::vector<Contender>& contenders) {
+  constexpr const char* kLess = "weights of 8 bits";
+  constexpr int kWeight = static_cast<int>(256 * kFadeRatio);
+  const Picture *first = &task.src, *second = task.src.second.get();
+  if (first->depth() == 8) {
+    contenders.push_back({"libyuv ARGBInterpolate", kLess, "", [=, dst = Like(task.dst)] {
+                            Must(libyuv::ARGBInterpolate(first->row<std::uint8_t>(0), first->row_bytes(),
+                                                         second->row<std::uint8_t>(0), second->row_bytes(),
+                                                         dst->row<std::uint8_t>(0), dst->row_bytes(), dst->width(),
+                                                         dst->height(), kWeight));
+                          }});
+  } else if (first->depth() == 16) {
+    contenders.push_back({"libyuv InterpolatePlane_16", kLess, "", [=, dst = Like(task.dst)] {
+                            Must(libyuv::InterpolatePlane_16(first->row<std::uint16_t>(0), first->row_bytes() / 2,
+                                                             second->row<std::uint16_t>(0), second->row_bytes() / 2,
+                                                             dst->row<std::uint16_t>(0), dst->row_bytes() / 2,
+                                                             4 * dst->width(), dst->height(), kWeight));
+                          }});
+  }
+}
+
 std::string With(const std::string& less, const char* more) { return less.empty() ? more : less + "; " + more; }
 
 void AddLibyuv(const Task& task, std::vector<Contender>& contenders) {
@@ -68,8 +90,12 @@ void AddLibyuv(const Task& task, std::vector<Contender>& contenders) {
         AddScale(task, libyuv::kFilterBox, "libyuv kFilterBox", With(less, "lossy: boxes of whole pixels"), contenders);
       }
       break;
+    case Work::kBlend:
+      AddCrossFade(task, contenders);
+      break;
     case Work::kDither:
     case Work::kVisit:
+    case Work::kMask:
       break;
   }
 }

@@ -161,6 +161,8 @@ void AddZimg(const Task& task, std::vector<Contender>& contenders) {
       break;
     }
     case Work::kVisit:
+    case Work::kMask:
+    case Work::kBlend:
       break;
   }
 }
