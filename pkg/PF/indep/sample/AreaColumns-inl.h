@@ -248,6 +248,14 @@ class ColumnSums<PF_Pixel16, straight> {
 };
 
 template <bool straight>
+HWY_INLINE Sum4 FloatTerms(const std::byte* from) {
+  const hn::Full128<float> d;
+  const auto pixel = hn::LoadU(d, reinterpret_cast<const float*>(from));
+  if constexpr (!straight) return Sum4::Of(pixel);
+  return Sum4::Of(pixel) * Sum4::Of(hn::IfThenElse(hn::FirstN(d, 1), hn::Set(d, 1.0f), hn::Broadcast<0>(pixel)));
+}
+
+template <bool straight>
 class ColumnSums<PF_PixelFloat, straight> {
  public:
   static constexpr std::size_t kColumns = 4;
@@ -259,20 +267,14 @@ class ColumnSums<PF_PixelFloat, straight> {
     Unrolled<kColumns>([&](auto c) HWY_ATTR { sums[c] = Sum4::Zero(); });
     for (std::int64_t j = rows_.first; j < rows_.end; ++j, from += stride_) {
       const double weight = rows_.WeightOf(j);
-      Unrolled<kColumns>([&](auto c)
-                             HWY_ATTR { sums[c] = sums[c] + Terms(from + c * sizeof(PF_PixelFloat)) * weight; });
+      Unrolled<kColumns>([&](auto c) HWY_ATTR {
+        sums[c] = sums[c] + FloatTerms<straight>(from + c * sizeof(PF_PixelFloat)) * weight;
+      });
     }
     Unrolled<kColumns>([&](auto c) HWY_ATTR { sums[c].Store(out + 4 * c); });
   }
 
  private:
-  static HWY_INLINE Sum4 Terms(const std::byte* from) {
-    const hn::Full128<float> d;
-    const auto pixel = hn::LoadU(d, reinterpret_cast<const float*>(from));
-    if constexpr (!straight) return Sum4::Of(pixel);
-    return Sum4::Of(pixel) * Sum4::Of(hn::IfThenElse(hn::FirstN(d, 1), hn::Set(d, 1.0f), hn::Broadcast<0>(pixel)));
-  }
-
   RowBlock rows_;
   std::int64_t stride_;
 };

@@ -207,14 +207,13 @@ void AreaRow(const SampleRow& row, std::byte* scratch) {
   std::fill(out, out + head.begin, P{});
   std::fill(out + head.end, out + row.n, P{});
   const AreaReal<P> inverse_area = InverseArea<P>(*row.params);
-  if constexpr (std::is_same_v<P, PF_Pixel8>) {
-    using Pairs = PairMeans<straight>;
-    const bool whole = rows.first_weight == 1.0 && rows.last_weight == 1.0 && rows.end - rows.first <= Pairs::kMaxRows;
-    if (whole && head.pairs != 0 && head.end - head.begin >= Pairs::kSamples) {
-      SamplePairs<straight>(src, rows, cache.columns()[head.begin].first, head.end - head.begin, inverse_area,
-                            out + head.begin);
-      return;
-    }
+  using Pairs = PairMeans<P, straight>;
+  const bool whole_rows = rows.first_weight == 1.0 && rows.last_weight == 1.0;
+  if (whole_rows && rows.end - rows.first <= Pairs::kMaxRows && head.pairs != 0 &&
+      head.end - head.begin >= Pairs::kSamples) {
+    SamplePairs<P, straight>(src, rows, cache.columns()[head.begin].first, head.end - head.begin, inverse_area,
+                             out + head.begin);
+    return;
   }
   const SampleColumns<AreaReal<P>>* columns = cache.columns();
   const std::int64_t tile = TileColumns(*row.params);
