@@ -2,19 +2,22 @@
 
 #include "blend/BlendKernels.h"
 #include "copy/ReplicateKernels.h"
+#include "mask/MaskCombineKernels.h"
 #include "mask/MaskKernels.h"
+#include "mask/MaskScanKernels.h"
 #include "paint/PaintKernels.h"
 #include "sample/SampleKernels.h"
 #include "world/ConvertKernels.h"
 
 namespace pf {
 
-const KernelSet kPortableKernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels,
-                                    &kPortableMaskKernels,    &kPortablePaintKernels,  &kPortableBlendKernels};
+const KernelSet kPortableKernels = {&kPortableConvertKernels,     &kPortableSampleKernels,  &kPortableReplicateKernels,
+                                    &kPortableMaskKernels,        &kPortablePaintKernels,   &kPortableBlendKernels,
+                                    &kPortableMaskCombineKernels, &kPortableMaskScanKernels};
 
 KernelSet VectorKernels() {
-  return {&VectorConvertKernels(), &VectorSampleKernels(), &VectorReplicateKernels(),
-          &VectorMaskKernels(),    &VectorPaintKernels(),  &VectorBlendKernels()};
+  return {&VectorConvertKernels(), &VectorSampleKernels(), &VectorReplicateKernels(),   &VectorMaskKernels(),
+          &VectorPaintKernels(),   &VectorBlendKernels(),  &VectorMaskCombineKernels(), &VectorMaskScanKernels()};
 }
 
 void KernelSlots::Set(const KernelSet& kernels) {
@@ -24,12 +27,15 @@ void KernelSlots::Set(const KernelSet& kernels) {
   mask = kernels.mask;
   paint = kernels.paint;
   blend = kernels.blend;
+  mask_combine = kernels.mask_combine;
+  mask_scan = kernels.mask_scan;
 }
 
-KernelSet KernelSlots::Get() const { return {convert, sample, replicate, mask, paint, blend}; }
+KernelSet KernelSlots::Get() const { return {convert, sample, replicate, mask, paint, blend, mask_combine, mask_scan}; }
 
-constinit KernelSlots g_kernels = {&kPortableConvertKernels, &kPortableSampleKernels, &kPortableReplicateKernels,
-                                   &kPortableMaskKernels,    &kPortablePaintKernels,  &kPortableBlendKernels};
+constinit KernelSlots g_kernels = {&kPortableConvertKernels,     &kPortableSampleKernels,  &kPortableReplicateKernels,
+                                   &kPortableMaskKernels,        &kPortablePaintKernels,   &kPortableBlendKernels,
+                                   &kPortableMaskCombineKernels, &kPortableMaskScanKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};
 constinit std::atomic<std::int64_t> g_live_worlds{0};
 constinit std::atomic<std::int64_t> g_live_chunks{0};

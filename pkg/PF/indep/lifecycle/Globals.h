@@ -18,6 +18,8 @@ struct ReplicateKernels;
 struct MaskKernels;
 struct PaintKernels;
 struct BlendKernels;
+struct MaskCombineKernels;
+struct MaskScanKernels;
 
 // One choice of kernels for every concern.
 struct KernelSet {
@@ -27,6 +29,8 @@ struct KernelSet {
   const MaskKernels* mask;
   const PaintKernels* paint;
   const BlendKernels* blend;
+  const MaskCombineKernels* mask_combine;
+  const MaskScanKernels* mask_scan;
 };
 // Plain C++: the reference.
 extern const KernelSet kPortableKernels;
@@ -42,6 +46,8 @@ struct KernelSlots {
   std::atomic<const MaskKernels*> mask;
   std::atomic<const PaintKernels*> paint;
   std::atomic<const BlendKernels*> blend;
+  std::atomic<const MaskCombineKernels*> mask_combine;
+  std::atomic<const MaskScanKernels*> mask_scan;
 
   void Set(const KernelSet& kernels);
   KernelSet Get() const;

@@ -12,7 +12,7 @@
 #include <cstdint>
 
 #include "sample/BilinearTaps-inl.h"
-#include "sample/PairProducts-inl.h"
+#include "simd/PairProducts-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {

@@ -84,8 +84,8 @@ void ConvertRows(const RowCopy& copy, const PF_ProgressInfo* progress) {
 void DitherRows(const RowCopy& copy, DitherRun run, const PF_ProgressInfo* progress) {
   const auto kernel = g_kernels.convert.load(std::memory_order_relaxed)->dither16to8;
   for (std::int64_t i = 0; i < copy.height; ++i) {
-    run.ConvertRow(kernel, reinterpret_cast<const std::uint16_t*>(copy.from.At(i)),
-                   reinterpret_cast<std::uint8_t*>(copy.to.At(i)), copy.width);
+    run.Convert(kernel, reinterpret_cast<const std::uint16_t*>(copy.from.At(i)),
+                reinterpret_cast<std::uint8_t*>(copy.to.At(i)), 4 * copy.width);
     ThrowIfStopped(PollAfterRow(progress, i, copy.height));
   }
 }

@@ -4,6 +4,7 @@
 
 #include "PF/PF_Worlds.h"
 #include "lifecycle/Globals.h"
+#include "pixel/ConvertDepth.h"
 
 namespace pf {
 namespace {
@@ -28,26 +29,24 @@ DitherRun DitherRun::Reserve(std::int64_t count) {
   return run;
 }
 
-void DitherRun::ConvertRow(ConvertKernels::DitherRow kernel, const std::uint16_t* in, std::uint8_t* out,
-                           std::int64_t n) {
-  while (n > 0) {
-    const std::int64_t whole = std::min(n, (length_ - next_) / 4);
-    if (whole > 0) {
-      kernel(in, out, table_ + next_, static_cast<std::size_t>(whole));
-      next_ = (next_ + 4 * whole) % length_;
-    } else {
-      // The pixel whose values wrap at the table's end.
-      std::uint32_t values[4];
-      for (std::uint32_t& value : values) {
-        value = table_[next_];
-        next_ = (next_ + 1) % length_;
-      }
-      kernel(in, out, values, 1);
-    }
-    const std::int64_t done = std::max<std::int64_t>(whole, 1);
-    in += 4 * done;
-    out += 4 * done;
-    n -= done;
+DitherRun DitherRun::Behind(std::int64_t count) const {
+  DitherRun rest = *this;
+  if (HasTable()) rest.next_ = (next_ + count % length_) % length_;
+  return rest;
+}
+
+void DitherRun::Convert(ConvertKernels::DitherRow kernel, const std::uint16_t* in, std::uint8_t* out,
+                        std::int64_t count) {
+  while (count > 0) {
+    const std::int64_t pixels = std::min(count, length_ - next_) / 4;
+    if (pixels > 0) kernel(in, out, table_ + next_, static_cast<std::size_t>(pixels));
+    // What ends in the middle of a pixel, at the end of the row or of the table.
+    if (pixels == 0) *out = NarrowDithered(*in, table_[next_]);
+    const std::int64_t done = std::max<std::int64_t>(4 * pixels, 1);
+    next_ = (next_ + done) % length_;
+    in += done;
+    out += done;
+    count -= done;
   }
 }
 

@@ -16,8 +16,10 @@ class DitherRun {
 
   // False when there is no sequence: then nothing can be drawn.
   bool HasTable() const { return table_ != nullptr; }
-  // Converts n pixels with the next 4 n values.
-  void ConvertRow(ConvertKernels::DitherRow kernel, const std::uint16_t* in, std::uint8_t* out, std::int64_t n);
+  // The run behind its first `count` values.
+  DitherRun Behind(std::int64_t count) const;
+  // Converts `count` channels, whole pixels or not, with as many values.
+  void Convert(ConvertKernels::DitherRow kernel, const std::uint16_t* in, std::uint8_t* out, std::int64_t count);
 
  private:
   const std::uint32_t* table_ = nullptr;

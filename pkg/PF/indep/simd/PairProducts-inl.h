@@ -1,9 +1,9 @@
 // Products of neighbouring 16-bit lanes, added in pairs.
-#if defined(PF_SAMPLE_PAIR_PRODUCTS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef PF_SAMPLE_PAIR_PRODUCTS_INL_H
-#undef PF_SAMPLE_PAIR_PRODUCTS_INL_H
+#if defined(PF_SIMD_PAIR_PRODUCTS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SIMD_PAIR_PRODUCTS_INL_H
+#undef PF_SIMD_PAIR_PRODUCTS_INL_H
 #else
-#define PF_SAMPLE_PAIR_PRODUCTS_INL_H
+#define PF_SIMD_PAIR_PRODUCTS_INL_H
 #endif
 
 #include <hwy/highway.h>
