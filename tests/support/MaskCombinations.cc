@@ -1,7 +1,100 @@
 #include "support/OperationTable.h"
+#include "support/TestMask.h"
 
 namespace pftest {
+namespace {
 
-void AddMaskCombinations(OperationTable&) {}
+// Runs `body`, in which masks are made, and adds up `result` when all went well.
+PF_Err WithMasks(Trial& run, const std::function<PF_Err(Trial&)>& body) {
+  PF_Err code = PF_Err_NONE;
+  const PF_Err thrown = CodeOf([&] { code = body(run); });
+  return thrown != PF_Err_NONE ? thrown : code;
+}
+
+void AddMask(Hash& hash, const TestMask& mask) {
+  const auto bytes = mask.Bytes();
+  hash.Add(bytes.data(), bytes.size());
+}
+
+std::int32_t AnyWidth(Trial& run) { return static_cast<std::int32_t>(Between(run.random, 30, 75)); }
+
+void Add(OperationTable& table, const std::string& name, std::int32_t depth,
+         const std::function<PF_Err(Trial&)>& body) {
+  table.push_back({name, depth, true, [=](Trial& run) { return WithMasks(run, body); }});
+}
+
+void AddAccumulations(OperationTable& table) {
+  for (const int from : {8, 16, 32}) {
+    for (const int to : {8, 16, 32}) {
+      Add(table, At("accumulate masks", from, to), to, [=](Trial& run) {
+        TestMask src(from, AnyWidth(run), 150, run.random), dst(to, AnyWidth(run), 140, run.random);
+        const M_LRect rect = {3, -5, 70, 160};
+        const M_LPoint at = {-2, 1};
+        PF_Err code = PF_Err_NONE;
+        for (std::int32_t mode = 0; mode < PF_MaskMode_COUNT && code == PF_Err_NONE; ++mode) {
+          code = PF_AccumulateUnoBuffers(run.progress, src.record(), mode, 0.9f, 0.8f, &rect, &at, dst.record());
+        }
+        AddMask(run.results, dst);
+        return code;
+      });
+      Add(table, At("transfer masks", from, to), to, [=](Trial& run) {
+        const std::int32_t width = AnyWidth(run);
+        TestMask first(from, width, 140, run.random), dst(to, width, 140, run.random);
+        const M_LRect rect = {0, 0, width, 140};
+        const M_LPoint at = {1, 0};
+        const PF_Err code = PF_TransferUnoBuffers(run.progress, first.record(), dst.record(), PF_MaskMode_ADD, &rect,
+                                                  &at, dst.record());
+        AddMask(run.results, dst);
+        return code;
+      });
+    }
+  }
+}
+
+void AddDeepConversions(OperationTable& table) {
+  for (const int to : {8, 16}) {
+    for (const std::int32_t dither : {0, 1}) {
+      Add(table, At(dither != 0 ? "convert deep mask dithered" : "convert deep mask", to), to, [=](Trial& run) {
+        const std::int32_t width = AnyWidth(run);
+        TestMask src(16, width, 140, run.random), dst(to, width, 140, run.random);
+        const M_LRect rect = {1, 0, width, 140};
+        PF_ResetDitherRandomIndex();
+        const PF_Err code = PF_ConvertDeepUnoBuffer(run.progress, src.record(), &rect, dither, dst.record());
+        AddMask(run.results, dst);
+        return code;
+      });
+    }
+  }
+}
+
+using ScanFunc = PF_Err (*)(const PF_UnoBuffer*, PF_UnoBuffer*, float, std::int32_t, const PF_ProgressInfo*);
+
+// Wide enough for several strips of columns.
+void AddScan(OperationTable& table, const char* name, int depth, ScanFunc scan) {
+  for (const bool in_place : {false, true}) {
+    for (const std::int32_t direction : {0, 1}) {
+      const std::string full = At(name, depth) + (direction == 0 ? " along rows" : " along columns");
+      Add(table, full + (in_place ? " in place" : ""), depth, [=](Trial& run) {
+        TestMask src(depth, 600 + AnyWidth(run), 40, run.random), dst(depth, src.width(), 40, run.random);
+        TestMask& out = in_place ? src : dst;
+        const float radius = 1.3f + static_cast<float>(run.random() % 16);
+        const PF_Err code = scan(src.record(), out.record(), radius, direction, run.progress);
+        AddMask(run.results, out);
+        return code;
+      });
+    }
+  }
+}
+
+}  // namespace
+
+void AddMaskCombinations(OperationTable& table) {
+  AddAccumulations(table);
+  AddDeepConversions(table);
+  AddScan(table, "bell scan", 8, &PF_GBlurUnoScan);
+  AddScan(table, "bell scan", 16, &PF_GBlurDeepUnoScan);
+  AddScan(table, "box scan", 8, &PF_BoxBlurUnoScan);
+  AddScan(table, "box scan", 16, &PF_BoxBlurDeepUnoScan);
+}
 
 }  // namespace pftest

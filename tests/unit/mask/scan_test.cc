@@ -1,0 +1,299 @@
+// After: weights that do not add up, sums that overflow or round twice, borders that leak or count twice, a
+// box whose running sum drifts, scans in place that read their own results, kernels that leave their run.
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include "filter/Bell.h"
+#include "mask/BoxDivider.h"
+#include "mask/MaskScanKernels.h"
+#include "reference/MaskScans.h"
+#include "support/TestHost.h"
+
+namespace {
+
+using pftest::Between;
+using pftest::GuardedMemory;
+using pftest::Host;
+using pftest::Random;
+using pftest::TestMask;
+
+using ScanFunc = PF_Err (*)(const PF_UnoBuffer*, PF_UnoBuffer*, float, std::int32_t, const PF_ProgressInfo*);
+struct Kind {
+  const char* name;
+  ScanFunc scan;
+  std::int32_t depth;
+  bool box;
+};
+constexpr Kind kKinds[] = {{"bell", &PF_GBlurUnoScan, 8, false},
+                           {"deep bell", &PF_GBlurDeepUnoScan, 16, false},
+                           {"box", &PF_BoxBlurUnoScan, 8, true},
+                           {"deep box", &PF_BoxBlurDeepUnoScan, 16, true}};
+
+class MaskScan : public testing::Test {
+ protected:
+  void SetUp() override {
+    Host().Reset();
+    ASSERT_EQ(PF_Birth(), 0);
+  }
+  void TearDown() override {
+    Host().Reset();
+    EXPECT_EQ(PF_Death(), 0);
+  }
+};
+
+void ExpectScan(const Kind& kind, TestMask& src, float radius, bool along_rows, bool in_place) {
+  const auto expected = pftest::ReferenceScan(src, radius, kind.box, along_rows);
+  TestMask other(kind.depth, src.width(), src.height());
+  TestMask& dst = in_place ? src : other;
+  ASSERT_EQ(kind.scan(src.record(), dst.record(), radius, along_rows ? 0 : 1, nullptr), 0);
+  ASSERT_EQ(dst.FirstDifference(expected), "")
+      << kind.name << ", radius " << radius << (along_rows ? " along rows" : " along columns")
+      << (in_place ? ", in place" : "") << ", " << src.width() << "x" << src.height();
+}
+
+TEST_F(MaskScan, IsTheReferenceForAllRadiiSizesAndDirections) {
+  constexpr float kRadii[] = {0.0f, 0.2f, 0.49f, 0.5f, 1.0f, 1.5f, 2.0f, 2.5f, 5.0f, 9.4f, 31.0f, 100.7f};
+  constexpr std::int32_t kSizes[][2] = {{1, 1}, {1, 40}, {40, 1}, {17, 23}, {70, 9}, {261, 5}, {300, 34}};
+  Random random(1);
+  for (const Kind& kind : kKinds) {
+    for (const auto& size : kSizes) {
+      for (const float radius : kRadii) {
+        for (const int turn : {0, 1, 2, 3}) {
+          TestMask src(kind.depth, size[0], size[1], random);
+          ExpectScan(kind, src, radius, turn % 2 == 0, turn / 2 == 1);
+        }
+      }
+    }
+  }
+}
+
+TEST_F(MaskScan, TheLargestRadiiStayExact) {
+  Random random(2);
+  for (const Kind& kind : kKinds) {
+    for (const float radius : {32767.0f, 12345.6f}) {
+      for (const bool along_rows : {true, false}) {
+        TestMask src(kind.depth, along_rows ? 3000 : 3, along_rows ? 3 : 3000);
+        for (const bool full : {true, false}) {
+          if (full) src.FillWith(kind.depth == 8 ? 255 : 65535);
+          if (!full) src.Fill(random);
+          ExpectScan(kind, src, radius, along_rows, false);
+        }
+      }
+    }
+  }
+}
+
+// The centre of the widest bells weighs less than 0: a lone value must not wrap around.
+TEST_F(MaskScan, ALoneValueUnderTheWidestBellsIsNearlyGone) {
+  TestMask src(8, 1, 1), dst(8, 1, 1);
+  src.FillWith(255);
+  for (float radius = 32700; radius <= 32767; radius += 0.37f) {
+    ASSERT_EQ(PF_GBlurUnoScan(src.record(), dst.record(), radius, 0, nullptr), 0);
+    ASSERT_EQ(dst.Get(0, 0), 0) << radius;
+  }
+}
+
+TEST_F(MaskScan, AConstantMaskStaysConstantWhereNoBorderIsNear) {
+  for (const Kind& kind : kKinds) {
+    for (const double value : {1.0, 77.0, 128.0, 254.0, 255.0}) {
+      for (const float radius : {0.7f, 3.0f, 10.2f}) {
+        TestMask mask(kind.depth, 61, 61);
+        const double v = kind.depth == 8 ? value : value * 128 + 1;
+        mask.FillWith(v);
+        ASSERT_EQ(kind.scan(mask.record(), mask.record(), radius, 0, nullptr), 0);
+        ASSERT_EQ(kind.scan(mask.record(), mask.record(), radius, 1, nullptr), 0);
+        for (std::int32_t y = 22; y < 39; ++y) {
+          for (std::int32_t x = 22; x < 39; ++x) ASSERT_EQ(mask.Get(x, y), v) << kind.name << ", radius " << radius;
+        }
+        EXPECT_LT(mask.Get(0, 0), std::max(v, 2.0)) << "beyond the border there is nothing";
+      }
+    }
+  }
+}
+
+TEST_F(MaskScan, AnImpulseShowsTheBell) {
+  const float radius = 3;
+  TestMask src(16, 21, 1), dst(16, 21, 1);
+  src.FillWith(0);
+  src.Set(10, 0, 32768);
+  ASSERT_EQ(PF_GBlurDeepUnoScan(src.record(), dst.record(), radius, 0, nullptr), 0);
+  double sum = 0;
+  for (int i = -3; i <= 3; ++i) sum += pf::BellValue(std::abs(i) / 4.0);
+  for (int x = 0; x < 21; ++x) {
+    const int distance = std::abs(x - 10);
+    const double expected = distance > 3 ? 0 : 32768 * pf::BellValue(distance / 4.0) / sum;
+    EXPECT_NEAR(dst.Get(x, 0), expected, 0.5001) << x;
+  }
+}
+
+TEST(Bell, IsOneAtTheCentreAndNothingBeyondOne) {
+  EXPECT_EQ(pf::BellValue(0), 1);
+  EXPECT_NEAR(pf::BellValue(1), 0.000195, 0.000001);
+  EXPECT_EQ(pf::BellValue(1.0001), 0);
+  EXPECT_NEAR(pf::BellValue(0.5), 1 - (1 - std::exp(-0.5945)) * 1.102, 1e-15);
+}
+
+TEST_F(MaskScan, BadCallsGetTheirCodesAndChangeNothing) {
+  Random random(4);
+  for (const Kind& kind : kKinds) {
+    TestMask src(kind.depth, 9, 5, random), dst(kind.depth, 9, 5, random), narrow(kind.depth, 8, 5);
+    TestMask low(kind.depth, 9, 6), other(kind.depth == 8 ? 16 : 8, 9, 5), floats(32, 9, 5);
+    const auto before = dst.Bytes();
+    for (const float radius : {-0.001f, -5.0f, 32768.0f, 32767.1f, INFINITY, NAN}) {
+      EXPECT_EQ(kind.scan(src.record(), dst.record(), radius, 0, nullptr), 516) << radius;
+    }
+    for (TestMask* bad : {&narrow, &low, &other, &floats}) {
+      EXPECT_EQ(kind.scan(bad->record(), dst.record(), 2, 0, nullptr), 516);
+      EXPECT_EQ(kind.scan(dst.record(), bad->record(), 2, 0, nullptr), 516);
+    }
+    EXPECT_TRUE(Host().reports.empty());
+    EXPECT_EQ(kind.scan(nullptr, dst.record(), 2, 0, nullptr), 3);
+    EXPECT_EQ(kind.scan(dst.record(), nullptr, 2, 0, nullptr), 3);
+    EXPECT_EQ(dst.Bytes(), before);
+    Host().Reset();
+    TestMask empty(kind.depth, 0, 5), flat(kind.depth, 5, 0);
+    EXPECT_EQ(kind.scan(empty.record(), empty.record(), 2, 0, nullptr), 0);
+    EXPECT_EQ(kind.scan(flat.record(), flat.record(), 2, 1, nullptr), 0);
+  }
+}
+
+TEST_F(MaskScan, ShortMemoryIsToldByName) {
+  TestMask mask(8, 40, 40);
+  for (const int n : {0, 1}) {
+    Host().Reset();
+    PF_FreeUpSomeMemory();
+    Host().fail_allocation = n;
+    Host().fail_all_later_allocations = true;
+    EXPECT_EQ(PF_GBlurUnoScan(mask.record(), mask.record(), 3, 1, nullptr), 4);
+    EXPECT_EQ(Host().ReportTexts(), n == 0 ? "gaussian weight array\n" : "memory for blurring\n");
+  }
+}
+
+TEST(BoxDivider, IsTheRoundedQuotientForEveryWidth) {
+  Random random(5);
+  for (std::uint32_t w = 3; w <= 65535; w += 2) {
+    for (const int bits : {8, 16}) {
+      const pf::BoxDivider divider(w, bits);
+      const std::uint32_t most = (1u << bits) - 1;
+      const auto check = [&](std::uint64_t sum) {
+        ASSERT_EQ(divider.MeanOf(static_cast<std::uint32_t>(sum)), (sum + w / 2) / w) << sum << " / " << w;
+      };
+      check(0);
+      check(std::uint64_t{w} * most);
+      // Where the quotient steps, at the upper end, where errors are largest, and anywhere.
+      for (const std::uint32_t q : {most, most / 2, 1 + static_cast<std::uint32_t>(random() % most)}) {
+        check(std::uint64_t{q} * w - w / 2);
+        check(std::uint64_t{q} * w - w / 2 - 1);
+      }
+    }
+  }
+}
+
+// \name Kernels
+// @{
+
+template <class T>
+std::vector<T> AnyValues(Random& random, std::size_t n) {
+  std::vector<T> values(n);
+  for (T& v : values) v = static_cast<T>(random() % 7 == 0 ? ~0u : random());
+  return values;
+}
+
+// A run whose taps end at the faulting pages on both sides.
+template <class T>
+void ExpectGauss(const pf::MaskScanKernels& kernels, std::int64_t n, std::int64_t step, std::int64_t before,
+                 std::int64_t behind, Random& random) {
+  const std::int64_t last = std::max(before, behind), count = (before + behind) * step + n;
+  std::vector<std::int16_t> high, low;
+  std::vector<double> whole;
+  for (std::int64_t i = 0; i <= last; ++i) {
+    high.push_back(static_cast<std::int16_t>(random() % (4096 / static_cast<std::uint64_t>(2 * last + 1))));
+    low.push_back(static_cast<std::int16_t>(random() % 4096));
+    whole.push_back(static_cast<double>(random() % ((1ull << 37) / static_cast<std::uint64_t>(2 * last + 1))));
+  }
+  high.push_back(77);  // follows the last and must not count
+  low.push_back(77);
+  const auto values = AnyValues<T>(random, static_cast<std::size_t>(count));
+  for (const auto where : {GuardedMemory::kStart, GuardedMemory::kEnd}) {
+    const GuardedMemory in(values.size() * sizeof(T), where), actual(static_cast<std::size_t>(n) * sizeof(T), where),
+        expected(static_cast<std::size_t>(n) * sizeof(T), where);
+    std::memcpy(in.data(), values.data(), in.size());
+    pf::GaussRun<T> run = {reinterpret_cast<const T*>(in.data()) + before * step,
+                           reinterpret_cast<T*>(actual.data()),
+                           n,
+                           step,
+                           before,
+                           behind};
+    pf::WeightsOf<T> weights;
+    if constexpr (sizeof(T) == 1) {
+      weights = {high.data(), low.data()};
+    } else {
+      weights = whole.data();
+    }
+    kernels.Of<T>().gauss(run, weights);
+    run.out = reinterpret_cast<T*>(expected.data());
+    pf::kPortableMaskScanKernels.Of<T>().gauss(run, weights);
+    ASSERT_EQ(std::memcmp(actual.data(), expected.data(), actual.size()), 0)
+        << n << " values of " << sizeof(T) << " bytes, step " << step << ", taps " << before << ", " << behind;
+  }
+}
+
+template <class T>
+void ExpectBox(const pf::MaskScanKernels& kernels, std::int64_t n, std::int64_t reach, Random& random) {
+  const pf::BoxDivider divider(static_cast<std::uint32_t>(2 * reach + 1), 8 * sizeof(T));
+  const auto size = static_cast<std::size_t>(n) * sizeof(T);
+  const auto values = AnyValues<T>(random, static_cast<std::size_t>(n));
+  const GuardedMemory line(size + static_cast<std::size_t>(2 * reach + 1) * sizeof(T)), actual(size), expected(size);
+  std::memset(line.data(), 0, line.size());
+  T* first = reinterpret_cast<T*>(line.data()) + reach + 1;
+  std::copy(values.begin(), values.end(), first);
+  kernels.Of<T>().box(first, reinterpret_cast<T*>(actual.data()), n, reach, divider);
+  pf::kPortableMaskScanKernels.Of<T>().box(first, reinterpret_cast<T*>(expected.data()), n, reach, divider);
+  ASSERT_EQ(std::memcmp(actual.data(), expected.data(), size), 0) << n << " values, reach " << reach;
+
+  // A row enters and another leaves sums that hold both.
+  const auto other = AnyValues<T>(random, values.size());
+  const GuardedMemory in(size), gone(size);
+  std::memcpy(in.data(), values.data(), size);
+  std::memcpy(gone.data(), other.data(), size);
+  std::vector<std::uint32_t> sums(other.begin(), other.end());
+  for (std::uint32_t& sum : sums) sum += static_cast<std::uint32_t>(random() % 7);
+  auto expected_sums = sums;
+  const auto slide = [&](const pf::MaskScanKernels& of, std::vector<std::uint32_t>& on, const GuardedMemory& out) {
+    of.Of<T>().slide(on.data(), reinterpret_cast<const T*>(in.data()), reinterpret_cast<const T*>(gone.data()),
+                     reinterpret_cast<T*>(out.data()), n, divider);
+  };
+  slide(kernels, sums, actual);
+  slide(pf::kPortableMaskScanKernels, expected_sums, expected);
+  ASSERT_EQ(sums, expected_sums) << n << " values";
+  ASSERT_EQ(std::memcmp(actual.data(), expected.data(), size), 0) << n << " values, slid";
+}
+
+template <class T>
+void ExpectKernels(const pf::MaskScanKernels& kernels) {
+  Random random(6);
+  for (std::int64_t n = 0; n <= 140; n += n < 70 ? 1 : 23) {
+    for (const std::int64_t taps : {0, 1, 2, 5, 6}) {
+      ExpectGauss<T>(kernels, n, 1, taps, taps, random);
+      ExpectGauss<T>(kernels, n, n + 3, taps, Between(random, 0, taps), random);
+      ExpectGauss<T>(kernels, n, n, Between(random, 0, taps), taps, random);
+    }
+    for (const std::int64_t reach : {1, 2, 7, 127, 128, 1000}) ExpectBox<T>(kernels, n, reach, random);
+  }
+  for (const std::int64_t reach : {1, 50, 32767}) ExpectBox<T>(kernels, 700, reach, random);
+}
+
+TEST(MaskScanKernels, EveryTargetGivesThePortableBits) {
+  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
+    hwy::SetSupportedTargetsForTest(target);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+    SCOPED_TRACE(hwy::TargetName(target));
+    ExpectKernels<std::uint8_t>(pf::VectorMaskScanKernels());
+    ExpectKernels<std::uint16_t>(pf::VectorMaskScanKernels());
+  }
+  hwy::SetSupportedTargetsForTest(0);
+  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+}
+// @}
+
+}  // namespace
