@@ -2,12 +2,12 @@
 // what lies outside the area changed or not cleared; sources overwritten before they are read; vector kernels
 // that differ from the portable ones or leave their run.
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 #include <limits>
 
 #include "mask/MaskCombineKernels.h"
 #include "reference/MaskCombining.h"
+#include "support/Targets.h"
 #include "support/TestHost.h"
 
 namespace {
@@ -271,14 +271,7 @@ void ExpectAll(const Kernels& kernels) {
 TEST(MaskCombineKernels, PortableRowsAreTheReference) { ExpectAll(pf::kPortableMaskCombineKernels); }
 
 TEST(MaskCombineKernels, EveryTargetGivesTheReference) {
-  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    SCOPED_TRACE(hwy::TargetName(target));
-    ExpectAll(pf::VectorMaskCombineKernels());
-  }
-  hwy::SetSupportedTargetsForTest(0);
-  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+  pftest::ForEachTarget(&pf::VectorMaskCombineKernels, ExpectAll);
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 // After: weights that do not add up, sums that overflow or round twice, borders that leak or count twice, a
 // box whose running sum drifts, scans in place that read their own results, kernels that leave their run.
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 #include "filter/Bell.h"
 #include "mask/BoxDivider.h"
 #include "mask/MaskScanKernels.h"
 #include "reference/MaskScans.h"
+#include "support/Targets.h"
 #include "support/TestHost.h"
 
 namespace {
@@ -284,15 +284,10 @@ void ExpectKernels(const pf::MaskScanKernels& kernels) {
 }
 
 TEST(MaskScanKernels, EveryTargetGivesThePortableBits) {
-  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    SCOPED_TRACE(hwy::TargetName(target));
-    ExpectKernels<std::uint8_t>(pf::VectorMaskScanKernels());
-    ExpectKernels<std::uint16_t>(pf::VectorMaskScanKernels());
-  }
-  hwy::SetSupportedTargetsForTest(0);
-  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+  pftest::ForEachTarget(&pf::VectorMaskScanKernels, [](const pf::MaskScanKernels& kernels) {
+    ExpectKernels<std::uint8_t>(kernels);
+    ExpectKernels<std::uint16_t>(kernels);
+  });
 }
 // @}
 

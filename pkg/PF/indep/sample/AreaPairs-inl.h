@@ -15,7 +15,7 @@
 
 #include "sample/AreaColumns-inl.h"
 #include "sample/AreaMeans-inl.h"
-#include "sample/PairProducts-inl.h"
+#include "simd/PairProducts-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {

@@ -13,7 +13,7 @@
 
 #include "sample/BilinearPhases-inl.h"
 #include "sample/BilinearTaps-inl.h"
-#include "sample/PairProducts-inl.h"
+#include "simd/PairProducts-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {
