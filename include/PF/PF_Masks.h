@@ -56,7 +56,8 @@ static_assert(sizeof(PF_UnoBuffer) == 32 && offsetof(PF_UnoBuffer, width) == 4 &
               "crosses the plug-in boundary");
 
 /// How two coverages become one. s is the source (transfer: the first source), d the destination (transfer:
-/// the second source); formulas with full = 1. A product is rounded once.
+/// the second source); formulas with full = 1. A product is rounded once. 16-bit values above full count as
+/// full. Floats: sums from left to right; a value that is not a number makes 4 and 5 give d.
 enum PF_MaskMode : std::int32_t {
   PF_MaskMode_COPY = 0,        ///< s
   PF_MaskMode_ADD = 1,         ///< s + d - s d: the union of independent coverages
@@ -137,11 +138,12 @@ PF_EXPORT PF_Err PF_MergeMaskAlpha(const PF_ProgressInfo* progress, std::int32_t
 
 /// \name Blurs along one direction
 /// A two-dimensional blur is one scan along rows and one along columns. Weights are divided by their sum and
-/// the result is rounded once, half up. Values beyond the border count as 0. Radius 0 copies.
+/// the result is rounded once, half up. A box along columns goes, and asks the abort function, by strips of 256
+/// columns instead of by rows. Values beyond the border count as 0. Radius 0 copies.
 /// \param src, dst masks of equal size and of the depth in the name; they may be the same.
 /// \param radius 0..32767, in pixels. \param direction 0 along rows, else along columns.
 /// \return 0; 516 for unequal sizes, another depth, or a radius that is NaN, negative or above 32767; 4 when
-///   memory is short (told to the host as "memory for blurring").
+///   memory is short (told to the host as "memory for blurring" or "gaussian weight array").
 /// @{
 
 /// The bell of PFp_GaussianValue: weight i is the bell at i / (radius + 1), for i up to ceil(radius). Weights
@@ -174,8 +176,9 @@ PF_EXPORT PF_Err PF_FillFloatUnoBuffer(float value, PF_UnoBuffer* mask);
 /// @}
 
 /// \name Accumulation
-/// Combines `rect` of the source into the destination at `at`. The rectangle is clipped to the source, moved and
-/// clipped to the destination; an empty result changes nothing and gives 0. Modes 3 and 5 also set everything
+/// Combines `rect` of the source into the destination. The rectangle is clipped to the source, moved so that the
+/// top left corner of `rect` as given comes to lie at `at`, and clipped to the destination; an empty result
+/// changes nothing and gives 0. Modes 3 and 5 also set everything
 /// outside the affected area to 0. Rows run through PF_IterateGeneric when the affected area holds at least
 /// 76800 values, else through PF_IterateGeneric_Static.
 /// \param src a source of any depth, converted to the destination's first; it may be the destination, and

@@ -13,7 +13,8 @@
 
 namespace pf {
 
-// All lines start as zeros. Whoever comes when all are taken waits for one to come free.
+// All lines start as zeros. There are as many as the executor has threads, so one is free as a rule; should a
+// host bring more, whoever comes when all are taken tries until one is given back.
 class ScratchLines {
  public:
   ScratchLines(std::uint64_t line_size, Message what)
@@ -42,7 +43,6 @@ class ScratchLines {
     while (true) {
       const int number = std::countr_one(taken);
       if (number >= count_) {
-        taken_.wait(taken, std::memory_order_relaxed);
         taken = taken_.load(std::memory_order_relaxed);
       } else if (taken_.compare_exchange_weak(taken, taken | 1u << number, std::memory_order_acquire,
                                               std::memory_order_relaxed)) {
@@ -50,10 +50,7 @@ class ScratchLines {
       }
     }
   }
-  void GiveBack(int number) {
-    taken_.fetch_and(~(1u << number), std::memory_order_release);
-    taken_.notify_one();
-  }
+  void GiveBack(int number) { taken_.fetch_and(~(1u << number), std::memory_order_release); }
 
   std::uint64_t line_size_;
   std::int32_t count_;
