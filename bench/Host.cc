@@ -2,12 +2,15 @@
 
 #include <stdexcept>
 
+#include "PF/PF_Lifecycle.h"
 #include "embedded/PFhost.h"
 #include "host/U.h"
 #include "lifecycle/Globals.h"
 
 namespace pfbench {
 namespace {
+
+constexpr std::int32_t kIterateGeneric = 53;
 
 int g_threads = 0;  // of the running host; 0 = stopped
 
@@ -59,6 +62,12 @@ void Check(PF_Err error, const std::string& what) {
   }
   throw std::runtime_error(message);
 }
+
+OnCallingThread::OnCallingThread() : installed_(PF_GetOverrideFunc(kIterateGeneric)) {
+  PF_SetOverrideFunc(kIterateGeneric, nullptr);
+}
+
+OnCallingThread::~OnCallingThread() { PF_SetOverrideFunc(kIterateGeneric, installed_); }
 
 PortableKernels::PortableKernels() { pf::g_kernels.Set(pf::kPortableKernels); }
 

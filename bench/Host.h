@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "PF/PF_Errors.h"
+#include "PF/PF_Types.h"
 
 namespace pfbench {
 
@@ -17,6 +17,19 @@ std::string VectorTarget();
 
 // Throws std::runtime_error with the host's report unless `error` is 0.
 void Check(PF_Err error, const std::string& what);
+
+// From construction to destruction the library's own iteration is installed: rows run in order on the
+// calling thread.
+class OnCallingThread {
+ public:
+  OnCallingThread();
+  ~OnCallingThread();
+  OnCallingThread(const OnCallingThread&) = delete;
+  OnCallingThread& operator=(const OnCallingThread&) = delete;
+
+ private:
+  PF_AnyFunc installed_;
+};
 
 // From construction to destruction the library runs its portable kernels.
 class PortableKernels {

@@ -16,9 +16,7 @@ constexpr int kTwoThreads = 2;
 // Moves as many bytes as the task reads and writes.
 class MemoryCopy {
  public:
-  MemoryCopy(const Task& task, int sources)
-      : MemoryCopy((task.src.bytes() * static_cast<std::size_t>(sources) + task.dst.bytes()) / 2) {}
-  explicit MemoryCopy(std::size_t size) : from_(size), to_(size) {
+  explicit MemoryCopy(std::size_t moved_bytes) : from_(moved_bytes / 2), to_(moved_bytes / 2) {
     std::memset(from_.data(), 1, from_.size());
     std::memset(to_.data(), 2, to_.size());
   }
@@ -27,6 +25,15 @@ class MemoryCopy {
  private:
   AlignedBytes from_, to_;
 };
+
+std::size_t MovedBytes(const Case& wanted, const Task& task) {
+  if (wanted.moved_bytes != 0) return wanted.moved_bytes;
+  return task.src.bytes() * static_cast<std::size_t>(wanted.sources) + task.dst.bytes();
+}
+
+void Call(Hook hook, const Task& task) {
+  if (hook != nullptr) hook(task.src, task.dst);
+}
 
 void Run(const Case& wanted, Function function, const Task& task) {
   Check(function(task.src, task.dst), wanted.Name());
@@ -47,18 +54,24 @@ void Compare(const Case& wanted, const Picture& expected, const Picture& actual,
 void CompareResults(const Case& wanted, const Task& task) {
   Picture expected(wanted.dst_size, wanted.dst_depth);
   expected.FillBytes(0x5A);
-  RunPortable(wanted, {task.work, task.opaque, task.src, expected});
-  task.dst.FillBytes(0xA5);
-  Run(wanted, wanted.own, task);
-  Compare(wanted, expected, task.dst, "the vector kernels");
-  if (wanted.installed == nullptr) return;
-  task.dst.FillBytes(0xA5);
-  Run(wanted, wanted.installed, task);
-  Compare(wanted, expected, task.dst, "two threads");
+  const Task reference = {task.work, task.opaque, task.src, expected};
+  Call(wanted.begin, reference);
+  RunPortable(wanted, reference);
+  Call(wanted.end, reference);
+  const auto compare = [&](Function function, const char* what) {
+    task.dst.FillBytes(0xA5);
+    Call(wanted.begin, task);
+    Run(wanted, function, task);
+    Call(wanted.end, task);
+    Compare(wanted, expected, task.dst, what);
+  };
+  compare(wanted.own, "the vector kernels");
+  if (wanted.installed != nullptr) compare(wanted.installed, "two threads");
 }
 
 void TakeTimes(const Case& wanted, const Task& task, const Pace& pace, Row& row) {
-  const MemoryCopy copy(task, wanted.sources);
+  Call(wanted.begin, task);
+  const MemoryCopy copy(MovedBytes(wanted, task));
   std::vector<Contender> peers;
   wanted.contenders(task, peers);
   std::vector<std::function<void()>> functions = {[&] { Run(wanted, wanted.own, task); }, [&] { copy(); }};

@@ -18,9 +18,13 @@ enum class Work {
   kStraight,       // bilinear when enlarging, area average when reducing; colour weighted by alpha
   kPremultiplied,  // the same, channels alike
   kVisit,          // a caller's function on every pixel
-  kMask,           // masks: what the operation's name says
+  kMaskInvert,     // full minus every value of a mask, in place
+  kMaskFade,       // every value of a mask times kBenchFade, in place
+  kMaskMerge,      // alpha of the destination times a mask, in place
   kBlend           // cross-fades and painting
 };
+
+constexpr float kBenchFade = 0.99f;
 
 // What a contender is asked to do. The source is filled; the destination may be written by anybody.
 struct Task {
@@ -42,6 +46,7 @@ struct Contender {
 using AddContenders = void (*)(const Task& task, std::vector<Contender>& contenders);
 
 using Function = PF_Err (*)(Picture& src, Picture& dst);
+using Hook = void (*)(Picture& src, Picture& dst);
 
 // One line of the table. `size` names the larger picture.
 struct Case {
@@ -57,6 +62,12 @@ struct Case {
   bool has_kernels;    // false when there is no portable kernel to compare with
   AddContenders contenders;
   int sources = 1;  // pictures of the source's size that are read; 2: the second is src.second
+
+  // Of operations in place, whose input a run changes: `begin` makes it anew before the results are compared
+  // and once before the times are taken, `end` puts the result into the destination.
+  Hook begin = nullptr, end = nullptr;
+  // Bytes that a call reads plus those that it writes; 0: all of the sources and of the destination.
+  std::size_t moved_bytes = 0;
 
   std::string Name() const;
 };

@@ -35,6 +35,41 @@ void AddCrossFade(const Task& task, std::vector<Contender>& contenders) {
                         [=]() mutable { cv::addWeighted(first, 1 - kFadeRatio, second, kFadeRatio, 0, dst); }});
 }
 
+// Values of a mask as a matrix of their own.
+cv::Mat AlphaOf(const Picture& picture) {
+  cv::Mat alpha;
+  cv::extractChannel(Wrap(picture), alpha, 0);
+  return alpha;
+}
+
+void AddInvert(const Task& task, std::vector<Contender>& contenders) {
+  const cv::Mat mask = AlphaOf(task.src);
+  if (mask.depth() == CV_8U) {
+    contenders.push_back({"OpenCV bitwise_not", "", "", [=] { cv::bitwise_not(mask, mask); }});
+    return;
+  }
+  const double full = FullValue(task.src.depth());
+  contenders.push_back({"OpenCV subtract", "", "limited instead of wrapped", [=] { cv::subtract(full, mask, mask); }});
+}
+
+void AddFade(const Task& task, std::vector<Contender>& contenders) {
+  const cv::Mat mask = AlphaOf(task.src);
+  contenders.push_back(
+      {"OpenCV convertTo", "", "halves to even", [=] { mask.convertTo(mask, -1, double{kBenchFade}); }});
+}
+
+void AddMerge(const Task& task, std::vector<Contender>& contenders) {
+  const cv::Mat mask = AlphaOf(task.src);
+  const cv::Mat world = Wrap(task.dst).clone();
+  const double unit = 1.0 / FullValue(task.src.depth());
+  contenders.push_back({"OpenCV multiply", "", "takes alpha out, multiplies it and puts it back; halves to even",
+                        [=, alpha = cv::Mat()]() mutable {
+                          cv::extractChannel(world, alpha, 0);
+                          cv::multiply(alpha, mask, alpha, unit, alpha.depth());
+                          cv::insertChannel(alpha, world, 0);
+                        }});
+}
+
 void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
   cv::setNumThreads(1);
   const std::string less = LessForAlikeChannels(task);
@@ -56,9 +91,16 @@ void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
     case Work::kBlend:
       AddCrossFade(task, contenders);
       break;
-    case Work::kDither:
-    case Work::kVisit:
-    case Work::kMask:
+    case Work::kMaskInvert:
+      AddInvert(task, contenders);
+      break;
+    case Work::kMaskFade:
+      AddFade(task, contenders);
+      break;
+    case Work::kMaskMerge:
+      AddMerge(task, contenders);
+      break;
+    default:
       break;
   }
 }

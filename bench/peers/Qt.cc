@@ -72,10 +72,7 @@ void AddQt(const Task& task, std::vector<Contender>& contenders) {
     case Work::kBlend:
       AddCrossFade(task, contenders);
       break;
-    case Work::kConvert:
-    case Work::kDither:
-    case Work::kVisit:
-    case Work::kMask:
+    default:
       break;
   }
 }

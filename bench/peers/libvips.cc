@@ -145,10 +145,7 @@ void AddLibvips(const Task& task, std::vector<Contender>& contenders) {
     case Work::kPremultiplied:
       AddResize(task, "libvips linear", VIPS_KERNEL_LINEAR, false, contenders);
       break;
-    case Work::kDither:
-    case Work::kVisit:
-    case Work::kMask:
-    case Work::kBlend:
+    default:
       break;
   }
 }

@@ -70,6 +70,44 @@ void AddCrossFade(const Task& task, std::vector<Contender>& contenders) {
   }
 }
 
+// The values of a mask, as so many pixels.
+std::shared_ptr<Picture> AlphaOf(const Picture& picture) {
+  auto mask = std::make_shared<Picture>(Size{picture.width() / 4, picture.height()}, 8);
+  for (std::int32_t y = 0; y < mask->height(); ++y) {
+    for (std::int32_t i = 0; i < 4 * mask->width(); ++i)
+      mask->row<std::uint8_t>(y)[i] = picture.row<std::uint8_t>(y)[4 * i];
+  }
+  return mask;
+}
+
+void AddFade(const Task& task, std::vector<Contender>& contenders) {
+  if (task.src.depth() != 8) return;
+  const auto level = static_cast<std::uint32_t>(kBenchFade * 255.0f + 0.5f);
+  contenders.push_back({"libyuv ARGBShade", "lossy: truncates", "four values as a pixel",
+                        [mask = AlphaOf(task.src), value = level * 0x01010101u] {
+                          auto* const values = mask->row<std::uint8_t>(0);
+                          Must(libyuv::ARGBShade(values, mask->row_bytes(), values, mask->row_bytes(), mask->width(),
+                                                 mask->height(), value));
+                        }});
+}
+
+void AddMerge(const Task& task, std::vector<Contender>& contenders) {
+  if (task.src.depth() != 8 || task.dst.depth() != 8) return;
+  const auto mask = Like(task.src), world = Like(task.dst);
+  mask->FillBytes(255);
+  world->FillNoise(false);
+  for (std::int32_t y = 0; y < mask->height(); ++y) {
+    for (std::int32_t i = 0; i < 4 * mask->width(); i += 4)
+      mask->row<std::uint8_t>(y)[i] = task.src.row<std::uint8_t>(y)[i];
+  }
+  contenders.push_back({"libyuv ARGBMultiply", "lossy: truncates", "four channels, the mask made so beforehand", [=] {
+                          auto* const pixels = world->row<std::uint8_t>(0);
+                          Must(libyuv::ARGBMultiply(pixels, world->row_bytes(), mask->row<std::uint8_t>(0),
+                                                    mask->row_bytes(), pixels, world->row_bytes(), world->width(),
+                                                    world->height()));
+                        }});
+}
+
 std::string With(const std::string& less, const char* more) { return less.empty() ? more : less + "; " + more; }
 
 void AddLibyuv(const Task& task, std::vector<Contender>& contenders) {
@@ -93,9 +131,13 @@ void AddLibyuv(const Task& task, std::vector<Contender>& contenders) {
     case Work::kBlend:
       AddCrossFade(task, contenders);
       break;
-    case Work::kDither:
-    case Work::kVisit:
-    case Work::kMask:
+    case Work::kMaskFade:
+      AddFade(task, contenders);
+      break;
+    case Work::kMaskMerge:
+      AddMerge(task, contenders);
+      break;
+    default:
       break;
   }
 }

@@ -160,9 +160,7 @@ void AddZimg(const Task& task, std::vector<Contender>& contenders) {
           contenders);
       break;
     }
-    case Work::kVisit:
-    case Work::kMask:
-    case Work::kBlend:
+    default:
       break;
   }
 }
