@@ -21,10 +21,19 @@ enum class Work {
   kMaskInvert,     // full minus every value of a mask, in place
   kMaskFade,       // every value of a mask times kBenchFade, in place
   kMaskMerge,      // alpha of the destination times a mask, in place
+  kMaskBox,        // means of a mask along one direction
+  kMaskBell,       // bells of a mask along one direction
+  kMaskAdd,        // s + d - s d of two masks
   kBlend           // cross-fades and painting
 };
 
 constexpr float kBenchFade = 0.99f;
+
+// Of kMaskBox and kMaskBell: results are made of 2 radius + 1 values of a row or of a column.
+struct Scan {
+  int radius;
+  bool columns;
+};
 
 // What a contender is asked to do. The source is filled; the destination may be written by anybody.
 struct Task {
@@ -32,6 +41,7 @@ struct Task {
   bool opaque;  // every alpha is full
   Picture& src;
   Picture& dst;
+  Scan scan = {};
 
   bool Enlarges() const { return dst.width() > src.width(); }
 };
@@ -68,6 +78,7 @@ struct Case {
   Hook begin = nullptr, end = nullptr;
   // Bytes that a call reads plus those that it writes; 0: all of the sources and of the destination.
   std::size_t moved_bytes = 0;
+  Scan scan = {};
 
   std::string Name() const;
 };
@@ -103,6 +114,7 @@ void AddEnlargeCases(Size size, std::vector<Case>& cases);
 void AddReduceCases(Size size, std::vector<Case>& cases);
 void AddIterateCases(Size size, std::vector<Case>& cases);
 void AddMaskCases(Size size, std::vector<Case>& cases);
+void AddMaskScanCases(Size size, std::vector<Case>& cases);
 void AddBlendCases(Size size, std::vector<Case>& cases);
 // @}
 

@@ -70,6 +70,34 @@ void AddMerge(const Task& task, std::vector<Contender>& contenders) {
                         }});
 }
 
+cv::Size Along(const Scan& scan) {
+  const int n = 2 * scan.radius + 1;
+  return scan.columns ? cv::Size(1, n) : cv::Size(n, 1);
+}
+
+void AddBox(const Task& task, std::vector<Contender>& contenders) {
+  const cv::Mat mask = AlphaOf(task.src);
+  contenders.push_back(
+      {"OpenCV boxFilter", "", "halves to even", [=, size = Along(task.scan), dst = cv::Mat()]() mutable {
+         cv::boxFilter(mask, dst, -1, size, cv::Point(-1, -1), true, cv::BORDER_CONSTANT);
+       }});
+}
+
+// The width of the curve is of no account for the time.
+void AddBell(const Task& task, std::vector<Contender>& contenders) {
+  const cv::Mat mask = AlphaOf(task.src);
+  contenders.push_back({"OpenCV GaussianBlur", "8 bits: weights of 8 bits", "16 bits: weights of 16 bits",
+                        [=, size = Along(task.scan), dst = cv::Mat()]() mutable {
+                          cv::GaussianBlur(mask, dst, size, 2, 2, cv::BORDER_CONSTANT);
+                        }});
+}
+
+// Nothing of OpenCV does the whole at once: s + d, limited, is what comes nearest.
+void AddSum(const Task& task, std::vector<Contender>& contenders) {
+  const cv::Mat mask = AlphaOf(task.src);
+  contenders.push_back({"OpenCV add", "without the product", "", [=, dst = mask.clone()] { cv::add(mask, dst, dst); }});
+}
+
 void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
   cv::setNumThreads(1);
   const std::string less = LessForAlikeChannels(task);
@@ -99,6 +127,15 @@ void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
       break;
     case Work::kMaskMerge:
       AddMerge(task, contenders);
+      break;
+    case Work::kMaskBox:
+      AddBox(task, contenders);
+      break;
+    case Work::kMaskBell:
+      AddBell(task, contenders);
+      break;
+    case Work::kMaskAdd:
+      AddSum(task, contenders);
       break;
     default:
       break;
