@@ -6,6 +6,7 @@
 #define PF_SAMPLE_AREA_COLUMNS_INL_H
 #endif
 
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <algorithm>
@@ -21,6 +22,9 @@ namespace HWY_NAMESPACE {
 namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+
+// Bytes to fetch ahead within a row: several rows at a time are more than the processor foresees by itself.
+inline constexpr std::int64_t kAreaPrefetch = 512;
 
 // At most four doubles a vector, so that a vector is a pixel or half of one.
 using SumTag = hn::CappedTag<double, 4>;
@@ -203,6 +207,7 @@ class ColumnSums<PF_Pixel16, straight> {
     Halves sums[kVectors];
     Unrolled<kVectors>([&](auto v) HWY_ATTR { sums[v] = {hn::Zero(d), hn::Zero(d)}; });
     const auto add_row = [&](double row_weight) HWY_ATTR {
+      hwy::Prefetch(from + kAreaPrefetch);
       const V64 weight = hn::Set(d, row_weight);
       Unrolled<kVectors>([&](auto v) HWY_ATTR {
         const Halves terms = Terms(from + v * kBlocks * sizeof(PF_Pixel16));
@@ -266,6 +271,7 @@ class ColumnSums<PF_PixelFloat, straight> {
     Sum4 sums[kColumns];
     Unrolled<kColumns>([&](auto c) HWY_ATTR { sums[c] = Sum4::Zero(); });
     for (std::int64_t j = rows_.first; j < rows_.end; ++j, from += stride_) {
+      hwy::Prefetch(from + kAreaPrefetch);
       const double weight = rows_.WeightOf(j);
       Unrolled<kColumns>([&](auto c) HWY_ATTR {
         sums[c] = sums[c] + FloatTerms<straight>(from + c * sizeof(PF_PixelFloat)) * weight;

@@ -48,9 +48,6 @@ HWY_INLINE Channels<V> TransposedBlocks(D d, const V (&v)[4]) {
           hn::BitCast(d, hn::InterleaveUpper(wide, high01, high23))};
 }
 
-// Bytes ahead within a row: two rows at a time are more than the processor foresees by itself.
-inline constexpr std::int64_t kPairPrefetch = 512;
-
 // Means of neighbouring pairs of columns. Sums of integers are such as the precision of the means holds, so
 // that their order does not matter.
 template <class P, bool straight>
@@ -82,7 +79,7 @@ class PairMeans<PF_Pixel8, straight> {
     for (std::int64_t j = 0; j < rows_; ++j, from += stride_) {
       Unrolled<4>([&](auto i) HWY_ATTR {
         const auto* pixels = reinterpret_cast<const std::uint8_t*>(from) + i / 2 * sizeof(V8);
-        hwy::Prefetch(pixels + kPairPrefetch);
+        hwy::Prefetch(pixels + kAreaPrefetch);
         sums[i] = AddPair(hn::LoadU(D8(), pixels), i % 2, sums[i]);
       });
     }
@@ -153,7 +150,7 @@ class PairMeans<PF_Pixel16, straight> {
     for (std::int64_t j = 0; j < rows_; ++j, from += stride_) {
       Unrolled<4>([&](auto i) HWY_ATTR {
         const auto* pixels = reinterpret_cast<const std::uint8_t*>(from) + i * sizeof(V8);
-        hwy::Prefetch(pixels + kPairPrefetch);
+        hwy::Prefetch(pixels + kAreaPrefetch);
         AddPair(hn::LoadU(D8(), pixels), high[i], low[i]);
       });
     }
@@ -239,7 +236,7 @@ class PairMeans<PF_PixelFloat, straight> {
       for (std::int64_t j = 0; j < rows_; ++j, row += stride_) {
         Unrolled<2 * kTogether>([&](auto c) HWY_ATTR {
           const std::byte* pixel = row + c * sizeof(PF_PixelFloat);
-          if constexpr (c % 4 == 0) hwy::Prefetch(pixel + kPairPrefetch);
+          if constexpr (c % 4 == 0) hwy::Prefetch(pixel + kAreaPrefetch);
           columns[c] = columns[c] + FloatTerms<straight>(pixel);
         });
       }
