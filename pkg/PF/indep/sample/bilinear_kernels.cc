@@ -47,37 +47,47 @@ class StraightRow {
              {row.x0 - window_.first * 65536, row.step_x},
              Fraction(row.y),
              static_cast<Real>(Fraction(row.y)) / Real(65536),
-             static_cast<P*>(row.out)} {}
+             static_cast<P*>(row.out)},
+        inside_begin_(std::clamp<std::int64_t>(-window_.first, 0, window_.count - 1)),
+        inside_end_(std::clamp(src_.width - 1 - window_.first, inside_begin_, window_.count - 1)) {}
 
   static constexpr RowCache CacheFor(std::byte* scratch, std::int64_t columns, std::int64_t n) {
     return RowCache(scratch, columns, kHeldColumnBytes<P>, n, kIsFloat<P> ? 0 : sizeof(Real));
   }
 
   void Run() {
-    const std::int64_t blocks = window_.count - 1;
-    const std::int64_t tiles = (blocks + kTileBlocks - 1) / kTileBlocks;
-    const AlphaClass* classes = Classify(blocks, tiles);
+    const std::int64_t tiles = (inside_end_ + kTileBlocks - 1) / kTileBlocks;
+    const AlphaClass* classes = Classify(tiles);
     shares_equal_ = Shares(classes, tiles, AlphaClass::kEqual);
     // An integral row may have integral positions, which follow another rule.
     shares_differing_ = job_.fy != 0 && Shares(classes, tiles, AlphaClass::kDiffering);
+    const auto at = [this](std::int64_t block) { return job_.positions.FirstAt(block, n_); };
+    RunRange(AlphaClass::kClear, 0, 0, at(inside_begin_ - 1));
+    RunRange(AlphaClass::kMixed, 0, at(inside_begin_ - 1), at(inside_begin_));
     for (std::int64_t tile = 0; tile < tiles;) {
       const std::int64_t first = tile;
       while (tile < tiles && classes[tile] == classes[first]) ++tile;
-      const std::int64_t end = tile == tiles ? n_ : job_.positions.FirstAt(tile * kTileBlocks, n_);
-      RunRange(classes[first], first * kTileBlocks, job_.positions.FirstAt(first * kTileBlocks, n_), end);
+      const std::int64_t begin = std::max(first * kTileBlocks, inside_begin_);
+      RunRange(classes[first], begin, at(begin), at(std::min(tile * kTileBlocks, inside_end_)));
     }
+    RunRange(AlphaClass::kMixed, 0, at(inside_end_), at(inside_end_ + 1));
+    RunRange(AlphaClass::kClear, 0, at(inside_end_ + 1), n_);
   }
 
  private:
   const HeldElement<P>* Hold(std::int64_t j) { return HoldRowIn(cache_, src_, window_, j); }
   HeldElement<P>* Planes(std::int64_t slot) const { return cache_.template planes<HeldElement<P>>(slot); }
 
-  const AlphaClass* Classify(std::int64_t blocks, std::int64_t tiles) {
+  // Blocks beside the world are clear, those across its edges mixed, so tiles are classified without them.
+  const AlphaClass* Classify(std::int64_t tiles) {
     AlphaClass* classes = cache_.classes();
     if (cache_.head().classified == j_ + 2) return classes;
     for (std::int64_t tile = 0; tile < tiles; ++tile) {
-      const std::int64_t first = tile * kTileBlocks, end = std::min(first + kTileBlocks, blocks);
-      classes[tile] = ClassOf(job_.upper, job_.lower, HeldRow<P>::kPlanes, job_.stride, first, end);
+      const std::int64_t begin = std::max(tile * kTileBlocks, inside_begin_);
+      const std::int64_t end = std::min((tile + 1) * kTileBlocks, inside_end_);
+      classes[tile] = AlphaClass::kClear;  // of no sample
+      if (begin >= end) continue;
+      classes[tile] = ClassOf(job_.upper, job_.lower, HeldRow<P>::kPlanes, job_.stride, begin, end);
     }
     cache_.head().classified = j_ + 2;
     return classes;
@@ -217,6 +227,7 @@ class StraightRow {
   int bits_u_, bits_v_;
   std::int64_t j_;
   RowJob<P> job_;
+  std::int64_t inside_begin_, inside_end_;  // the blocks with both columns in the world
   bool shares_equal_ = false, shares_differing_ = false;
 };
 
