@@ -162,7 +162,17 @@ HWY_INLINE Channels<V> BlendOf(const Taps<V>& t, const Weights<V>& w) {
   if constexpr (alphas == AlphaClass::kDiffering) {
     return BlendDiffering<P>(t, w);
   } else if constexpr (alphas == AlphaClass::kEqual) {
-    return WithUniform<P>(t, hn::FirstN(RealTag<P>(), 0), BlendEqual<P>(t, w));
+    Channels<V> out = BlendEqual<P>(t, w);
+    if constexpr (kIsFloat<P>) {
+      // Most vectors have no uniform block by the first comparison.
+      if (HWY_UNLIKELY(!hn::AllFalse(RealTag<P>(), SameBits<P>(t.p00.red, t.p11.red)))) {
+        const auto uniform = UniformColours<P>(t);
+        out.red = hn::IfThenElse(uniform, t.p00.red, out.red);
+        out.green = hn::IfThenElse(uniform, t.p00.green, out.green);
+        out.blue = hn::IfThenElse(uniform, t.p00.blue, out.blue);
+      }
+    }
+    return out;
   } else {
     return BlendMixed<P>(t, w);
   }

@@ -62,28 +62,48 @@ class Phases {
   RealOf<P> u_[kMaxPhases];
 };
 
-// The four values of each lane to places `distance` pixels apart.
+// Block b of both vectors, two pixels side by side, to pixels (first + 4 b) * distance.
+template <class D>
+HWY_INLINE void StoreBlockPairs(D d, hn::Vec<D> even, hn::Vec<D> odd, std::int64_t first, std::int64_t distance,
+                                PF_PixelFloat* to) {
+  const auto at = [&](std::int64_t pixel) { return reinterpret_cast<float*>(to + pixel * distance); };
+  if constexpr (hn::MaxLanes(D()) <= 4) {
+    hn::StoreU(even, d, at(first));
+    hn::StoreU(odd, d, at(first) + 4);
+  } else if constexpr (hn::MaxLanes(D()) == 8) {
+    hn::StoreU(hn::ConcatLowerLower(d, odd, even), d, at(first));
+    hn::StoreU(hn::ConcatUpperUpper(d, odd, even), d, at(first + 4));
+  } else {
+    const hn::Half<D> half;
+    constexpr std::int64_t kHalfLanes = hn::MaxLanes(half);
+    StoreBlockPairs(half, hn::LowerHalf(half, even), hn::LowerHalf(half, odd), first, distance, to);
+    StoreBlockPairs(half, hn::UpperHalf(half, even), hn::UpperHalf(half, odd), first + kHalfLanes, distance, to);
+  }
+}
+
+// Each lane a pixel, as vectors of blocks of 16 bytes: block b of vector i is pixel 4 b + i.
 template <class V>
-HWY_INLINE void StoreApart(const Channels<V>& p, std::int64_t distance, PF_PixelFloat* to) {
-  const hn::DFromV<V> d;
-  const hn::Repartition<double, decltype(d)> wide;
-  const hn::Full128<float> block;
-  const auto pairs = [&](V even, V odd, bool upper) HWY_ATTR {
-    return hn::BitCast(wide, upper ? hn::InterleaveUpper(d, even, odd) : hn::InterleaveLower(d, even, odd));
-  };
-  const auto store = [&](auto quads, std::int64_t first) HWY_ATTR {
-    const auto floats = hn::BitCast(d, quads);
-    for (std::size_t b = 0; b < hn::MaxLanes(d) / 4; ++b) {
-      const std::int64_t pixel = first + static_cast<std::int64_t>(4 * b);
-      hn::StoreU(BlockAt(d, floats, b), block, reinterpret_cast<float*>(to + pixel * distance));
-    }
-  };
-  const auto low_ar = pairs(p.alpha, p.red, false), low_gb = pairs(p.green, p.blue, false);
-  const auto high_ar = pairs(p.alpha, p.red, true), high_gb = pairs(p.green, p.blue, true);
-  store(hn::InterleaveLower(wide, low_ar, low_gb), 0);
-  store(hn::InterleaveUpper(wide, low_ar, low_gb), 1);
-  store(hn::InterleaveLower(wide, high_ar, high_gb), 2);
-  store(hn::InterleaveUpper(wide, high_ar, high_gb), 3);
+struct PixelBlocks {
+  HWY_INLINE explicit PixelBlocks(const Channels<V>& p) {
+    const hn::DFromV<V> d;
+    const hn::Repartition<double, decltype(d)> wide;
+    const auto low_ar = hn::BitCast(wide, hn::InterleaveLower(d, p.alpha, p.red));
+    const auto low_gb = hn::BitCast(wide, hn::InterleaveLower(d, p.green, p.blue));
+    const auto high_ar = hn::BitCast(wide, hn::InterleaveUpper(d, p.alpha, p.red));
+    const auto high_gb = hn::BitCast(wide, hn::InterleaveUpper(d, p.green, p.blue));
+    v[0] = hn::BitCast(d, hn::InterleaveLower(wide, low_ar, low_gb));
+    v[1] = hn::BitCast(d, hn::InterleaveUpper(wide, low_ar, low_gb));
+    v[2] = hn::BitCast(d, hn::InterleaveLower(wide, high_ar, high_gb));
+    v[3] = hn::BitCast(d, hn::InterleaveUpper(wide, high_ar, high_gb));
+  }
+  V v[4];
+};
+
+template <class V>
+HWY_INLINE void StorePairsApart(const Channels<V>& even, const Channels<V>& odd, std::int64_t distance,
+                                PF_PixelFloat* to) {
+  const PixelBlocks<V> first(even), second(odd);
+  for (std::int64_t i = 0; i < 4; ++i) StoreBlockPairs(hn::DFromV<V>(), first.v[i], second.v[i], i, distance, to);
 }
 
 // Pixels of two phases, which are neighbours, to places `distance` pixels apart.
@@ -109,6 +129,10 @@ HWY_NOINLINE void BlendPhases(const RowJob<PF_PixelFloat>& job, const PhaseBlock
   const RealTag<P> d;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   const Phases<P> phases(job.positions, blocks.k);
+  Weights<RealVec<P>> weights[kMaxPhases];
+  for (std::int64_t p = 0; p < phases.count(); ++p) {
+    weights[p] = WeightsOf(hn::Set(d, 1.0f), hn::Set(d, phases[p]), hn::Set(d, job.v));
+  }
   const std::int64_t stride = job.stride;
   P* out = job.out + blocks.k;
   for (std::int64_t m = blocks.m; m < blocks.end; m += lanes, out += lanes * phases.count()) {
@@ -118,13 +142,12 @@ HWY_NOINLINE void BlendPhases(const RowJob<PF_PixelFloat>& job, const PhaseBlock
     };
     const Taps<RealVec<P>> taps = {load(job.upper + m), load(job.upper + m + 1), load(job.lower + m),
                                    load(job.lower + m + 1)};
-    for (std::int64_t p = 0; p < phases.count(); ++p) {
-      const auto weights = WeightsOf(hn::Set(d, 1.0f), hn::Set(d, phases[p]), hn::Set(d, job.v));
-      if (job.fy == 0 && phases[p] == 0.0f) {
-        StoreApart(taps.p00, phases.count(), out + p);
-      } else {
-        StoreApart(BlendOf<P, alphas>(taps, weights), phases.count(), out + p);
-      }
+    const auto pixels = [&](std::int64_t p) HWY_ATTR {
+      if (job.fy == 0 && phases[p] == 0.0f) return taps.p00;
+      return BlendOf<P, alphas>(taps, weights[p]);
+    };
+    for (std::int64_t p = 0; p < phases.count(); p += 2) {
+      StorePairsApart(pixels(p), pixels(p + 1), phases.count(), out + p);
     }
   }
 }

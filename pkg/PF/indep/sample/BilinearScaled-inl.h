@@ -104,7 +104,10 @@ class ScaledSampler {
 HWY_NOINLINE inline void ScaledRange(const RowJob<PF_Pixel16>& job, const std::int32_t* upper,
                                      const std::int32_t* lower, std::int64_t stride, std::uint32_t alpha,
                                      std::int64_t begin, std::int64_t end) {
-  ForLanes(ScaledTag(), begin, end, job.out, ScaledSampler(upper, lower, stride, job.fy, alpha));
+  const ScaledSampler sample(upper, lower, stride, job.fy, alpha);
+  const std::int64_t aligned = AlignedSample(job.out, begin, end);
+  ForLanes(ScaledTag(), begin, aligned, job.out, sample);
+  ForLanes(ScaledTag(), aligned, end, job.out, sample);
 }
 
 #endif  // HWY_TARGET

@@ -143,6 +143,14 @@ HWY_INLINE void ForLanes(D d, std::int64_t begin, std::int64_t end, P* out, cons
   std::memcpy(out + k, last, static_cast<std::size_t>(end - k) * sizeof(P));
 }
 
+// The first sample from begin on that is stored at a multiple of 64 bytes, if that is near: vectors from
+// there on do not cross cache lines.
+template <class P>
+HWY_INLINE std::int64_t AlignedSample(const P* out, std::int64_t begin, std::int64_t end) {
+  const std::int64_t behind = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(out + begin) % 64);
+  return behind == 0 ? begin : std::min(begin + (64 - behind) / std::int64_t{sizeof(P)}, end);
+}
+
 #endif  // HWY_TARGET
 
 }  // namespace HWY_NAMESPACE
