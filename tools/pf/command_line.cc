@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "choices.h"
 
@@ -68,8 +69,21 @@ CommandLine::CommandLine()
 
 CommandLine::~CommandLine() = default;
 
+CLI::App* CommandLine::GroupApp(const std::string& name) {
+  const auto found = groups_.find(name);
+  if (found != groups_.end()) return found->second;
+  const auto& groups = VerbGroups();
+  const auto row =
+      std::find_if(groups.begin(), groups.end(), [&](const VerbGroup& group) { return name == group.name; });
+  CLI::App* app = app_->add_subcommand(name, row->summary);
+  app->require_subcommand(1);
+  app->footer("pf " + name + " VERB --help tells the options of a verb and shows examples.");
+  return groups_[name] = app;
+}
+
 void CommandLine::AddVerb(const Verb& verb) {
-  CLI::App* app = app_->add_subcommand(verb.name, verb.summary);
+  const std::vector<std::string> words = WordsOf(verb);
+  CLI::App* app = (words.size() == 1 ? app_.get() : GroupApp(words[0]))->add_subcommand(words.back(), verb.summary);
   app->footer(fmt::format("{}\n\nExamples:\n{}", Wrapped(verb.description, 100), ExamplesText(verb, "  ")));
   actions_[verb.name] = verb.setup(*app);
   AddCommonOptions(*app, verb.groups, &common_);
@@ -80,22 +94,30 @@ const CLI::App& CommandLine::AppOf(const Verb& verb) const { return *apps_.at(ve
 
 std::string CommandLine::Help(const std::string& verb) const {
   if (verb.empty()) return app_->help();
+  if (const auto group = groups_.find(verb); group != groups_.end()) return group->second->help("pf");
   const auto found = apps_.find(verb);
   if (found == apps_.end()) {
     throw UsageFailure("cannot explain", "'" + verb + "'", "there is no such verb", "'pf help' lists them");
   }
-  return found->second->help("pf");
+  const std::string parent = verb.substr(0, verb.find(' '));
+  return found->second->help(parent == verb ? "pf" : "pf " + parent);
+}
+
+// What the arguments begin with: a verb, a group, or nothing.
+std::string CommandLine::NameIn(int argc, const char* const* argv) const {
+  const std::string first = argc > 1 ? argv[1] : "", both = argc > 2 ? first + " " + argv[2] : "";
+  return apps_.count(both) ? both : apps_.count(first) || groups_.count(first) ? first : "";
 }
 
 ExitCode CommandLine::Run(int argc, const char* const* argv) {
   for (int i = 1; i < argc; ++i) {
     if (std::string(argv[i]) == "--json") common_.json = true;
   }
-  const std::string verb = argc > 1 && apps_.count(argv[1]) ? std::string(" ") + argv[1] : "";
+  const std::string verb = NameIn(argc, argv);
   try {
     app_->parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
-    PrintResult(Help(verb.empty() ? "" : verb.substr(1)));
+    PrintResult(Help(verb));
     return ExitCode::kDone;
   } catch (const CLI::CallForVersion& version) {
     PrintResult(std::string(version.what()) + "\n");
@@ -103,7 +125,8 @@ ExitCode CommandLine::Run(int argc, const char* const* argv) {
   } catch (const CLI::ParseError& error) {
     std::string why = error.what();
     std::replace(why.begin(), why.end(), '\n', ' ');
-    throw UsageFailure("cannot understand the command line", "", why, "see 'pf" + verb + " --help'");
+    throw UsageFailure("cannot understand the command line", "", why,
+                       "see 'pf" + (verb.empty() ? "" : " " + verb) + " --help'");
   }
   return Dispatch();
 }

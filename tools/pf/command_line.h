@@ -27,18 +27,20 @@ class CommandLine {
   /// Values of the common options, as far as they have been read.
   const CommonOptions& common() const { return common_; }
 
-  /// Help of the program (empty name) or of one verb. \throws Failure (64) for an unknown verb.
+  /// Help of the program (empty name), of one verb or of one group. \throws Failure (64) for an unknown verb.
   std::string Help(const std::string& verb) const;
   /// The parser of a verb, for what is generated from it.
   const CLI::App& AppOf(const Verb& verb) const;
 
  private:
   void AddVerb(const Verb& verb);
+  CLI::App* GroupApp(const std::string& name);
+  std::string NameIn(int argc, const char* const* argv) const;
   ExitCode Dispatch();
 
   std::unique_ptr<CLI::App> app_;
   CommonOptions common_;
-  std::map<std::string, CLI::App*> apps_;
+  std::map<std::string, CLI::App*> apps_, groups_;
   std::map<std::string, Action> actions_;
 };
 

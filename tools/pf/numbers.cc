@@ -87,8 +87,8 @@ SizeText ParseSize(const std::string& option, const std::string& text) {
   return size;
 }
 
-CropText ParseCrop(const std::string& text) {
-  Text cursor("--crop", text, "write it like 640x480+100+50");
+CropText ParseCrop(const std::string& option, const std::string& text) {
+  Text cursor(option, text, "write it like 640x480+100+50");
   CropText crop;
   crop.width = cursor.Whole(PF_MIN_WORLD_SIZE, "width");
   cursor.Need('x');
@@ -113,6 +113,37 @@ double ParseLimit(const std::string& option, const std::string& text) {
   const double value = Decimal(option, text, example);
   if (value < 0) throw UsageFailure("cannot use " + option, "'" + text + "'", "it is below 0", example);
   return value;
+}
+
+double ParseNumber(const std::string& option, const std::string& text, double low, double high) {
+  const std::string example = fmt::format("write a number from {:g} to {:g}", low, high);
+  const double value = Decimal(option, text, example);
+  if (value >= low && value <= high) return value;
+  const std::string why = value < low ? fmt::format("it is below {:g}", low) : fmt::format("it is above {:g}", high);
+  throw UsageFailure("cannot use " + option, "'" + text + "'", why, example);
+}
+
+RampText ParseRamp(const std::string& option, const std::string& text, double low, double high) {
+  const std::size_t colon = text.find(':');
+  const double first = ParseNumber(option, text.substr(0, colon), low, high);
+  return {first, colon == std::string::npos ? first : ParseNumber(option, text.substr(colon + 1), low, high)};
+}
+
+PointText ParsePoint(const std::string& option, const std::string& text) {
+  constexpr double kFar = 100000;
+  const std::string example = "write it like 100,50";
+  const std::size_t comma = text.find(',');
+  if (comma == std::string::npos) {
+    throw UsageFailure("cannot use " + option, "'" + text + "'", "it has no comma", example);
+  }
+  const auto coordinate = [&](const std::string& part) {
+    const double value = ParseNumber(option, part, -kFar, kFar);
+    if (value != std::floor(value)) {
+      throw UsageFailure("cannot use " + option, "'" + text + "'", "it is not a whole number of pixels", example);
+    }
+    return static_cast<int>(value);
+  };
+  return {coordinate(text.substr(0, comma)), coordinate(text.substr(comma + 1))};
 }
 
 }  // namespace pftool

@@ -20,13 +20,29 @@ struct CropText {
   int width = 0, height = 0, left = 0, top = 0;
 };
 /// "WxH+X+Y".
-CropText ParseCrop(const std::string& text);
+CropText ParseCrop(const std::string& option, const std::string& text);
 
 /// A finite decimal number above 0, as a percentage.
 double ParsePercent(const std::string& text);
 
 /// A finite decimal number of at least 0.
 double ParseLimit(const std::string& option, const std::string& text);
+
+/// A finite decimal number from `low` to `high`.
+double ParseNumber(const std::string& option, const std::string& text, double low, double high);
+
+/// Two numbers of that kind, "A:B"; a single one means both.
+struct RampText {
+  double first = 0, last = 0;
+};
+RampText ParseRamp(const std::string& option, const std::string& text, double low, double high);
+
+/// A place in pixels.
+struct PointText {
+  int x = 0, y = 0;
+};
+/// "X,Y" with -100000..100000 each.
+PointText ParsePoint(const std::string& option, const std::string& text);
 
 }  // namespace pftool
 

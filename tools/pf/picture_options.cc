@@ -26,6 +26,10 @@ void AddPictureFiles(CLI::App& app, PictureFiles* files) {
   app.add_option("inputs", files->inputs, "Pictures, sequences like shot.%04d.exr or shot.####.exr, or - for a pipe")
       ->required()
       ->type_name("INPUT");
+  AddOutput(app, files);
+}
+
+void AddOutput(CLI::App& app, PictureFiles* files) {
   app.add_option("-o,--output", files->output, "Picture, sequence, folder, or - for a pipe")
       ->required()
       ->type_name("OUTPUT");
@@ -46,14 +50,21 @@ std::string JsonText(const nlohmann::json& value) {
   return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
+void RefuseJsonWithPicture(const PictureFiles& files, const CommonOptions& common) {
+  if (!common.json || files.output != "-") return;
+  throw UsageFailure("cannot write", "standard output", "it cannot take the picture and --json",
+                     "write the picture to a file or leave --json out");
+}
+
 ExitCode ForEachPicture(const char* verb, const PictureFiles& files, const CommonOptions& common,
                         const PictureWork& work) {
-  if (common.json && files.output == "-") {
-    throw UsageFailure("cannot write", "standard output", "it cannot take the picture and --json",
-                       "write the picture to a file or leave --json out");
-  }
+  RefuseJsonWithPicture(files, common);
   const Inputs inputs(files.inputs, common.frames);
-  const std::vector<Job> jobs = PairWithOutputs(inputs, files.output, common.overwrite);
+  return ForEachJob(verb, PairWithOutputs(inputs, files.output, common.overwrite), files, common, work);
+}
+
+ExitCode ForEachJob(const char* verb, const std::vector<Job>& jobs, const PictureFiles& files,
+                    const CommonOptions& common, const PictureWork& work) {
   for (const Job& job : jobs) FormatFor(job.output, files.format);
   const Engine engine(common.threads);
   Reporter reporter(common.progress);

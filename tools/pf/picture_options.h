@@ -40,6 +40,16 @@ using PictureWork = std::function<WrittenFacts(const Job& job, const WriteReques
 ExitCode ForEachPicture(const char* verb, const PictureFiles& files, const CommonOptions& common,
                         const PictureWork& work);
 
+/// The same for jobs that have been paired already: `files` tells the output's name and format only.
+ExitCode ForEachJob(const char* verb, const std::vector<Job>& jobs, const PictureFiles& files,
+                    const CommonOptions& common, const PictureWork& work);
+
+/// Refuses --json beside a picture on standard output. \throws Failure (64).
+void RefuseJsonWithPicture(const PictureFiles& files, const CommonOptions& common);
+
+/// "-o" and "--format" alone.
+void AddOutput(CLI::App& app, PictureFiles* files);
+
 /// What is assumed about a picture, said once for a sequence of like pictures.
 void NoteAssumptions(const PictureFacts& facts, Reporter* reporter);
 

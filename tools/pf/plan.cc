@@ -44,6 +44,36 @@ Inputs::Inputs(const std::vector<std::string>& names, const std::string& frames)
   }
 }
 
+void Inputs::RepeatFor(const std::vector<int>& frames) {
+  const InputName only = files_.front();
+  files_.assign(frames.size(), only);
+  frames_ = frames;
+}
+
+InputPairs PairInputs(const std::string& first, const std::string& second, const std::string& frames) {
+  if (first == "-" && second == "-") {
+    throw UsageFailure("cannot read", "standard input", "it is named twice", "name it once");
+  }
+  InputPairs pairs = {Inputs({first}, IsSequenceName(first) ? frames : ""),
+                      Inputs({second}, IsSequenceName(second) ? frames : "")};
+  const std::vector<int> first_frames = pairs.first.frames(), second_frames = pairs.second.frames();
+  if (first_frames.empty() && second_frames.empty()) {
+    if (frames.empty()) return pairs;
+    pairs.first.RepeatFor(ParseFrames(frames));
+    pairs.second.RepeatFor(pairs.first.frames());
+  } else if (first_frames.empty()) {
+    pairs.first.RepeatFor(second_frames);
+  } else if (second_frames.empty()) {
+    pairs.second.RepeatFor(first_frames);
+  } else if (first_frames.size() != second_frames.size()) {
+    throw UsageFailure(
+        "cannot pair", "the sequences",
+        fmt::format("the first has {} pictures and the second {}", first_frames.size(), second_frames.size()),
+        "choose frames that both have with --frames");
+  }
+  return pairs;
+}
+
 void Inputs::Add(const std::string& name, const std::string& frames) {
   if (name == "-") {
     if (standard_input_) throw UsageFailure("cannot read", "standard input", "it is named twice", "name it once");

@@ -38,6 +38,8 @@ class Inputs {
   const std::vector<InputName>& files() const { return files_; }
   /// The frame of each file when the only name is a sequence.
   const std::vector<int>& frames() const { return frames_; }
+  /// Takes the only file once for each frame, as if it were a sequence of equal pictures.
+  void RepeatFor(const std::vector<int>& frames);
 
  private:
   void Add(const std::string& name, const std::string& frames);
@@ -46,6 +48,14 @@ class Inputs {
   std::vector<int> frames_;
   std::unique_ptr<UnfinishedFile> standard_input_;
 };
+
+/// Two inputs of one run, equally many files each.
+struct InputPairs {
+  Inputs first, second;
+};
+/// Reads two names. A single picture beside a sequence is used for every frame; two single pictures are used for every
+/// frame of --frames. \throws Failure as Inputs does; 64 for sequences of unequal length and standard input twice.
+InputPairs PairInputs(const std::string& first, const std::string& second, const std::string& frames);
 
 /// Pairs inputs with outputs. The output is one file for one picture, a sequence for a sequence, an existing
 /// folder (or a name that ends in "/") for any number of pictures, which keep their names, or "-".

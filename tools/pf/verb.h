@@ -42,7 +42,7 @@ struct Example {
 };
 
 struct Verb {
-  const char* name;
+  const char* name;         ///< one word, or the word of a group and one of its own: "mask blur"
   const char* summary;      ///< one line
   const char* description;  ///< paragraphs, separated by an empty line
   std::vector<Example> examples;
@@ -52,6 +52,16 @@ struct Verb {
 
 /// All verbs, in the order of the help.
 const std::vector<Verb>& Verbs();
+
+/// The first word of verbs with two.
+struct VerbGroup {
+  const char* name;
+  const char* summary;
+};
+const std::vector<VerbGroup>& VerbGroups();
+
+/// The words of a verb's name.
+std::vector<std::string> WordsOf(const Verb& verb);
 
 /// Breaks paragraphs into lines of at most `width` characters.
 std::string Wrapped(const std::string& text, std::size_t width);
@@ -64,6 +74,14 @@ Verb InfoVerb();
 Verb ConvertVerb();
 Verb ScaleVerb();
 Verb CompareVerb();
+Verb FadeVerb();
+Verb MaskMakeVerb();
+Verb MaskInvertVerb();
+Verb MaskFadeVerb();
+Verb MaskCombineVerb();
+Verb MaskBlurVerb();
+Verb MaskApplyVerb();
+Verb PaintVerb();
 Verb SheetVerb();
 Verb HelpVerb();
 Verb CompletionVerb();

@@ -42,30 +42,56 @@ std::string Choices(const CommandLine& line) {
   return text;
 }
 
+/// First words, and the second words of each group as a line of the script.
+std::string FirstWords() {
+  std::string words;
+  for (const Verb& verb : Verbs()) {
+    const std::string first = WordsOf(verb)[0] + " ";
+    if ((" " + words).find(" " + first) == std::string::npos) words += first;
+  }
+  return words;
+}
+
+std::string SecondWords() {
+  std::string lines;
+  for (const VerbGroup& group : VerbGroups()) {
+    std::string words;
+    for (const Verb& verb : Verbs()) {
+      if (WordsOf(verb).size() == 2 && WordsOf(verb)[0] == group.name) words += WordsOf(verb)[1] + " ";
+    }
+    lines += fmt::format(
+        "    {}) verb=\"$verb ${{COMP_WORDS[2]}}\"\n"
+        "      if [ \"$COMP_CWORD\" -eq 2 ]; then COMPREPLY=($(compgen -W '{}' -- \"$word\")); return; fi ;;\n",
+        group.name, words);
+  }
+  return lines;
+}
+
 std::string BashScript() {
   const CommandLine line;
-  std::string verbs, cases;
+  std::string cases;
   for (const Verb& verb : Verbs()) {
-    verbs += std::string(verb.name) + " ";
-    cases += fmt::format("    {}) options='{}' ;;\n", verb.name, OptionNames(line.AppOf(verb)));
+    cases += fmt::format("    '{}') options='{}' ;;\n", verb.name, OptionNames(line.AppOf(verb)));
   }
   return fmt::format(
       "# Completion of pf for bash. Load it with: eval \"$(pf completion bash)\"\n"
       "_pf() {{\n"
-      "  local word=\"${{COMP_WORDS[COMP_CWORD]}}\" before=\"${{COMP_WORDS[COMP_CWORD-1]}}\" options=''\n"
+      "  local word=\"${{COMP_WORDS[COMP_CWORD]}}\" before=\"${{COMP_WORDS[COMP_CWORD-1]}}\"\n"
+      "  local verb=\"${{COMP_WORDS[1]}}\" options=''\n"
       "  COMPREPLY=()\n"
       "  if [ \"$COMP_CWORD\" -eq 1 ]; then\n"
       "    COMPREPLY=($(compgen -W '{0}--help --version' -- \"$word\")); return\n"
       "  fi\n"
+      "  case \"$verb\" in\n{3}  esac\n"
       "  case \"$before\" in\n{1}"
       "    help) COMPREPLY=($(compgen -W '{0}' -- \"$word\")); return ;;\n"
       "    completion) COMPREPLY=($(compgen -W 'bash' -- \"$word\")); return ;;\n"
       "  esac\n"
-      "  case \"${{COMP_WORDS[1]}}\" in\n{2}  esac\n"
+      "  case \"$verb\" in\n{2}  esac\n"
       "  if [[ \"$word\" == -* ]]; then COMPREPLY=($(compgen -W \"$options\" -- \"$word\")); fi\n"
       "}}\n"
       "complete -o default -F _pf pf\n",
-      verbs, Choices(line), cases);
+      FirstWords(), Choices(line), cases, SecondWords());
 }
 
 Action Setup(CLI::App& app) {

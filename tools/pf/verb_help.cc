@@ -7,10 +7,12 @@ namespace pftool {
 namespace {
 
 Action Setup(CLI::App& app) {
-  const auto verb = std::make_shared<std::string>();
-  app.add_option("verb", *verb, "Verb to explain")->type_name("VERB");
-  return [verb](const CommonOptions&) {
-    PrintResult(CommandLine().Help(*verb));
+  const auto words = std::make_shared<std::vector<std::string>>();
+  app.add_option("verb", *words, "Verb to explain, of one word or two")->type_name("VERB");
+  return [words](const CommonOptions&) {
+    std::string verb;
+    for (const std::string& word : *words) verb += (verb.empty() ? "" : " ") + word;
+    PrintResult(CommandLine().Help(verb));
     return ExitCode::kDone;
   };
 }
@@ -18,12 +20,13 @@ Action Setup(CLI::App& app) {
 }  // namespace
 
 Verb HelpVerb() {
-  return {"help",
-          "Explain the program or a verb",
-          "The same as --help.",
-          {{"pf help scale", "options and examples of a verb"}},
-          0,
-          Setup};
+  return {
+      "help",
+      "Explain the program or a verb",
+      "The same as --help.",
+      {{"pf help scale", "options and examples of a verb"}, {"pf help mask blur", "the same for a verb of a group"}},
+      0,
+      Setup};
 }
 
 }  // namespace pftool

@@ -27,7 +27,7 @@ void ReadRequest(ScaleOptions* options) {
   ScaleRequest& request = options->request;
   if (!options->size.empty()) request.size = ParseSize("--size", options->size);
   if (!options->percent.empty()) request.percent = ParsePercent(options->percent);
-  if (!options->crop.empty()) request.crop = ParseCrop(options->crop);
+  if (!options->crop.empty()) request.crop = ParseCrop("--crop", options->crop);
   if (!request.size && !request.percent && !request.crop) {
     throw UsageFailure("cannot scale", "", "no size was given", "give --size WxH, --percent P or --crop WxH+X+Y");
   }

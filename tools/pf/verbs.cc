@@ -6,9 +6,23 @@
 namespace pftool {
 
 const std::vector<Verb>& Verbs() {
-  static const std::vector<Verb> verbs = {InfoVerb(),  ConvertVerb(), ScaleVerb(),      CompareVerb(),
-                                          SheetVerb(), HelpVerb(),    CompletionVerb(), ManVerb()};
+  static const std::vector<Verb> verbs = {InfoVerb(),     ConvertVerb(),    ScaleVerb(),      FadeVerb(),
+                                          MaskMakeVerb(), MaskInvertVerb(), MaskFadeVerb(),   MaskCombineVerb(),
+                                          MaskBlurVerb(), MaskApplyVerb(),  PaintVerb(),      CompareVerb(),
+                                          SheetVerb(),    HelpVerb(),       CompletionVerb(), ManVerb()};
   return verbs;
+}
+
+const std::vector<VerbGroup>& VerbGroups() {
+  static const std::vector<VerbGroup> groups = {{"mask", "Make, change, combine and apply masks"}};
+  return groups;
+}
+
+std::vector<std::string> WordsOf(const Verb& verb) {
+  const std::string name = verb.name;
+  const std::size_t space = name.find(' ');
+  if (space == std::string::npos) return {name};
+  return {name.substr(0, space), name.substr(space + 1)};
 }
 
 std::string Wrapped(const std::string& text, std::size_t width) {

@@ -92,7 +92,7 @@ TEST(Numbers, RefuseWhatIsNoSize) {
     EXPECT_NE(Refusal([&] { pftool::ParsePercent(text); }), "accepted") << text;
   }
   EXPECT_NE(Refusal([&] { pftool::ParseLimit("--max", "-1"); }), "accepted");
-  EXPECT_NE(Refusal([&] { pftool::ParseCrop("5x5+1"); }), "accepted");
+  EXPECT_NE(Refusal([&] { pftool::ParseCrop("--crop", "5x5+1"); }), "accepted");
 }
 
 TEST(ScalePlans, GiveSizesAndSourceParts) {
@@ -123,7 +123,7 @@ TEST(ScalePlans, GiveSizesAndSourceParts) {
     pftool::ScaleRequest request;
     if (*row.size) request.size = pftool::ParseSize("--size", row.size);
     if (row.percent > 0) request.percent = row.percent;
-    if (*row.crop) request.crop = pftool::ParseCrop(row.crop);
+    if (*row.crop) request.crop = pftool::ParseCrop("--crop", row.crop);
     request.aspect = row.aspect;
     const pftool::ScalePlan plan = pftool::PlanScale(400, 300, request, "'p'");
     EXPECT_EQ(std::pair(plan.width, plan.height), std::pair(row.width, row.height)) << row.size << row.crop;
@@ -134,7 +134,7 @@ TEST(ScalePlans, GiveSizesAndSourceParts) {
 
 TEST(ScalePlans, RefusePartsOutsideAndGiantResults) {
   pftool::ScaleRequest request;
-  request.crop = pftool::ParseCrop("10x10+391+0");
+  request.crop = pftool::ParseCrop("--crop", "10x10+391+0");
   EXPECT_NE(Refusal([&] { pftool::PlanScale(400, 300, request, "'p'"); }).find("reach beyond"), std::string::npos);
   request.crop.reset();
   request.percent = 1e12;

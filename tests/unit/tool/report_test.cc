@@ -130,8 +130,11 @@ TEST(HelpTexts, CoverEveryVerbAndOption) {
   const Folder folder;
   const std::string man = RunPf(folder, {"man"}).out, bash = RunPf(folder, {"completion", "bash"}).out;
   for (const pftool::Verb& verb : pftool::Verbs()) {
-    const std::string help = RunPf(folder, {verb.name, "--help"}).out;
-    EXPECT_EQ(help, RunPf(folder, {"help", verb.name}).out);
+    std::vector<std::string> words = pftool::WordsOf(verb), asked = words;
+    words.push_back("--help");
+    asked.insert(asked.begin(), "help");
+    const std::string help = RunPf(folder, words).out;
+    EXPECT_EQ(help, RunPf(folder, asked).out);
     ASSERT_FALSE(verb.examples.empty()) << verb.name;
     EXPECT_NE(help.find(verb.examples[0].command), std::string::npos) << verb.name;
     EXPECT_NE(man.find("\"pf " + std::string(verb.name) + "\""), std::string::npos) << verb.name;
@@ -143,6 +146,8 @@ TEST(HelpTexts, CoverEveryVerbAndOption) {
       EXPECT_FALSE(option->get_description().empty()) << name;
     }
   }
+  EXPECT_NE(RunPf(folder, {"help", "mask"}).out.find("combine"), std::string::npos);
+  EXPECT_EQ(RunPf(folder, {"mask"}).status, 64);
   for (const pftool::ExitCodeText* row = pftool::kExitCodeTexts; row->meaning; ++row) {
     EXPECT_NE(RunPf(folder, {"--help"}).out.find(row->meaning), std::string::npos);
   }
