@@ -48,6 +48,10 @@ void ExpectEveryWidth(const BlendKernels& kernels) {
       second.Fill(random, kind);
       // Many alphas alike, so that whole vectors of them come too.
       for (std::int32_t x = 0; x < n && random() % 2 == 0; ++x) second.At<P>(x, 0).alpha = first.At<P>(x, 0).alpha;
+      if constexpr (std::is_same_v<P, PF_PixelFloat>) {
+        // Sums of -0.
+        for (std::int32_t x = 0; x < n; x += 3) first.At<P>(x, 0).red = second.At<P>(x, 0).red = -0.0f;
+      }
       const auto ratio = static_cast<std::uint32_t>(Between(random, 1, 65535));
       for (const BlendForm form : {pf::kPremultipliedBlend, pf::kStraightBlend}) {
         ExpectRow(kernels, form, &first.At<P>(0, 0), &second.At<P>(0, 0), ratio, &out.At<P>(0, 0),

@@ -56,7 +56,7 @@ std::string TextOf(const std::vector<LinePixel>& pixels) {
 // QUIRK-33: among these, ends whose fraction is one half or that are negative.
 TEST(Lines, AreTheSteppedOnes) {
   Random random(21);
-  for (int round = 0; round < 30000; ++round) {
+  for (int round = 0; round < 15000; ++round) {
     const auto width = static_cast<std::int32_t>(Between(random, 1, 30));
     const auto height = static_cast<std::int32_t>(Between(random, 1, 30));
     // Positions in 64ths near the world, or far away in a few rounds, through the world more often than not.

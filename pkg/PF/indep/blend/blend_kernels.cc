@@ -99,105 +99,131 @@ struct Premul16 {
   V16 w1, w2;
 };
 
-constexpr std::uint64_t kTwoTo52 = 0x4330000000000000u;  // the bits of 2^52
-
-// Integers below 2^52 to doubles.
-HWY_INLINE VF64 WithTwoTo52(V64 v) { return hn::BitCast(DF64(), hn::Or(v, hn::Set(D64(), kTwoTo52))); }
-HWY_INLINE VF64 Real(V64 v) { return hn::Sub(WithTwoTo52(v), hn::BitCast(DF64(), hn::Set(D64(), kTwoTo52))); }
-
-// Straight pixels of 8 or 16 bits, one in each lane of 64 bits.
-//
-// With shares A1, A2 and S = A1 + A2 a colour is floor((c1 A1 + c2 A2 + floor(S / 2)) / S): c2 plus P / S to
-// nearest, halves up, where P = (c1 - c2) A1. For any whole k, P - (k + 1/2) S is a multiple of 1/2, so P + 1/4 is
-// at least 1/4 away from (k + 1/2) S, and above it when P / S is that half. So x = (P + 1/4) / S has the wanted
-// nearest integer and keeps 1 / (4 S) > 2^-34 away from halves. P + 1/4 is exact in double precision; the
-// reciprocal of S and the product are each off by at most 2^-53 of |x| < 2^16, together by about 2^-36, which
-// cannot cross a half. Adding 1.5 * 2^52 rounds x and leaves it in the low bits, modulo the channel's range.
-// A share of 0 needs no case of its own; when both are, S = 1 gives c2.
-template <int kBits>
-struct StraightLanes {
-  explicit StraightLanes(std::uint32_t ratio) : w1(hn::Set(D64(), 65536 - ratio)), w2(hn::Set(D64(), ratio)) {}
-
-  static V64 Channels() { return hn::Set(D64(), (1u << kBits) - 1); }
-
-  // Low bits: the four channels; colour is still to be added to the second source's, channel by channel.
-  HWY_INLINE V64 operator()(V64 first, V64 second) const {
-    const D64 d;
-    const DF64 df;
-    const V64 share1 = Share(hn::And(first, Channels()), w1);
-    const V64 share = hn::Add(share1, Share(hn::And(second, Channels()), w2));
-    const VF64 weight = Real(share1);
-    const VF64 reciprocal = hn::Div(hn::Set(df, 1.0), hn::Max(Real(share), hn::Set(df, 1.0)));
-    V64 out = hn::ShiftRight<16>(hn::Add(share, hn::Set(d, 32768)));
-    out = hn::Or(out, Colour<1>(first, second, weight, reciprocal));
-    out = hn::Or(out, Colour<2>(first, second, weight, reciprocal));
-    return hn::Or(out, Colour<3>(first, second, weight, reciprocal));
-  }
-
-  HWY_INLINE static V64 Share(V64 alpha, V64 w) {
-    return hn::MulEven(hn::BitCast(D32(), alpha), hn::BitCast(D32(), w));
-  }
-
-  template <int kChannel>
-  HWY_INLINE V64 Colour(V64 first, V64 second, VF64 weight, VF64 reciprocal) const {
-    const DF64 d;
-    const auto channel = [](V64 v)
-                             HWY_ATTR { return WithTwoTo52(hn::And(hn::ShiftRight<kBits * kChannel>(v), Channels())); };
-    const VF64 difference = hn::Sub(channel(first), channel(second));
-    const VF64 x = hn::Mul(hn::Add(hn::Mul(difference, weight), hn::Set(d, 0.25)), reciprocal);
-    const V64 rounded = hn::BitCast(D64(), hn::Add(x, hn::Set(d, 0x1.8p52)));
-    return hn::ShiftLeft<kBits * kChannel>(hn::And(rounded, Channels()));
-  }
-
-  V64 w1, w2;
-};
-
 // Where all alphas are equal and not 0, (c1 a w1 + c2 a w2 + 32768 a) / (65536 a) is the mix of channels alike.
 template <class D, class V = hn::Vec<D> >
-HWY_INLINE bool AlphasAlike(D d, V first, V second, hwy::HWY_NAMESPACE::TFromD<D> alpha) {
+HWY_INLINE bool AlphasAlike(D d, V first, V second, hn::TFromD<D> alpha) {
   const V mask = hn::Set(d, alpha), zero = hn::Zero(d);
   const auto differ = hn::Ne(hn::And(hn::Xor(first, second), mask), zero);
   return hn::AllFalse(d, hn::Or(differ, hn::Eq(hn::And(first, mask), zero)));
 }
 
+// Straight pixels. With shares A1, A2 and S = A1 + A2 a colour is floor((c1 A1 + c2 A2 + floor(S / 2)) / S): c2
+// plus P / S to nearest, halves up, where P = (c1 - c2) A1. For any whole k, P - (k + 1/2) S is a multiple of 1/2.
+// So a value that is between P / S and (P + 1/2) / S, neither included, has the wanted nearest integer. A share of
+// 0 needs no case of its own; when both are, S = 1 gives c2.
+
+// 8 bits. 2^36 A1 / S is taken to within 1.1 in two steps: f1 is 2^18 A1 / S to within 1.1, and f2 is 2^18 R / S
+// likewise, where R = 2^18 A1 - f1 S is what f1 leaves. R is below 2^25, so 32 bits hold it whatever overflows on the
+// way. With y = (c1 - c2) (2^18 f1 + f2) + 1024 the error of y is below 255 * 1.1; P / S and (P + 1/2) / S are
+// 2^35 / S > 2048 apart on that scale, so y / 2^36 is between them.
 struct Straight8 {
   using D = D32;
   using V = V32;
   static constexpr BlendForm kForm = kStraightBlend;
   static constexpr int kIndex = 0;
 
-  explicit Straight8(std::uint32_t ratio) : lanes(ratio), alike(ratio) {}
+  explicit Straight8(std::uint32_t ratio)
+      : w1(hn::Set(D32(), 65536 - ratio)), w2(hn::Set(D32(), ratio)), alike(ratio) {}
 
-  HWY_INLINE V32 operator()(V32 first, V32 second) const {
-    if (AlphasAlike(D32(), first, second, 255)) return alike(first, second);
-    const D64 d;
-    const V64 a = hn::BitCast(d, first), b = hn::BitCast(d, second), low = hn::Set(d, 0xFFFFFFFFu);
-    const V64 even = lanes(hn::And(a, low), hn::And(b, low));
-    const V64 odd = lanes(hn::ShiftRight<32>(a), hn::ShiftRight<32>(b));
-    const V32 out = hn::BitCast(D32(), hn::Or(even, hn::ShiftLeft<32>(odd)));
-    const V32 colour = hn::AndNot(hn::Set(D32(), 255), second);
-    return hn::BitCast(D32(), hn::Add(hn::BitCast(D8(), out), hn::BitCast(D8(), colour)));
+  struct Factors {
+    VI32 f1, f2;
+  };
+
+  HWY_INLINE static Factors FactorsOf(V32 share1, V32 share) {
+    const DF df;
+    const DI32 di;
+    const VI32 a = hn::BitCast(di, share1), s = hn::BitCast(di, share);
+    const VF scale = hn::Div(hn::Set(df, 0x1p18f), hn::Max(hn::ConvertTo(df, s), hn::Set(df, 1.0f)));
+    const VI32 f1 = TruncateToInt32(hn::Mul(hn::ConvertTo(df, a), scale));
+    const VI32 left = hn::Sub(hn::ShiftLeft<18>(a), hn::Mul(f1, s));
+    return {f1, TruncateToInt32(hn::Mul(hn::ConvertTo(df, left), scale))};
   }
 
-  StraightLanes<8> lanes;
+  // P / S to nearest in bits 18 to 25.
+  HWY_INLINE static V32 Colour(VI32 difference, const Factors& factors) {
+    const DI32 d;
+    const VI32 low = hn::ShiftRight<18>(hn::Add(hn::Mul(difference, factors.f2), hn::Set(d, 1024)));
+    const VI32 y = hn::Add(hn::Mul(difference, factors.f1), low);
+    return hn::BitCast(D32(), hn::Add(y, hn::Set(d, 1 << 17)));
+  }
+
+  HWY_INLINE V32 operator()(V32 first, V32 second) const {
+    const D32 d;
+    const D16 d16;
+    const DI32 di;
+    const V32 alpha = hn::Set(d, 255);
+    if (AlphasAlike(d, first, second, 255)) return alike(first, second);
+    const V32 share1 = hn::Mul(hn::And(first, alpha), w1);
+    const V32 share = hn::Add(share1, hn::Mul(hn::And(second, alpha), w2));
+    const Factors factors = FactorsOf(share1, share);
+
+    // Differences of channels in lanes of 16 bits: alpha and green, red and blue.
+    const V16 a = hn::BitCast(d16, first), b = hn::BitCast(d16, second), byte = hn::Set(d16, 255);
+    const VI32 even = hn::BitCast(di, hn::Sub(hn::And(a, byte), hn::And(b, byte)));
+    const VI32 odd = hn::BitCast(di, hn::Sub(hn::ShiftRight<8>(a), hn::ShiftRight<8>(b)));
+    const V32 red = Colour(hn::ShiftRight<16>(hn::ShiftLeft<16>(odd)), factors);
+    const V32 green = Colour(hn::ShiftRight<16>(even), factors);
+    const V32 blue = Colour(hn::ShiftRight<16>(odd), factors);
+
+    V32 out = hn::ShiftRight<16>(hn::Add(share, hn::Set(d, 32768)));
+    out = hn::Or(out, hn::And(hn::ShiftRight<10>(red), hn::Set(d, 0xFF00)));
+    out = hn::Or(out, hn::And(hn::ShiftRight<2>(green), hn::Set(d, 0xFF0000)));
+    out = hn::Or(out, hn::And(hn::ShiftLeft<6>(blue), hn::Set(d, 0xFF000000)));
+    return hn::BitCast(d, hn::Add(hn::BitCast(D8(), out), hn::BitCast(D8(), hn::AndNot(alpha, second))));
+  }
+
+  V32 w1, w2;
   Premul8 alike;
 };
 
+constexpr std::uint64_t kTwoTo52 = 0x4330000000000000u;  // the bits of 2^52
+
+// Integers below 2^52 to doubles.
+HWY_INLINE VF64 WithTwoTo52(V64 v) { return hn::BitCast(DF64(), hn::Or(v, hn::Set(D64(), kTwoTo52))); }
+HWY_INLINE VF64 Real(V64 v) { return hn::Sub(WithTwoTo52(v), hn::BitCast(DF64(), hn::Set(D64(), kTwoTo52))); }
+
+// 16 bits, a pixel in each lane of 64. x = (P + 1/4) / S in double precision: the numerator is exact, the reciprocal
+// of S and the product are each off by at most 2^-53 of |x| < 2^16, together by about 2^-36, and x is 1 / (4 S) >
+// 2^-34 away from either bound. Adding 1.5 * 2^52 rounds x and leaves it in the low bits, modulo the channel's range.
 struct Straight16 {
   using D = D64;
   using V = V64;
   static constexpr BlendForm kForm = kStraightBlend;
   static constexpr int kIndex = 1;
 
-  explicit Straight16(std::uint32_t ratio) : lanes(ratio), alike(ratio) {}
+  explicit Straight16(std::uint32_t ratio)
+      : w1(hn::Set(D64(), 65536 - ratio)), w2(hn::Set(D64(), ratio)), alike(ratio) {}
 
-  HWY_INLINE V64 operator()(V64 first, V64 second) const {
-    if (AlphasAlike(D64(), first, second, 65535)) return alike(first, second);
-    const V64 colour = hn::AndNot(hn::Set(D64(), 65535), second);
-    return hn::BitCast(D64(), hn::Add(hn::BitCast(D16(), lanes(first, second)), hn::BitCast(D16(), colour)));
+  HWY_INLINE static V64 Share(V64 alpha, V64 w) {
+    return hn::MulEven(hn::BitCast(D32(), alpha), hn::BitCast(D32(), w));
   }
 
-  StraightLanes<16> lanes;
+  template <int kChannel>
+  HWY_INLINE static V64 Colour(V64 first, V64 second, VF64 share1, VF64 reciprocal) {
+    const DF64 d;
+    const V64 full = hn::Set(D64(), 65535);
+    const auto channel = [=](V64 v) HWY_ATTR { return WithTwoTo52(hn::And(hn::ShiftRight<16 * kChannel>(v), full)); };
+    const VF64 difference = hn::Sub(channel(first), channel(second));
+    const VF64 x = hn::Mul(hn::Add(hn::Mul(difference, share1), hn::Set(d, 0.25)), reciprocal);
+    return hn::ShiftLeft<16 * kChannel>(hn::And(hn::BitCast(D64(), hn::Add(x, hn::Set(d, 0x1.8p52))), full));
+  }
+
+  HWY_INLINE V64 operator()(V64 first, V64 second) const {
+    const D64 d;
+    const DF64 df;
+    const V64 alpha = hn::Set(d, 65535);
+    if (AlphasAlike(d, first, second, 65535)) return alike(first, second);
+    const V64 share1 = Share(hn::And(first, alpha), w1);
+    const V64 share = hn::Add(share1, Share(hn::And(second, alpha), w2));
+    const VF64 reciprocal = hn::Div(hn::Set(df, 1.0), hn::Max(Real(share), hn::Set(df, 1.0)));
+    V64 out = hn::ShiftRight<16>(hn::Add(share, hn::Set(d, 32768)));
+    out = hn::Or(out, Colour<1>(first, second, Real(share1), reciprocal));
+    out = hn::Or(out, Colour<2>(first, second, Real(share1), reciprocal));
+    out = hn::Or(out, Colour<3>(first, second, Real(share1), reciprocal));
+    return hn::BitCast(d, hn::Add(hn::BitCast(D16(), out), hn::BitCast(D16(), hn::AndNot(alpha, second))));
+  }
+
+  V64 w1, w2;
   Premul16 alike;
 };
 
