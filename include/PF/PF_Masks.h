@@ -118,7 +118,9 @@ PF_EXPORT PF_Err PF_TransferUnoBuffers(const PF_ProgressInfo* progress, const PF
 /// both. 16 to 8 bits as worlds convert: (v * 255 + 16384) >> 15, or with noise in place of the rounding.
 /// \param dither non-zero: add noise (only 16 to 8 bits, and only when the host gave a random table). One
 ///   value per pixel, row by row, from the sequence of PF_ResetDitherRandomIndex; threads do not change it.
-/// \return 0, also when the source is not 16 bits deep: then nothing is done; 516 for another destination.
+/// \param rect required.
+/// \return 0, also when the source is not 16 bits deep: then nothing is done; 516 for another destination or a
+///   null rectangle.
 PF_EXPORT PF_Err PF_ConvertDeepUnoBuffer(const PF_ProgressInfo* progress, const PF_UnoBuffer* src, const M_LRect* rect,
                                          std::int32_t dither, PF_UnoBuffer* dst);
 

@@ -127,16 +127,16 @@ TEST_F(MaskCombination, OverlappingSourcesCountAsCopiedBefore) {
 // Two records of different depth over one block: nothing is in place then.
 TEST_F(MaskCombination, ASharedBlockOfAnotherDepthIsReadBeforeItIsWritten) {
   Random random(7);
-  TestMask wide(16, 30, 20, random);
-  TestMask copy(8, 60, 20);
+  TestMask wide(16, 1200, 3, random);
+  TestMask copy(8, 2400, 3);
   std::memcpy(copy.values(), wide.values(), wide.size());
   TestMask holder(8, 1, 1);
   PF_UnoBuffer* narrow = holder.record();
   const U_Handle own = narrow->data;
   narrow->data = wide.record()->data;
-  narrow->width = 60;
-  narrow->height = 20;
-  const M_LRect rect = {0, 0, 30, 20};
+  narrow->width = 2400;
+  narrow->height = 3;
+  const M_LRect rect = {0, 0, 1200, 3};
   const M_LPoint at = {0, 0};
   const auto expected = ReferenceCombination(PF_MaskMode_ADD, {&copy, 1}, {nullptr, 1}, rect, at, wide);
   EXPECT_EQ(PF_AccumulateUnoBuffers(nullptr, narrow, PF_MaskMode_ADD, &rect, &at, wide.record()), 0);

@@ -12,7 +12,7 @@ PF_Err Accumulate(const PF_ProgressInfo* progress, const PF_UnoBuffer* src, std:
   if (const PF_Err error = CheckCombination(mode, {src, dst})) return error;
   if (rect == nullptr || at == nullptr) return PF_Err_BAD_PARAMETER;
   const MaskArea area = ClipMasks(*src, *rect, *at, *dst);
-  if (area.Empty()) return PF_Err_NONE;
+  if (area.Empty()) return PF_Err_NONE;  // QUIRK-27
   const LockedMask from(src), to(dst);
   const CombineOperand s(from, area.src_x, area.src_y, src_weight, to, area);
   const CombineOperand d(to, area.dst_x, area.dst_y, dst_weight, to, area);
@@ -28,7 +28,7 @@ PF_Err Transfer(const PF_ProgressInfo* progress, const PF_UnoBuffer* first, cons
   if (first->width != second->width || first->height != second->height) return PF_Err_BAD_PARAMETER;
   if (rect == nullptr || at == nullptr) return PF_Err_BAD_PARAMETER;
   const MaskArea area = ClipMasks(*first, *rect, *at, *dst);
-  if (area.Empty()) return PF_Err_NONE;
+  if (area.Empty()) return PF_Err_NONE;  // QUIRK-27
   const LockedMask from(first), with(second), to(dst);
   const CombineOperand s(from, area.src_x, area.src_y, 1, to, area);
   const CombineOperand d(with, area.src_x, area.src_y, 1, to, area);

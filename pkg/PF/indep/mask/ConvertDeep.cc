@@ -43,7 +43,7 @@ PF_Err ConvertDeep(const PF_ProgressInfo* progress, const PF_UnoBuffer* src, con
                    const PF_UnoBuffer* dst) {
   CheckMask(src);
   CheckMask(dst);
-  if (src->depth != 16) return PF_Err_NONE;
+  if (src->depth != 16) return PF_Err_NONE;  // QUIRK-26
   if (dst->depth != 8 && dst->depth != 16) return PF_Err_BAD_PARAMETER;
   if (rect == nullptr) return PF_Err_BAD_PARAMETER;
   const MaskArea area = ClipMasks(*src, *rect, {rect->left, rect->top}, *dst);
