@@ -71,7 +71,9 @@ struct GuardedValues {
       : memory(from.size() * sizeof(T), where), values(reinterpret_cast<T*>(memory.data())), count(from.size()) {
     std::copy(from.begin(), from.end(), values);
   }
-  bool Equals(const std::vector<T>& other) const { return std::memcmp(values, other.data(), count * sizeof(T)) == 0; }
+  bool Equals(const std::vector<T>& other) const {
+    return count == 0 || std::memcmp(values, other.data(), count * sizeof(T)) == 0;
+  }
   GuardedMemory memory;
   T* values;
   std::size_t count;

@@ -217,7 +217,7 @@ void ExpectGauss(const pf::MaskScanKernels& kernels, std::int64_t n, std::int64_
   for (const auto where : {GuardedMemory::kStart, GuardedMemory::kEnd}) {
     const GuardedMemory in(values.size() * sizeof(T), where), actual(static_cast<std::size_t>(n) * sizeof(T), where),
         expected(static_cast<std::size_t>(n) * sizeof(T), where);
-    std::memcpy(in.data(), values.data(), in.size());
+    std::copy(values.begin(), values.end(), reinterpret_cast<T*>(in.data()));
     pf::GaussRun<T> run = {reinterpret_cast<const T*>(in.data()) + before * step,
                            reinterpret_cast<T*>(actual.data()),
                            n,
@@ -254,8 +254,8 @@ void ExpectBox(const pf::MaskScanKernels& kernels, std::int64_t n, std::int64_t 
   // A row enters and another leaves sums that hold both.
   const auto other = AnyValues<T>(random, values.size());
   const GuardedMemory in(size), gone(size);
-  std::memcpy(in.data(), values.data(), size);
-  std::memcpy(gone.data(), other.data(), size);
+  std::copy(values.begin(), values.end(), reinterpret_cast<T*>(in.data()));
+  std::copy(other.begin(), other.end(), reinterpret_cast<T*>(gone.data()));
   std::vector<std::uint32_t> sums(other.begin(), other.end());
   for (std::uint32_t& sum : sums) sum += static_cast<std::uint32_t>(random() % 7);
   auto expected_sums = sums;
