@@ -89,6 +89,10 @@ template <class T>
 void ExpectValues(const MaskKernels& kernels, const std::vector<T>& in, const std::vector<pf::ScaleOf<T>>& scales,
                   GuardedMemory::Where where) {
   const auto& own = kernels.Of<T>();
+  GuardedValues<T> filled(in, where);
+  const T value = in.empty() ? T{} : in.back();
+  own.fill(filled.values, in.size(), value);
+  ASSERT_TRUE(filled.Equals(std::vector<T>(in.size(), value))) << in.size() << " values";
   GuardedValues<T> inverted(in, where);
   own.invert(inverted.values, in.size());
   ASSERT_TRUE(inverted.Equals(Mapped<T>(in, &Inverse<T>))) << in.size() << " values";

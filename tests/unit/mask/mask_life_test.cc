@@ -79,15 +79,28 @@ TEST_F(MaskLife, TheConstructorTakesAnyDepth) {
 
 // QUIRK-23
 TEST_F(MaskLife, AWrongMagicIsToldAndWorkedOnAllTheSame) {
-  TestMask mask(4, 2, 8);
-  mask.magic = 0;
-  EXPECT_EQ(PF_FillUnoBuffer(200, &mask), 0);
-  EXPECT_EQ(PF_InvertUnoBuffer(nullptr, &mask), 0);
-  EXPECT_EQ(PF_InvertAndFadeUnoBuffer(nullptr, 65536, &mask), 0);
-  EXPECT_EQ(PF_FadeUnoBuffer(nullptr, 0.5f, &mask), 0);
+  TestMask mask(4, 2, 8), deep(4, 2, 16);
+  mask.magic = deep.magic = 0;
+  const M_LRect all = {0, 0, 4, 2};
+  TestWorld pixels(8, 4, 2);
+  const WorldPtr world = Reference(pixels);
+  const std::function<PF_Err()> calls[] = {
+      [&] { return PF_FillUnoBuffer(1, &mask); },
+      [&] { return PF_FillUnoBuffer(200, all, &mask); },
+      [&] { return PF_FillDeepUnoBuffer(1, &deep); },
+      [&] { return PF_FillDeepUnoBuffer(9, all, &deep); },
+      [&] { return PF_InvertUnoBuffer(nullptr, &mask); },
+      [&] { return PF_InvertAndFadeUnoBuffer(nullptr, 65536, &mask); },
+      [&] { return PF_FadeUnoBuffer(nullptr, 0.5f, &mask); },
+      [&] { return PF_MergeMaskAlpha(nullptr, 0, 0, nullptr, &mask, nullptr, world.get()); }};
+  for (const auto& call : calls) {
+    Host().reports.clear();
+    EXPECT_EQ(call(), 0);
+    EXPECT_EQ(Host().ReportTexts(), kDamaged) << "told once";
+  }
   EXPECT_EQ(mask.Copy<std::uint8_t>(), std::vector<std::uint8_t>(8, 100));
-  EXPECT_EQ(Host().ReportTexts(), std::string(kDamaged) + kDamaged + kDamaged + kDamaged);
-  mask.magic = PF_UnoBuffer_MAGIC;
+  EXPECT_EQ(deep.Copy<std::uint16_t>(), std::vector<std::uint16_t>(8, 9));
+  mask.magic = deep.magic = PF_UnoBuffer_MAGIC;
 
   Host().Reset();
   {

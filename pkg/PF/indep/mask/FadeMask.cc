@@ -1,7 +1,6 @@
 // Inversion and fading.
 #include "PF/PF_Masks.h"
 #include "edge/Guard.h"
-#include "lifecycle/Globals.h"
 #include "mask/LockedMask.h"
 #include "mask/MaskKernels.h"
 #include "mask/MaskRows.h"
@@ -18,11 +17,6 @@ PF_Err WithValues(const PF_UnoBuffer* mask, F f) {
       []() -> PF_Err { return PF_Err_BAD_PARAMETER; });
 }
 
-template <class T>
-const ValueKernels<T>& Kernels() {
-  return g_kernels.mask.load(std::memory_order_relaxed)->template Of<T>();
-}
-
 // change(values, n) for every row, told as progress.
 template <class T, class F>
 PF_Err ChangeRows(const PF_ProgressInfo* progress, const PF_UnoBuffer* mask, const F& change) {
@@ -34,7 +28,7 @@ PF_Err ChangeRows(const PF_ProgressInfo* progress, const PF_UnoBuffer* mask, con
 
 template <class T>
 PF_Err InvertRows(const PF_ProgressInfo* progress, const PF_UnoBuffer* mask) {
-  return ChangeRows<T>(progress, mask, Kernels<T>().invert);
+  return ChangeRows<T>(progress, mask, InstalledKernels<T>().invert);
 }
 
 // QUIRK-22: 8-bit scales above full invert only, 16-bit ones also brighten.
@@ -46,7 +40,7 @@ constexpr bool IsPureInversion(ScaleOf<T> scale) {
 template <class T>
 PF_Err InvertAndFadeRows(const PF_ProgressInfo* progress, ScaleOf<T> scale, const PF_UnoBuffer* mask) {
   if (IsPureInversion<T>(scale)) return InvertRows<T>(progress, mask);
-  const auto kernel = Kernels<T>().invert_and_fade;
+  const auto kernel = InstalledKernels<T>().invert_and_fade;
   return ChangeRows<T>(progress, mask, [=](T* values, std::size_t n) { kernel(values, n, scale); });
 }
 
@@ -54,7 +48,7 @@ template <class T>
 PF_Err FadeAll(ScaleOf<T> scale, const PF_UnoBuffer* mask) {
   if (scale == kFullCoverage<T> || mask->width <= 0 || mask->height <= 0) return PF_Err_NONE;
   const LockedMask locked(mask);
-  Kernels<T>().fade(locked.Row<T>(0), static_cast<std::size_t>(locked.width() * locked.height()), scale);
+  InstalledKernels<T>().fade(locked.Row<T>(0), static_cast<std::size_t>(locked.width() * locked.height()), scale);
   return PF_Err_NONE;
 }
 

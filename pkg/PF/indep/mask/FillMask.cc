@@ -1,11 +1,10 @@
 // Constants into masks.
-#include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 #include "PF/PF_Masks.h"
 #include "edge/Guard.h"
 #include "mask/LockedMask.h"
+#include "mask/MaskKernels.h"
 #include "report/Report.h"
 #include "world/SubRect.h"
 
@@ -16,15 +15,6 @@ namespace {
 constexpr std::size_t FillableBytes(std::int32_t depth) {
   const bool known = depth == 0 || depth == 1 || depth == 8 || depth == 16 || depth == 32;
   return known ? static_cast<std::size_t>(ValueBytes(depth)) : 0;
-}
-
-template <class T>
-void FillRun(void* values, std::int64_t n, T value) {
-  if constexpr (sizeof(T) == 1) {
-    std::memset(values, value, static_cast<std::size_t>(n));
-  } else {
-    std::fill_n(static_cast<T*>(values), n, value);
-  }
 }
 
 // The caller's duty, caught in the checked build.
@@ -38,27 +28,31 @@ PF_Err FailOutside(const char* name) {
   return FailVerification(text, Site::kMask);
 }
 
+// Of a checked mask.
 template <class T>
 PF_Err FillRect(T value, const M_LRect& rect, PF_UnoBuffer* mask, const char* name) {
-  CheckMask(mask);
   if (FillableBytes(mask->depth) != sizeof(T)) return PF_Err_BAD_PARAMETER;
   const std::int64_t columns = std::int64_t{rect.right} - rect.left;
   const std::int64_t rows = std::int64_t{rect.bottom} - rect.top;
   if (columns <= 0 || rows <= 0) return PF_Err_NONE;
   if (kChecked && !IsInside(rect, *mask)) return FailOutside(name);
+  const auto fill = InstalledKernels<T>().fill;
   const LockedMask locked(mask);
+  const auto at = [&](std::int64_t y) { return locked.Row<T>(y) + rect.left; };
   if (columns == locked.width()) {
-    FillRun(locked.At(rect.left, rect.top), rows * columns, value);
+    fill(at(rect.top), static_cast<std::size_t>(rows * columns), value);
     return PF_Err_NONE;
   }
-  for (std::int64_t y = 0; y < rows; ++y) FillRun(locked.At(rect.left, rect.top + y), columns, value);
+  for (std::int64_t y = rect.top; y < rect.bottom; ++y) fill(at(y), static_cast<std::size_t>(columns), value);
   return PF_Err_NONE;
 }
 
 template <class T>
-PF_Err FillAll(T value, PF_UnoBuffer* mask, const char* name) {
-  CheckMask(mask);
-  return FillRect(value, {0, 0, mask->width, mask->height}, mask, name);
+PF_Err Fill(T value, const M_LRect* rect, PF_UnoBuffer* mask, const char* name) {
+  return Guard([&] {
+    CheckMask(mask);
+    return FillRect(value, rect != nullptr ? *rect : M_LRect{0, 0, mask->width, mask->height}, mask, name);
+  });
 }
 
 }  // namespace
@@ -69,23 +63,25 @@ PF_Err PF_FillUnoBuffer(std::uint8_t value, PF_UnoBuffer* mask) {
     pf::CheckMask(mask);
     if (mask->width <= 0 || mask->height <= 0) return PF_Err_NONE;
     const pf::LockedMask locked(mask);
-    pf::FillRun(locked.At(0, 0), locked.stride() * locked.height(), value);  // QUIRK-25
+    // QUIRK-25
+    const auto bytes = static_cast<std::size_t>(locked.stride() * locked.height());
+    pf::InstalledKernels<std::uint8_t>().fill(locked.Row<std::uint8_t>(0), bytes, value);
     return PF_Err_NONE;
   });
 }
 
 PF_Err PF_FillUnoBuffer(std::uint8_t value, const M_LRect& rect, PF_UnoBuffer* mask) {
-  return pf::Guard([&] { return pf::FillRect(value, rect, mask, "PF_FillUnoBuffer"); });
+  return pf::Fill(value, &rect, mask, "PF_FillUnoBuffer");
 }
 
 PF_Err PF_FillDeepUnoBuffer(std::uint16_t value, PF_UnoBuffer* mask) {
-  return pf::Guard([&] { return pf::FillAll(value, mask, "PF_FillDeepUnoBuffer"); });
+  return pf::Fill(value, nullptr, mask, "PF_FillDeepUnoBuffer");
 }
 
 PF_Err PF_FillDeepUnoBuffer(std::uint16_t value, const M_LRect& rect, PF_UnoBuffer* mask) {
-  return pf::Guard([&] { return pf::FillRect(value, rect, mask, "PF_FillDeepUnoBuffer"); });
+  return pf::Fill(value, &rect, mask, "PF_FillDeepUnoBuffer");
 }
 
 PF_Err PF_FillFloatUnoBuffer(float value, PF_UnoBuffer* mask) {
-  return pf::Guard([&] { return pf::FillAll(value, mask, "PF_FillFloatUnoBuffer"); });
+  return pf::Fill(value, nullptr, mask, "PF_FillFloatUnoBuffer");
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "lifecycle/Globals.h"
 #include "mask/MaskMath.h"
 
 namespace pf {
@@ -12,6 +13,7 @@ namespace pf {
 // In place, on n values that need no alignment beyond their type's.
 template <class T>
 struct ValueKernels {
+  void (*fill)(T* values, std::size_t n, T value);
   void (*invert)(T* values, std::size_t n);
   // Scales, or inverts and then scales. Any scale, that of full too.
   void (*fade)(T* values, std::size_t n, ScaleOf<T> scale);
@@ -43,5 +45,11 @@ struct MaskKernels {
 extern const MaskKernels kPortableMaskKernels;
 // The widest target that is allowed.
 const MaskKernels& VectorMaskKernels();
+
+// Those that are in use.
+template <class T>
+const ValueKernels<T>& InstalledKernels() {
+  return g_kernels.mask.load(std::memory_order_relaxed)->template Of<T>();
+}
 
 }  // namespace pf

@@ -4,6 +4,8 @@
 //
 #include <hwy/highway.h>
 
+#include <algorithm>
+
 #include "mask/MaskKernels.h"
 #include "mask/MergeAlpha.h"
 #include "simd/MaskMath-inl.h"
@@ -31,6 +33,22 @@ HWY_INLINE void ForValues(T* values, std::size_t n, const Lanes& lanes, const On
     hn::StoreU(second, d, values + i + step);
   }
   for (; i < n; ++i) values[i] = one(values[i]);
+}
+
+// Stores at multiples of the vector's size between one at the start and one at the end.
+template <class T>
+void Fill(T* values, std::size_t n, T value) {
+  const hn::ScalableTag<T> d;
+  const std::size_t step = hn::Lanes(d);
+  if (n < 2 * step) {
+    std::fill_n(values, n, value);
+    return;
+  }
+  const auto v = hn::Set(d, value);
+  hn::StoreU(v, d, values);
+  const std::size_t past = reinterpret_cast<std::uintptr_t>(values) / sizeof(T) % step;
+  for (std::size_t i = step - past; i + step <= n; i += step) hn::StoreU(v, d, values + i);
+  hn::StoreU(v, d, values + n - step);
 }
 
 template <class T>
@@ -176,7 +194,7 @@ void Merge(void* pixels, const void* values, std::size_t n) {
 }
 
 template <class T>
-constexpr ValueKernels<T> kValueKernels = {&Invert<T>, &Fade<T>, &InvertAndFade<T>};
+constexpr ValueKernels<T> kValueKernels = {&Fill<T>, &Invert<T>, &Fade<T>, &InvertAndFade<T>};
 
 template <template <class> class Kernel>
 constexpr MaskKernels::MergeRow kMerge8 = &Merge<Kernel, std::uint8_t>;

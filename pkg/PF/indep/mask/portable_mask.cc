@@ -1,8 +1,15 @@
+#include <algorithm>
+
 #include "mask/MaskKernels.h"
 #include "mask/MergeAlpha.h"
 
 namespace pf {
 namespace {
+
+template <class T>
+void Fill(T* values, std::size_t n, T value) {
+  std::fill_n(values, n, value);
+}
 
 template <class T>
 void Invert(T* values, std::size_t n) {
@@ -27,7 +34,7 @@ void Merge(void* pixels, const void* values, std::size_t n) {
 }
 
 template <class T>
-constexpr ValueKernels<T> kValueKernels = {&Invert<T>, &Fade<T>, &InvertAndFade<T>};
+constexpr ValueKernels<T> kValueKernels = {&Fill<T>, &Invert<T>, &Fade<T>, &InvertAndFade<T>};
 
 }  // namespace
 
