@@ -4,8 +4,8 @@
 
 #include <bit>
 
-#include "support/EachTarget.h"
 #include "support/MaskValues.h"
+#include "support/Targets.h"
 
 namespace {
 

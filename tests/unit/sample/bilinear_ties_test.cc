@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "sample/SampleKernels.h"
+#include "support/Targets.h"
 #include "support/Worlds.h"
 
 namespace {
@@ -86,20 +87,16 @@ void CheckRow(Random& random, std::int64_t fx, std::int64_t fy, int alpha_limit,
     return pixels;
   };
   const std::vector<P> expected = row_of(pf::kPortableSampleKernels);
-  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+  pftest::ForEachTarget([&] {
     const std::vector<P> row = row_of(pf::VectorSampleKernels());
     for (std::size_t k = 0; k < row.size(); ++k) {
       EXPECT_EQ(std::memcmp(&row[k], &expected[k], sizeof(P)), 0)
-          << hwy::TargetName(target) << ", " << world.depth() << " bits, fractions " << fx << " and " << fy
-          << ", alphas to " << alpha_limit << (equal ? ", equal" : "") << ", sample " << k << ": " << +row[k].alpha
-          << ' ' << +row[k].red << ' ' << +row[k].green << ' ' << +row[k].blue << " instead of " << +expected[k].alpha
-          << ' ' << +expected[k].red << ' ' << +expected[k].green << ' ' << +expected[k].blue;
+          << world.depth() << " bits, fractions " << fx << " and " << fy << ", alphas to " << alpha_limit
+          << (equal ? ", equal" : "") << ", sample " << k << ": " << +row[k].alpha << ' ' << +row[k].red << ' '
+          << +row[k].green << ' ' << +row[k].blue << " instead of " << +expected[k].alpha << ' ' << +expected[k].red
+          << ' ' << +expected[k].green << ' ' << +expected[k].blue;
     }
-  }
-  hwy::SetSupportedTargetsForTest(0);
-  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+  });
 }
 
 // Few bits, where exact ties are found, many, where near ones are, and both ends.

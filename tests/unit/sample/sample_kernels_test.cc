@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "support/Targets.h"
 #include "support/Worlds.h"
 
 namespace {
@@ -184,13 +185,7 @@ std::string FirstDifference(const Case& c, const std::vector<std::byte>& got, co
 
 template <class F>
 void ForEachTarget(F f) {
-  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    f(pf::VectorSampleKernels(), hwy::TargetName(target));
-  }
-  hwy::SetSupportedTargetsForTest(0);
-  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+  pftest::ForEachTarget([&] { f(pf::VectorSampleKernels(), hwy::TargetName(hwy::SupportedTargets())); });
 }
 
 class SampleKernelsOfDepth : public testing::TestWithParam<int> {};

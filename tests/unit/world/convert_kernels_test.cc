@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "reference/Conversion.h"
+#include "support/Targets.h"
 #include "support/Worlds.h"
 
 namespace {
@@ -20,18 +21,6 @@ using pftest::Random;
 constexpr int kDepths[] = {8, 16, 32};
 
 std::size_t PixelSize(int depth) { return static_cast<std::size_t>(depth) / 2; }
-
-template <class F>
-void ForEachTarget(F f) {
-  for (const std::int64_t target : hwy::SupportedAndGeneratedTargets()) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-    SCOPED_TRACE(hwy::TargetName(target));
-    f(pf::VectorConvertKernels());
-  }
-  hwy::SetSupportedTargetsForTest(0);
-  hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-}
 
 float AnyFloat(std::uint64_t bits) {
   constexpr float kEdges[] = {0.0f,     -0.0f,     1.0f,       0.5f,        1.5f,     -1.5f,     1e-40f,     -1e-40f,
@@ -91,6 +80,8 @@ void ExpectAll(const ConvertKernels& kernels) {
 
 TEST(ConvertKernels, PortableRowsAreTheReference) { ExpectAll(pf::kPortableConvertKernels); }
 
-TEST(ConvertKernels, EveryTargetGivesTheSameBitsForEveryWidthAndValue) { ForEachTarget(ExpectAll); }
+TEST(ConvertKernels, EveryTargetGivesTheSameBitsForEveryWidthAndValue) {
+  pftest::ForEachTarget(&pf::VectorConvertKernels, ExpectAll);
+}
 
 }  // namespace
