@@ -26,7 +26,8 @@ class PF_EXPORT PF_LazyOperator {
   PF_LazyOperator();
   PF_LazyOperator(const PF_LazyOperator&);
   PF_LazyOperator& operator=(const PF_LazyOperator&);
-  /// Size of what can be prepared, in pixels. Asked anew at each request, so it may grow or shrink.
+  /// Size of what can be prepared, in pixels. Asked anew at each request. When it grows, what a tile at the old
+  /// border did not cover stays unprepared, for the tile is valid.
   virtual M_Vector2T<std::int16_t> GetExtent() const = 0;
   virtual ~PF_LazyOperator();
   /// Prepares one rectangle, which lies inside the extent.
@@ -45,7 +46,7 @@ class PF_EXPORT PF_LazyWorldCopyOperator : public PF_LazyOperator {
   PF_LazyWorldCopyOperator& operator=(const PF_LazyWorldCopyOperator&);
   ~PF_LazyWorldCopyOperator() override;
   M_Vector2T<std::int16_t> GetExtent() const override;
-  /// Where the source is smaller, only what exists is copied. Throws 3 after a report for unequal or unknown depths
+  /// Where the source is smaller, only what exists is copied. Throws 3 after a report for unequal depths
   /// and for worlds without pixels.
   void DoItImp(const M_Rect& rect) override;
   /// Tiles that are valid already keep what they have. Throws 516, reported, for null.
@@ -59,8 +60,9 @@ class PF_EXPORT PF_LazyWorldCopyOperator : public PF_LazyOperator {
 /// Fills a mask with one value. The extent is the mask's size.
 class PF_EXPORT PF_LazyFillUnoBufferOperator : public PF_LazyOperator {
  public:
-  /// \param mask is taken over; the pointer given becomes null. Throws 516, reported, for an empty one.
-  /// \param value for a 16-bit mask; its low byte for any other.
+  /// \param mask made with `new`; it is taken over and the pointer given becomes null. Throws 516, reported, for
+  ///   an empty one.
+  /// \param value for a 16-bit mask; its low byte for an 8-bit one. Masks of other depths are refused by the fill.
   PF_LazyFillUnoBufferOperator(boost::scoped_ptr<PF_UnoBuffer>* mask, std::uint16_t value);
   ~PF_LazyFillUnoBufferOperator() override;
   /// Still owned by the operator.

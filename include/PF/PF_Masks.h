@@ -13,10 +13,10 @@
 ///   limited to 0..full; float results are not limited.
 /// - Rectangles are half open. Those that are clipped may reach anywhere; an empty one changes nothing and
 ///   gives 0, except where said.
-/// - Functions that take a progress record work row by row through PF_IterateGeneric, so possibly on several
-///   threads, and ask the abort function before each row that the first worker (index 0) runs; a non-zero
-///   answer ends the call and is its result. `progress` may be null. Fills, fades and copies of channels
-///   run on the calling thread and never ask.
+/// - Functions that take a progress record work row by row through PF_IterateGeneric, except where said, so
+///   possibly on several threads, and ask the abort function before each row that the first worker (index 0) runs; a
+///   non-zero answer ends the call and is its result. `progress` may be null. Fills, fades and copies of channels run
+///   on the calling thread and never ask.
 /// - Blocks are locked while they are worked on, so a host may move handles at any call. A mask must not be
 ///   freed, filled or drawn into while another thread works on it. Distinct masks are independent.
 #ifndef PF_MASKS_H
@@ -42,7 +42,7 @@ struct PF_EXPORT PF_UnoBuffer {
   U_Handle data;        ///< the values
   std::int32_t depth;   ///< bits per value: 8, 16 or 32 (float)
 
-  /// Allocates the values, uninitialised, and stores `depth` as it is. A value takes depth / 8 bytes; depth 0
+  /// Allocates the values, all 0, and stores `depth` as it is. A value takes depth / 8 bytes; depth 0
   /// gives 2 bytes a value and depth 1 one byte. Throws PF_Error 4 when memory is short or the size cannot
   /// be had (told to the host as "memory for mask buffer"); a negative size counts as one that cannot.
   PF_UnoBuffer(std::int32_t width, std::int32_t height, std::int32_t depth);
@@ -74,7 +74,7 @@ extern "C" {
 /// \name Creation
 /// @{
 
-/// Allocates a record and 8-bit values, uninitialised. The caller releases it with PF_DisposeUnoBuffer.
+/// Allocates a record and 8-bit values, all 0. The caller releases it with PF_DisposeUnoBuffer.
 /// \param out receives the mask, or null on failure. A null `out` is reported (damaged mask) and gives 3.
 /// \return 0; 4 when memory is short (told to the host) or the size is negative or cannot be represented.
 PF_EXPORT PF_Err PF_NewUnoBuffer(std::int32_t width, std::int32_t height, PF_UnoBuffer** out);
@@ -99,7 +99,8 @@ PF_EXPORT PF_Err PF_InvertAndFadeUnoBuffer(const PF_ProgressInfo* progress, std:
 
 /// Scales every value, on the calling thread: scale = trunc(fade * full + 0.5), the product in single
 /// precision; v = v * scale on the scale of full, 16-bit products in 64 bits. Float: v * fade.
-/// \param progress accepted and not used. \param fade 1 leaves all unchanged; negative or NaN counts as 0.
+/// A scale of full leaves every value as it is, those above full too.
+/// \param progress accepted and not used. \param fade 1 = unchanged; negative or NaN counts as 0.
 PF_EXPORT PF_Err PF_FadeUnoBuffer(const PF_ProgressInfo* progress, float fade, PF_UnoBuffer* mask);
 /// @}
 
@@ -132,7 +133,7 @@ PF_EXPORT PF_Err PF_ConvertDeepUnoBuffer(const PF_ProgressInfo* progress, const 
 /// \param clip of the mask, in mask coordinates; null means all of it.
 /// \param area of the world, clipped to it; null means all of it.
 /// \return 0; 3, reported ("Unexpected bitdepth in PFp_MergeMaskAlphaScanIter()"), for a mask of another depth
-///   than 8 or 16: nothing is changed. Null worlds and worlds without pixels: 3, reported. When mask, clip and
+///   than 8 or 16: nothing is changed. Null worlds and worlds without pixels: 516, reported. When mask, clip and
 ///   area have nothing in common the whole area becomes transparent black, colour too.
 PF_EXPORT PF_Err PF_MergeMaskAlpha(const PF_ProgressInfo* progress, std::int32_t h, std::int32_t v, const M_LRect* clip,
                                    const PF_UnoBuffer* mask, const M_LRect* area, PF_World* dst);
@@ -140,8 +141,8 @@ PF_EXPORT PF_Err PF_MergeMaskAlpha(const PF_ProgressInfo* progress, std::int32_t
 
 /// \name Blurs along one direction
 /// A two-dimensional blur is one scan along rows and one along columns. Weights are divided by their sum and
-/// the result is rounded once, half up. A box along columns goes, and asks the abort function, by strips of 256
-/// columns instead of by rows. Values beyond the border count as 0. Radius 0 copies.
+/// the result is rounded once, half up. A box along columns goes by strips of 256 columns
+/// and asks before each row of a strip. Values beyond the border count as 0. Radius 0 copies.
 /// \param src, dst masks of equal size and of the depth in the name; they may be the same.
 /// \param radius 0..32767, in pixels. \param direction 0 along rows, else along columns.
 /// \return 0; 516 for unequal sizes, another depth, or a radius that is NaN, negative or above 32767; 4 when

@@ -45,7 +45,7 @@ PF_EXPORT std::int32_t PF_SetPixel16(std::int32_t x, std::int32_t y, const PF_Pi
 PF_EXPORT std::int32_t PF_SetPixelFloat(std::int32_t x, std::int32_t y, const PF_PixelFloat* pixel, PF_LayerDef* world);
 
 /// Sets the pixels of a line to one colour, one pixel per step along its longer axis (vertical when both are
-/// equal), at the row or column nearest to the line. Only pixels inside the world are visited.
+/// equal), at the row or column nearest to the line. Only rows or columns of the world are visited.
 /// \param start, end h is x and v is y, in pixels; pixel centres are at integers. Lines with a point that is not
 ///   finite are not drawn. The start is rounded half away from zero in 16.16; the end is rounded by adding one
 ///   half and truncating. A start farther than 2^44 pixels away along the longer axis is first moved along the

@@ -16,7 +16,7 @@ inline double ReferenceConvertValue(int from, double v, int to) {
   if (from == to) return v;
   if (from == 32) return ReferenceFromFloat(static_cast<float>(v), to, false);
   if (from == 8) return ReferenceFromInteger(static_cast<std::uint8_t>(v), to, 16384);
-  return ReferenceFromInteger(static_cast<std::uint16_t>(v), to, 16384);
+  return ReferenceFromInteger(static_cast<std::uint16_t>(v > 32768 ? 32768 : v), to, 16384);
 }
 
 // a * b, where full counts as 1.

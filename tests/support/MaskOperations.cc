@@ -13,7 +13,7 @@ constexpr std::int32_t kRows = 140;
 PF_Err WithMask(Trial& run, std::int32_t depth, const std::function<PF_Err(PF_UnoBuffer&)>& work) {
   PF_Err code = PF_Err_NONE;
   const PF_Err made = CodeOf([&] {
-    TestMask mask(static_cast<std::int32_t>(Between(run.random, 1, 90)), kRows, depth);
+    ValueMask mask(static_cast<std::int32_t>(Between(run.random, 1, 90)), kRows, depth);
     mask.FillRandom(run.random);
     code = work(mask);
     const auto bytes = mask.Bytes();

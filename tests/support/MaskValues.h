@@ -27,7 +27,7 @@ T AnyValue(Random& random) {
 }
 
 // A mask object whose values are read and written where they are at the moment.
-struct TestMask : PF_UnoBuffer {
+struct ValueMask : PF_UnoBuffer {
   using PF_UnoBuffer::PF_UnoBuffer;
 
   template <class T>

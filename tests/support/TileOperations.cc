@@ -17,6 +17,16 @@ void AddLazyTiles(OperationTable& table) {
                        return code;
                      }});
   }
+  table.push_back({"lazy tiles of a fill", 0, false, [](Trial& run) {
+                     PF_LazyFillUnoBufferOperator* fill = nullptr;
+                     return CodeOf([&] {
+                       boost::scoped_ptr<PF_UnoBuffer> mask(new PF_UnoBuffer(50, 40, 16));
+                       boost::scoped_ptr<PF_LazyOperator> op(fill = new PF_LazyFillUnoBufferOperator(&mask, 777));
+                       PF_LazyTilesCondition tiles(static_cast<std::int16_t>(Between(run.random, 1, 30)), &op, true);
+                       tiles.ConditionalMakeValid({3, 7, 22, 31});
+                       run.results.Add(*fill->GetBuffer()->data, 50 * 40 * 2);
+                     });
+                   }});
 }
 
 }  // namespace pftest

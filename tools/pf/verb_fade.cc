@@ -65,7 +65,11 @@ WrittenFacts FadeOne(const FadeOptions& options, const InputName& first, const I
   a.world = Converted(std::move(a.world), depth, false, QuotedInput(first.name), reporter);
   b.world = Converted(std::move(b.world), depth, false, QuotedInput(second.name), reporter);
   const Alpha alpha = Agree(&a, &b, reporter);
-  if (depth == 32) reporter->Note("float pictures fade in steps of 1/65536, and negative values are not kept");
+  if (depth == 32 && ratio > 0 && ratio < 1 && alpha != Alpha::kNone) {
+    reporter->Note(alpha == Alpha::kPremultiplied
+                       ? "premultiplied float pictures fade in steps of 1/65536, and negative values are not kept"
+                       : "the alpha of float pictures fades in steps of 1/65536");
+  }
   reporter->Stage("fade", 0.5, 0.6);
   const PF_LayerDef from = RecordOf(*a.world), to = RecordOf(*b.world);
   PF_LayerDef result = RecordOf(*a.world);  // in place

@@ -73,7 +73,7 @@ ExitCode FromFill(const MakeOptions& options, const CommonOptions& common) {
   Fill(mask.get(), value, rect, where);
   PictureFacts facts;
   facts.width = size.width, facts.height = size.height;
-  facts.encoding = "Linear";
+  facts.encoding = "coverage";
   const WrittenFacts written =
       WriteMask(*mask, facts, {options.files.output, &format, common.overwrite, depth == 16}, &reporter);
   if (common.json) {

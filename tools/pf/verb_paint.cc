@@ -20,35 +20,43 @@ struct PaintOptions {
   ReadOptions read;
 };
 
-/// The picture with room around it, so that dabs that cross an edge are whole in there. Painting mixes all
-/// channels alike, which is right for premultiplied pixels.
+/// The picture with room around it, so that dabs that cross an edge are whole in there: half a brush on three
+/// sides, and a whole one above, for dabs whose middle lies above the picture. Painting mixes all channels
+/// alike, which is right for premultiplied pixels. A picture without alpha stays opaque: there the colour's
+/// alpha weakens the brush.
 class Canvas {
  public:
   Canvas(const PF_World& picture, Alpha alpha, int margin, const std::string& where)
       : where_(where),
+        alpha_(alpha),
         margin_(margin),
-        padded_(NewWorld(picture.width + 2 * margin, picture.height + 2 * margin, picture.Depth(), where)) {
+        padded_(NewWorld(picture.width + 2 * margin, picture.height + 3 * margin, picture.Depth(), where)) {
     Guarded("cannot paint on", where_, [&] {
       padded_->Clear(nullptr);
-      padded_->CopyRect(&picture, BoundsOf(picture), margin, margin);
+      padded_->CopyRect(&picture, BoundsOf(picture), margin, Above());
       if (alpha == Alpha::kStraight) padded_->Premultiply();
     });
     record_ = RecordOf(*padded_);
   }
 
   void Paint(const PaintStep& step) {
-    const PF_PixelFloat& c = step.colour;
+    PF_PixelFloat c = step.colour;
+    const float solid = c.alpha;
+    if (alpha_ == Alpha::kNone) c.alpha = 1;
     const PF_PixelFloat colour = {c.alpha, c.red * c.alpha, c.green * c.alpha, c.blue * c.alpha};
-    if (step.kind == PaintStep::kDab) return Dab(*step.brush, Nearest(step.x0), Nearest(step.y0), colour);
+    if (step.kind == PaintStep::kDab) {
+      return Dab(alpha_ == Alpha::kNone ? BrushAt(step.brush, solid) : *step.brush, Nearest(step.x0), Nearest(step.y0),
+                 colour);
+    }
     const bool line = step.kind == PaintStep::kLine;
-    const M_Vector2T<double> from = {step.x0 + margin_, step.y0 + margin_};
-    const M_Vector2T<double> to = line ? M_Vector2T<double>{step.x1 + margin_, step.y1 + margin_} : from;
+    const M_Vector2T<double> from = {step.x0 + margin_, step.y0 + Above()};
+    const M_Vector2T<double> to = line ? M_Vector2T<double>{step.x1 + margin_, step.y1 + Above()} : from;
     Check(PF_DrawLine(&from, &to, &colour, padded_.get()), "cannot draw on", where_);
   }
 
   /// What was painted goes into the picture; pixels that painting left alone keep their bits.
   void CopyInto(PF_World* picture, Alpha alpha) {
-    WorldPtr inside = PartOf(padded_.get(), {margin_, margin_, margin_ + picture->width, margin_ + picture->height});
+    WorldPtr inside = PartOf(padded_.get(), {margin_, Above(), margin_ + picture->width, Above() + picture->height});
     if (alpha != Alpha::kStraight) {
       Guarded("cannot paint on", where_, [&] { picture->CopyRect(inside.get(), BoundsOf(*inside), 0, 0); });
       return;
@@ -74,24 +82,40 @@ class Canvas {
   }
 
  private:
+  int Above() const { return 2 * margin_; }
+
+  /// A brush under a colour's alpha; dabs that follow each other mostly share it.
+  const Brush& BrushAt(const std::shared_ptr<const Brush>& brush, float alpha) {
+    if (brush != weak_from_ || alpha != weak_alpha_) {
+      weak_ = Weakened(*brush, alpha);
+      weak_from_ = brush;
+      weak_alpha_ = alpha;
+    }
+    return weak_;
+  }
+
   static int Nearest(double v) { return static_cast<int>(std::floor(v + 0.5)); }
 
   void Dab(const Brush& brush, int x, int y, const PF_PixelFloat& colour) {
     const int half_width = brush.HalfWidth(), half_height = brush.HalfHeight();
-    const int width = padded_->width - 2 * margin_, height = padded_->height - 2 * margin_;
+    const int width = padded_->width - 2 * margin_, height = padded_->height - 3 * margin_;
     if (x + half_width < 0 || x - half_width >= width || y + half_height < 0 || y - half_height >= height) return;
     const auto part = [](float v) { return static_cast<std::uint32_t>(v * 255 + 0.5f); };
     const std::uint32_t packed =
         part(colour.alpha) | part(colour.red) << 8 | part(colour.green) << 16 | part(colour.blue) << 24;
-    Check(PF_PaintSpot(nullptr, x + margin_, y + margin_, brush.shape, brush.size, brush.coverage.data(), packed,
+    Check(PF_PaintSpot(nullptr, x + margin_, y + Above(), brush.shape, brush.size, brush.coverage.data(), packed,
                        &record_),
           "cannot paint on", where_);
   }
 
   std::string where_;
+  Alpha alpha_;
   int margin_;
   WorldPtr padded_;
   PF_LayerDef record_;
+  Brush weak_;
+  std::shared_ptr<const Brush> weak_from_;
+  float weak_alpha_ = 1;
 };
 
 WrittenFacts PaintOne(const PaintOptions& options, const Job& job, WriteRequest request, Reporter* reporter) {
@@ -106,7 +130,7 @@ WrittenFacts PaintOne(const PaintOptions& options, const Job& job, WriteRequest 
   }
   const bool dabs =
       margin > 0 || std::any_of(steps.begin(), steps.end(), [](const PaintStep& s) { return s.brush != nullptr; });
-  if (std::max(facts.width, facts.height) + 2 * margin > PF_MAX_WORLD_SIZE) {
+  if (std::max(facts.width + 2 * margin, facts.height + 3 * margin) > PF_MAX_WORLD_SIZE) {
     throw Failure(
         ExitCode::kBadData, "cannot paint on", where,
         fmt::format("with the brush around it, it has more than {} pixels a side", static_cast<int>(PF_MAX_WORLD_SIZE)),
@@ -114,7 +138,7 @@ WrittenFacts PaintOne(const PaintOptions& options, const Job& job, WriteRequest 
   }
   const int depth = dabs ? 8 : facts.depth;
   if (depth < facts.depth) reporter->Note("dabs are painted with 8 bits, so is the result");
-  RequireMemory(5 * WorldBytes(facts.width + 2 * margin, facts.height + 2 * margin, facts.depth), where);
+  RequireMemory(5 * WorldBytes(facts.width + 2 * margin, facts.height + 3 * margin, facts.depth), where);
   WorldPtr world = NewWorld(facts.width, facts.height, facts.depth, where);
   reporter->Stage("read", 0, 0.3);
   reader.ReadInto(world.get(), reporter);
@@ -154,7 +178,8 @@ Verb PaintVerb() {
           "Paint strokes from a text file",
           "One command a line, \"#\" starts a comment. Coordinates are pixels, centres at whole numbers; strokes may "
           "cross every edge.\n\n"
-          "color R G B [A] or color #RRGGBB[AA]: colour of what follows, parts 0 to 1.\n"
+          "color R G B [A] or color #RRGGBB[AA]: colour of what follows, parts 0 to 1. On a picture without alpha, A "
+          "weakens the brush, and lines and pixels are solid.\n"
           "disk N [HARDNESS], square N, hbar N, vbar N: brush of N pixels; even sizes become the next odd one.\n"
           "brush FILE: coverage from a picture's alpha or only channel, relative to the text file's folder.\n"
           "opacity O: of the dabs that follow. spacing S: pixels between the dabs of a stroke.\n"

@@ -12,8 +12,8 @@
 namespace {
 
 using pftest::Random;
-using pftest::TestMask;
 using pftest::TestWorld;
+using pftest::ValueMask;
 
 // What every operation makes of the same masks and worlds, one after the other.
 std::vector<std::vector<std::byte>> Results(std::int32_t threads, const PF_ProgressInfo* progress) {
@@ -21,7 +21,7 @@ std::vector<std::vector<std::byte>> Results(std::int32_t threads, const PF_Progr
   std::vector<std::vector<std::byte>> results;
   for (const std::int32_t depth : {8, 16, 32}) {
     Random random(4);
-    TestMask mask(211, 301, depth);
+    ValueMask mask(211, 301, depth);
     mask.FillRandom(random);
     EXPECT_EQ(PF_InvertUnoBuffer(progress, &mask), 0);
     results.push_back(mask.Bytes());
@@ -68,7 +68,7 @@ struct Polls {
 TEST(ThreadedMask, OnlyTheCallerIsAskedAndMayStop) {
   for (const std::int32_t threads : {2, 7}) {
     const pftest::RunningHost host(threads);
-    TestMask mask(100, 2000, 8);
+    ValueMask mask(100, 2000, 8);
     EXPECT_EQ(PF_FillUnoBuffer(1, &mask), 0);
     Polls polls;
     PF_ProgressInfo record = polls.Record();

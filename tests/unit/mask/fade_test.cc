@@ -15,29 +15,29 @@ template <class T>
 constexpr int kDepth = 8 * sizeof(T);
 
 template <class T>
-TestMask* Masked(std::vector<T> values) {
-  auto* mask = new TestMask(static_cast<std::int32_t>(values.size()), 1, kDepth<T>);
+ValueMask* Masked(std::vector<T> values) {
+  auto* mask = new ValueMask(static_cast<std::int32_t>(values.size()), 1, kDepth<T>);
   std::copy(values.begin(), values.end(), mask->Values<T>());
   return mask;
 }
 
 template <class T>
 std::vector<T> AfterFade(float fade, std::vector<T> values) {
-  const std::unique_ptr<TestMask> mask(Masked(values));
+  const std::unique_ptr<ValueMask> mask(Masked(values));
   EXPECT_EQ(PF_FadeUnoBuffer(nullptr, fade, mask.get()), 0);
   return mask->Copy<T>();
 }
 
 template <class T>
 std::vector<T> AfterInvertAndFade(std::int32_t fade, std::vector<T> values) {
-  const std::unique_ptr<TestMask> mask(Masked(values));
+  const std::unique_ptr<ValueMask> mask(Masked(values));
   EXPECT_EQ(PF_InvertAndFadeUnoBuffer(nullptr, fade, mask.get()), 0);
   return mask->Copy<T>();
 }
 
 template <class T>
 std::vector<T> AfterInvert(std::vector<T> values) {
-  const std::unique_ptr<TestMask> mask(Masked(values));
+  const std::unique_ptr<ValueMask> mask(Masked(values));
   EXPECT_EQ(PF_InvertUnoBuffer(nullptr, mask.get()), 0);
   return mask->Copy<T>();
 }
@@ -117,7 +117,7 @@ TEST_F(Fade, MoreThan1InvertsEightBitsAndBrightensSixteen) {
 
 TEST_F(Fade, OtherDepthsAreRefusedAndEmptyMasksAreDone) {
   for (const std::int32_t depth : {0, 1, 12, 24, 64, -8}) {
-    TestMask mask(3, 2, depth);
+    ValueMask mask(3, 2, depth);
     const std::size_t size = U_GetHandleSize(mask.data);
     std::memset(mask.Values<std::uint8_t>(), 7, size);
     EXPECT_EQ(PF_InvertUnoBuffer(nullptr, &mask), 516);
@@ -126,7 +126,7 @@ TEST_F(Fade, OtherDepthsAreRefusedAndEmptyMasksAreDone) {
     for (std::size_t i = 0; i < size; ++i) EXPECT_EQ(mask.Values<std::uint8_t>()[i], 7);
   }
   for (const auto& [width, height] : {std::pair(0, INT32_MAX), {INT32_MAX, 0}, {0, 0}}) {
-    TestMask mask(width, height, 16);
+    ValueMask mask(width, height, 16);
     EXPECT_EQ(PF_InvertUnoBuffer(nullptr, &mask), 0);
     EXPECT_EQ(PF_InvertAndFadeUnoBuffer(nullptr, 1, &mask), 0);
     EXPECT_EQ(PF_FadeUnoBuffer(nullptr, 0.5f, &mask), 0);
@@ -138,7 +138,7 @@ TEST_F(Fade, EveryRowIsReachedWhileHandlesMove) {
   Host().move_handles = true;
   Random random(2);
   for (const std::int32_t depth : {8, 16, 32}) {
-    TestMask mask(37, 23, depth);
+    ValueMask mask(37, 23, depth);
     mask.FillRandom(random);
     const auto before = mask.Bytes();
     EXPECT_EQ(PF_InvertUnoBuffer(nullptr, &mask), 0);
@@ -172,7 +172,7 @@ TEST_F(Fade, RowsAreAskedForAndCountedAndFadingNeverAsks) {
                                       return 0;
                                     }};
   const std::vector<std::string> expected = {"abort 5", "1 of 2", "abort 5", "2 of 2"};
-  TestMask mask(3, 2, 8);
+  ValueMask mask(3, 2, 8);
   EXPECT_EQ(PF_InvertUnoBuffer(&progress, &mask), 0);
   EXPECT_EQ(told, expected);
   told.clear();

@@ -79,7 +79,8 @@ TEST_F(MaskLife, TheConstructorTakesAnyDepth) {
 
 // QUIRK-23
 TEST_F(MaskLife, AWrongMagicIsToldAndWorkedOnAllTheSame) {
-  TestMask mask(4, 2, 8), deep(4, 2, 16);
+  ValueMask mask(4, 2, 8), deep(4, 2, 16);
+  EXPECT_EQ(deep.Copy<std::uint16_t>(), std::vector<std::uint16_t>(8, 0)) << "fresh masks are clear";
   mask.magic = deep.magic = 0;
   const M_LRect all = {0, 0, 4, 2};
   TestWorld pixels(8, 4, 2);
@@ -145,7 +146,7 @@ TEST_F(MaskLife, WithoutARecordOrValuesNothingCanBeDone) {
 
 // What a fill of the rectangle must leave: `value` inside, what was there elsewhere.
 template <class T>
-void ExpectFilled(const TestMask& mask, const std::vector<T>& before, const M_LRect& rect, T value) {
+void ExpectFilled(const ValueMask& mask, const std::vector<T>& before, const M_LRect& rect, T value) {
   for (std::int32_t y = 0; y < mask.height; ++y) {
     for (std::int32_t x = 0; x < mask.width; ++x) {
       const bool inside = x >= rect.left && x < rect.right && y >= rect.top && y < rect.bottom;
@@ -160,21 +161,21 @@ TEST_F(MaskLife, FillsSetTheRectangleAndNothingElse) {
   Random random(1);
   const M_LRect rects[] = {{0, 0, 9, 7}, {0, 2, 9, 5}, {3, 1, 8, 7}, {8, 6, 9, 7}, {4, 4, 4, 6}, {5, 5, 3, 3}};
   for (const M_LRect& rect : rects) {
-    TestMask plain(9, 7, 8), odd(9, 7, 1), deep(9, 7, 16), even(9, 7, 0);
-    for (const TestMask* mask : {&plain, &odd}) {
+    ValueMask plain(9, 7, 8), odd(9, 7, 1), deep(9, 7, 16), even(9, 7, 0);
+    for (const ValueMask* mask : {&plain, &odd}) {
       std::memset(mask->Values<std::uint8_t>(), 7, 63);
       const auto before = mask->Copy<std::uint8_t>();
-      EXPECT_EQ(PF_FillUnoBuffer(200, rect, const_cast<TestMask*>(mask)), 0);
+      EXPECT_EQ(PF_FillUnoBuffer(200, rect, const_cast<ValueMask*>(mask)), 0);
       ExpectFilled<std::uint8_t>(*mask, before, rect, 200);
     }
-    for (const TestMask* mask : {&deep, &even}) {
+    for (const ValueMask* mask : {&deep, &even}) {
       std::memset(mask->Values<std::uint8_t>(), 7, 126);
       const auto before = mask->Copy<std::uint16_t>();
-      EXPECT_EQ(PF_FillDeepUnoBuffer(32768, rect, const_cast<TestMask*>(mask)), 0);
+      EXPECT_EQ(PF_FillDeepUnoBuffer(32768, rect, const_cast<ValueMask*>(mask)), 0);
       ExpectFilled<std::uint16_t>(*mask, before, rect, 32768);
     }
   }
-  TestMask deep(9, 7, 16), real(9, 7, 32);
+  ValueMask deep(9, 7, 16), real(9, 7, 32);
   EXPECT_EQ(PF_FillDeepUnoBuffer(0x1234, &deep), 0);
   EXPECT_EQ(deep.Copy<std::uint16_t>(), std::vector<std::uint16_t>(63, 0x1234));
   EXPECT_EQ(PF_FillFloatUnoBuffer(-0.5f, &real), 0);
@@ -185,7 +186,7 @@ TEST_F(MaskLife, FillsSetTheRectangleAndNothingElse) {
 TEST_F(MaskLife, FillsOfAnotherSizeOfValueAreRefused) {
   const M_LRect rect = {0, 0, 2, 2};
   for (const std::int32_t depth : {0, 1, 8, 16, 32, 12, 24}) {
-    TestMask mask(3, 3, depth);
+    ValueMask mask(3, 3, depth);
     const std::size_t size = U_GetHandleSize(mask.data);
     std::memset(mask.Values<std::uint8_t>(), 7, size);
     const bool one = depth == 1 || depth == 8, two = depth == 0 || depth == 16;
@@ -205,7 +206,7 @@ TEST_F(MaskLife, FillsOfAnotherSizeOfValueAreRefused) {
 
 #ifdef PF_CHECKED
 TEST_F(MaskLife, TheCheckedBuildNamesRectanglesOutside) {
-  TestMask plain(4, 3, 8), deep(4, 3, 16);
+  ValueMask plain(4, 3, 8), deep(4, 3, 16);
   for (const M_LRect& rect : {M_LRect{-1, 0, 3, 3}, {0, 0, 5, 3}, {0, -1, 4, 3}, {0, 0, 4, 4}, {kLeast, 0, kMost, 1}}) {
     Host().reports.clear();
     EXPECT_EQ(PF_FillUnoBuffer(1, rect, &plain), 3);

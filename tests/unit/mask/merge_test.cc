@@ -24,7 +24,7 @@ struct Call {
 };
 
 // The value over a pixel, or -1 beside the mask.
-std::int64_t MaskAt(const TestMask& mask, const Call& call, std::int64_t x, std::int64_t y) {
+std::int64_t MaskAt(const ValueMask& mask, const Call& call, std::int64_t x, std::int64_t y) {
   const std::int64_t i = x - call.h, j = y - call.v;
   if (i < 0 || j < 0 || i >= mask.width || j >= mask.height || !Has(call.clip, i, j)) return -1;
   const auto place = static_cast<std::size_t>(j * mask.width + i);
@@ -46,7 +46,7 @@ double Product(const P& p, std::int64_t m, std::int32_t mask_depth) {
 
 // Expects the merge of a mask into a world, pixel by pixel.
 template <class P>
-void ExpectMerge(const TestMask& mask, const Call& call, TestWorld::Kind kind) {
+void ExpectMerge(const ValueMask& mask, const Call& call, TestWorld::Kind kind) {
   constexpr int kDepth = pf::DepthTraits<P>::kDepth;
   Random random(9);
   TestWorld pixels(kDepth, 31, 12, 16), before(kDepth, 31, 12, 16);
@@ -95,7 +95,7 @@ TEST_F(Merge, EveryPixelIsThatOfItsOwnArithmeticWhereverTheMaskLies) {
                         {0, 0, nullptr, &none}};
   Random random(8);
   for (const std::int32_t depth : {8, 16}) {
-    TestMask mask(17, 9, depth);
+    ValueMask mask(17, 9, depth);
     mask.FillRandom(random);
     for (std::size_t i = 0; depth == 16 && i < mask.Count(); ++i) {
       auto& v = mask.Values<std::uint16_t>()[i];
@@ -118,7 +118,7 @@ TEST_F(Merge, WhatDoesNotFitIsToldAndChangesNothing) {
     TestWorld pixels(depth, 4, 4), before(depth, 4, 4);
     const WorldPtr world = Reference(pixels);
     for (const std::int32_t mask_depth : {32, 0, 1, 24}) {
-      const TestMask mask(4, 4, mask_depth);
+      const ValueMask mask(4, 4, mask_depth);
       for (const std::int32_t h : {0, 100}) {
         Host().reports.clear();
         EXPECT_EQ(PF_MergeMaskAlpha(nullptr, h, 0, nullptr, &mask, nullptr, world.get()), 3);
@@ -127,7 +127,7 @@ TEST_F(Merge, WhatDoesNotFitIsToldAndChangesNothing) {
       }
     }
   }
-  const TestMask mask(4, 4, 8);
+  const ValueMask mask(4, 4, 8);
   Host().reports.clear();
   ForeignWorld foreign(24);
   std::uint64_t pixel = 0;
@@ -135,8 +135,8 @@ TEST_F(Merge, WhatDoesNotFitIsToldAndChangesNothing) {
   EXPECT_EQ(PF_MergeMaskAlpha(nullptr, 0, 0, nullptr, &mask, nullptr, &foreign), 3);
   EXPECT_EQ(Host().ReportTexts(), kUnfit);
   ForeignWorld empty(8);
-  EXPECT_EQ(PF_MergeMaskAlpha(nullptr, 0, 0, nullptr, &mask, nullptr, &empty), 3);
-  EXPECT_EQ(PF_MergeMaskAlpha(nullptr, 0, 0, nullptr, &mask, nullptr, nullptr), 3);
+  EXPECT_EQ(PF_MergeMaskAlpha(nullptr, 0, 0, nullptr, &mask, nullptr, &empty), PF_Err_BAD_PARAMETER);
+  EXPECT_EQ(PF_MergeMaskAlpha(nullptr, 0, 0, nullptr, &mask, nullptr, nullptr), PF_Err_BAD_PARAMETER);
   EXPECT_EQ(Host().reports.size(), 3u);
 }
 
@@ -147,7 +147,7 @@ TEST_F(Merge, ACancelStopsBeforeItsRow) {
                                     [](std::uint64_t, std::int32_t, std::int32_t) -> PF_Err { return 99; }};
   TestWorld pixels(8, 3, 5), before(8, 3, 5);
   const WorldPtr world = Reference(pixels);
-  TestMask mask(3, 5, 8);
+  ValueMask mask(3, 5, 8);
   ASSERT_EQ(PF_FillUnoBuffer(0, &mask), 0);
   EXPECT_EQ(PF_MergeMaskAlpha(&progress, 0, 0, nullptr, &mask, nullptr, world.get()), 77);
   EXPECT_EQ(polls, 3);

@@ -96,9 +96,15 @@ TEST_F(AllOperations, CancelAtEveryPollPointStopsAndIsReturned) {
         Polls stopping;
         stopping.stop_at = k;
         PF_ProgressInfo stop = record_of(stopping);
-        Trial run(2);
-        run.progress = &stop;
-        EXPECT_EQ(operation.run(run), 7000 + k);
+        PF_FreeUpSomeMemory();
+        const std::int64_t before = Host().live_allocations;
+        {
+          Trial run(2);
+          run.progress = &stop;
+          EXPECT_EQ(operation.run(run), 7000 + k);
+        }
+        PF_FreeUpSomeMemory();
+        EXPECT_EQ(Host().live_allocations, before) << "cancelled at poll " << k;
         EXPECT_EQ(stopping.count, k + 1) << "nothing is asked after the answer";
       }
     }

@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "PF/PF_LazyTiles.h"
+#include "support/Operations.h"
 #include "support/TestHost.h"
+#include "support/Throws.h"
 #include "support/Worlds.h"
 
 static bool operator==(const M_Rect& a, const M_Rect& b) {
@@ -21,7 +23,10 @@ static std::ostream& operator<<(std::ostream& to, const M_Rect& r) {
 namespace {
 
 using pftest::Between;
+using pftest::ExpectThrows;
 using pftest::Random;
+
+constexpr char kBadParameter[] = "bad parameter passed to effect callback";
 
 std::int16_t Short(std::int64_t v) { return static_cast<std::int16_t>(v); }
 
@@ -128,12 +133,12 @@ TEST_F(LazyTiles, ExtentsMayShrinkToNothingOrOutgrowTheTiles) {
 TEST_F(LazyTiles, BadTilesAreRefusedAndTheOperatorStaysWithTheCaller) {
   calls.extent = {9, 9};
   for (const int size : {0, -1, -32768}) {
-    EXPECT_THROW(PF_LazyTiles(Short(size), Wrapped(op, calls)), PF_Error);
+    ExpectThrows(516, kBadParameter, [&] { PF_LazyTiles tiles(Short(size), Wrapped(op, calls)); });
     EXPECT_TRUE(op);
   }
   op.reset();
-  EXPECT_THROW(PF_LazyTilesCondition(4, &op, true), PF_Error);
-  EXPECT_THROW(PF_LazyTiles(4, nullptr), PF_Error);
+  ExpectThrows(516, kBadParameter, [&] { PF_LazyTilesCondition tiles(4, &op, true); });
+  ExpectThrows(516, kBadParameter, [&] { PF_LazyTiles tiles(4, nullptr); });
 }
 
 // Every pixel of every touched tile is prepared once, nothing else is, and each call is a maximal run.
@@ -215,9 +220,13 @@ TEST_F(LazyOperators, SourceCanBeReplacedAndUnequalDepthsThrow) {
   twin.DoIt({0, 0, 8, 8});
   EXPECT_EQ(dst.Pixels(), second.Pixels());
   copy.SetSourceWorld(deep.record());
-  EXPECT_THROW(copy.DoIt({0, 0, 8, 8}), PF_Error);
-  EXPECT_THROW(copy.SetSourceWorld(nullptr), PF_Error);
-  EXPECT_THROW(PF_LazyWorldCopyOperator(nullptr, first.record()), PF_Error);
+  EXPECT_EQ(pftest::CodeOf([&] { copy.DoIt({0, 0, 8, 8}); }), 3);
+  ExpectThrows(516, kBadParameter, [&] { copy.SetSourceWorld(nullptr); });
+  ExpectThrows(516, kBadParameter, [&] { PF_LazyWorldCopyOperator none(nullptr, first.record()); });
+  PF_LayerDef empty = *second.record();
+  empty.data = nullptr;
+  copy.SetSourceWorld(&empty);
+  ExpectThrows(3, kBadParameter, [&] { copy.DoIt({0, 0, 8, 8}); });
 }
 
 TEST_F(LazyOperators, MasksAreFilledByTheirDepth) {
@@ -241,7 +250,10 @@ TEST_F(LazyOperators, MasksAreFilledByTheirDepth) {
     EXPECT_EQ(at(16, 7), 0);
   }
   boost::scoped_ptr<PF_UnoBuffer> none;
-  EXPECT_THROW(PF_LazyFillUnoBufferOperator(&none, 1), PF_Error);
+  ExpectThrows(516, kBadParameter, [&] { PF_LazyFillUnoBufferOperator op_of_none(&none, 1); });
+  boost::scoped_ptr<PF_UnoBuffer> floats(new PF_UnoBuffer(4, 4, 32));
+  PF_LazyFillUnoBufferOperator refused(&floats, 1);
+  EXPECT_EQ(pftest::CodeOf([&] { refused.DoIt({0, 0, 4, 4}); }), 516) << "the fill's own code";
 }
 
 }  // namespace

@@ -37,8 +37,19 @@ struct Painting : ::testing::Test {
 TEST_F(Painting, DabsAreWholeAtEveryEdge) {
   Write(folder / "in.png", Flat(12, 9, {10, 20, 30}));
   // A square of 5 at each corner and on each edge; the picture shows the part of it that lies inside.
-  for (const auto& [x, y] :
-       {std::pair{0, 0}, {11, 0}, {0, 8}, {11, 8}, {6, 0}, {6, 8}, {0, 4}, {11, 4}, {-2, 4}, {13, 10}}) {
+  for (const auto& [x, y] : {std::pair{0, 0},
+                             {11, 0},
+                             {0, 8},
+                             {11, 8},
+                             {6, 0},
+                             {6, 8},
+                             {0, 4},
+                             {11, 4},
+                             {-2, 4},
+                             {13, 10},
+                             {6, -1},
+                             {6, -2},
+                             {6, 10}}) {
     const auto outcome = Paint("color 1 0 0  # red\nsquare 5\ndab " + std::to_string(x) + " " + std::to_string(y));
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     const auto values = ValuesOf<std::uint8_t>(folder / "out.png");
@@ -88,6 +99,13 @@ TEST_F(Painting, LeavesStraightPixelsItDoesNotTouchAloneAndMixesTheOthersByAlpha
   EXPECT_GE(values[4 * 10 + 0], 253);
 }
 
+TEST_F(Painting, TranslucentColoursOnOpaquePicturesWeakenTheBrush) {
+  Write(folder / "in.png", Flat(3, 1, {204, 204, 204}));
+  ASSERT_EQ(Paint("color 1 1 1 0.5\nsquare 1\ndab 1 0").status, 0);
+  EXPECT_EQ((ValuesOf<std::uint8_t>(folder / "out.png")),
+            (std::vector<std::uint8_t>{204, 204, 204, 229, 229, 229, 204, 204, 204}));
+}
+
 TEST_F(Painting, TellsTheLineAndTheWordThatAreNonsense) {
   Write(folder / "in.png", Flat(4, 4, {0, 0, 0}));
   const std::pair<const char*, const char*> rows[] = {
@@ -103,6 +121,9 @@ TEST_F(Painting, TellsTheLineAndTheWordThatAreNonsense) {
     EXPECT_FALSE(std::filesystem::exists(folder / "out.png")) << strokes;
   }
   EXPECT_EQ(Paint("brush none.png\ndab 1 1").status, 66);
+  EXPECT_EQ(Paint("brush in.png\ndab 1 1").status, 65) << "it has colours and no alpha";
+  std::ofstream(folder / "junk.png") << "no picture";
+  EXPECT_EQ(Paint("brush junk.png\ndab 1 1").status, 65);
   EXPECT_EQ(RunPf(folder, {"paint", "in.png", "none.txt", "-o", "out.png"}).status, 66);
 }
 

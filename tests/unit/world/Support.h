@@ -9,6 +9,7 @@
 
 #include "PF/PF_Worlds.h"
 #include "support/TestHost.h"
+#include "support/Throws.h"
 #include "support/Worlds.h"
 
 namespace pftest {
@@ -16,19 +17,6 @@ namespace pftest {
 using WorldPtr = std::unique_ptr<PF_World>;
 
 inline WorldPtr Reference(TestWorld& world) { return WorldPtr(PF_World::NewReference(world.record())); }
-
-// Expects the call to throw `code` after one report that reads `text` (empty: no report).
-inline void ExpectThrows(PF_Err code, const std::string& text, const std::function<void()>& call) {
-  Host().reports.clear();
-  PF_Err thrown = 0;
-  try {
-    call();
-  } catch (const PF_Error& error) {
-    thrown = error.code();
-  }
-  EXPECT_EQ(thrown, code) << text;
-  EXPECT_EQ(Host().ReportTexts(), text.empty() ? "" : text + "\n");
-}
 
 // A fresh test host, and nothing left behind on it.
 class HostTest : public testing::TestWithParam<std::int32_t> {

@@ -92,7 +92,7 @@ void CombineOperand::CopyAway(const MaskArea& area) {
 const std::byte* CombineOperand::Prepare(std::int64_t x, std::int64_t y, std::int64_t n, std::byte* buffer) const {
   const std::byte* in = At(x, y);
   if (Ready()) return in;
-  ConvertValues(DepthIndex(from_), DepthIndex(depth_), in, buffer, n);
+  ConvertLimited(DepthIndex(from_), DepthIndex(depth_), in, buffer, n);
   if (scales_) Scale(depth_, weight_, buffer, n);
   return buffer;
 }

@@ -39,6 +39,17 @@ void ConvertFloats(int to, const float* in, std::byte* out, std::size_t n) {
   }
 }
 
+// Above full there is no coverage; pixels would wrap or leave 0..1.
+void ConvertDeep(int to, const std::uint16_t* in, std::byte* out, std::size_t n) {
+  constexpr std::size_t kChunk = 512;
+  std::uint16_t limited[kChunk];
+  for (std::size_t i = 0; i < n; i += kChunk) {
+    const std::size_t count = std::min(kChunk, n - i);
+    for (std::size_t k = 0; k < count; ++k) limited[k] = std::min<std::uint16_t>(in[i + k], PF_MAX_CHAN16);
+    ConvertAsPixels(DepthIndex(16), to, reinterpret_cast<const std::byte*>(limited), out + i * kValueSize[to], count);
+  }
+}
+
 }  // namespace
 
 void ConvertValues(int from, int to, const void* in, void* out, std::int64_t n) {
@@ -46,6 +57,11 @@ void ConvertValues(int from, int to, const void* in, void* out, std::int64_t n) 
   auto* bytes = static_cast<std::byte*>(out);
   if (from == DepthIndex(32) && to != from) return ConvertFloats(to, static_cast<const float*>(in), bytes, count);
   ConvertAsPixels(from, to, static_cast<const std::byte*>(in), bytes, count);
+}
+
+void ConvertLimited(int from, int to, const void* in, void* out, std::int64_t n) {
+  if (from != DepthIndex(16) || to == from) return ConvertValues(from, to, in, out, n);
+  ConvertDeep(to, static_cast<const std::uint16_t*>(in), static_cast<std::byte*>(out), static_cast<std::size_t>(n));
 }
 
 }  // namespace pf

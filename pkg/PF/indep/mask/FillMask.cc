@@ -28,7 +28,7 @@ PF_Err FailOutside(const char* name) {
   return FailVerification(text, Site::kMask);
 }
 
-// Of a checked mask.
+// Of a checked mask. QUIRK-28: values of another size are refused.
 template <class T>
 PF_Err FillRect(T value, const M_LRect& rect, PF_UnoBuffer* mask, const char* name) {
   if (FillableBytes(mask->depth) != sizeof(T)) return PF_Err_BAD_PARAMETER;

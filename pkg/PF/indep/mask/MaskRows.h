@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <type_traits>
 
 #include "PF/PF_Errors.h"
 #include "PF/PF_Iterate.h"
@@ -12,9 +13,19 @@ namespace pf {
 
 enum class RowReports { kNone, kProgress };
 
+// Asks whether to go on; on workers other than 0, nobody is asked.
+struct RowPoll {
+  const PF_ProgressInfo* progress;
+
+  PF_Err Ask() const {
+    return progress != nullptr && progress->abort != nullptr ? progress->abort(progress->reference) : PF_Err_NONE;
+  }
+};
+
 // Calls row(y) once for each y in 0..rows - 1, possibly on several threads at once. Before each row that
 // worker 0 runs, the abort function is asked; with kProgress, the progress function hears after it how
 // many rows are done. What either answers, when not 0, ends the call and is returned. `row` does not throw.
+// A `row` that takes a RowPoll asks by itself instead and returns what it was answered.
 template <class F>
 PF_Err ForRows(PF_Err (*iterate)(std::int32_t, void*, PF_IterateGenericFunc), const PF_ProgressInfo* progress,
                RowReports reports, std::int32_t rows, const F& row) {
@@ -26,10 +37,13 @@ PF_Err ForRows(PF_Err (*iterate)(std::int32_t, void*, PF_IterateGenericFunc), co
 
     PF_Err Run(std::int32_t worker, std::int32_t y, std::int32_t rows) {
       const bool asks = worker == 0 && progress != nullptr;
-      if (asks && progress->abort != nullptr) {
-        if (const PF_Err stop = progress->abort(progress->reference)) return stop;
+      const RowPoll poll = {asks ? progress : nullptr};
+      if constexpr (std::is_invocable_v<const F&, std::int32_t, const RowPoll&>) {
+        if (const PF_Err stop = (*row)(y, poll)) return stop;
+      } else {
+        if (const PF_Err stop = poll.Ask()) return stop;
+        (*row)(y);
       }
-      (*row)(y);
       const std::int32_t now = done.fetch_add(1, std::memory_order_relaxed) + 1;
       if (!asks || reports == RowReports::kNone || progress->progress == nullptr) return PF_Err_NONE;
       return progress->progress(progress->reference, now, rows);

@@ -78,7 +78,8 @@ PF_Err Merge(const PF_ProgressInfo* progress, std::int32_t h, std::int32_t v, co
              const PF_UnoBuffer* mask, const M_LRect* area, PF_World* world) {
   CheckMask(mask);
   if (world == nullptr || world->data == nullptr) {
-    return FailVerification("merge of a mask without a world or its pixels", Site::kMask);
+    ReportCaller(Site::kMask, Message::kBadCallbackParameter);
+    return PF_Err_BAD_PARAMETER;
   }
   const auto unfit = []() -> PF_Err {
     return FailVerification("Unexpected bitdepth in PFp_MergeMaskAlphaScanIter()", Site::kMask);

@@ -111,8 +111,8 @@ PF_Err Gauss(const Scan<T>& scan, double radius, bool along_rows) {
 constexpr std::int64_t kStrip = 256;
 
 template <class T>
-void BoxStrip(const Scan<T>& scan, const Columns<T>& columns, std::int64_t x, std::int64_t n, std::int64_t reach,
-              const BoxDivider& divider) {
+PF_Err BoxStrip(const Scan<T>& scan, const Columns<T>& columns, std::int64_t x, std::int64_t n, std::int64_t reach,
+                const BoxDivider& divider, const RowPoll& poll) {
   alignas(64) static constexpr T kNothing[kStrip] = {};
   alignas(64) std::uint32_t sums[kStrip] = {};
   const auto slide = Kernels<T>().slide;
@@ -122,10 +122,12 @@ void BoxStrip(const Scan<T>& scan, const Columns<T>& columns, std::int64_t x, st
     for (std::int64_t i = 0; i < n; ++i) sums[i] += row[i];
   }
   for (std::int64_t y = 0; y < height; ++y) {
+    if (const PF_Err stop = poll.Ask()) return stop;
     const T* entering = y + reach < height ? columns.Row(y + reach) + x : kNothing;
     const T* leaving = y > reach ? columns.Row(y - reach - 1) + x : kNothing;
     slide(sums, entering, leaving, scan.Out(y) + x, n, divider);
   }
+  return PF_Err_NONE;
 }
 
 template <class T>
@@ -143,9 +145,9 @@ PF_Err Box(const Scan<T>& scan, double radius, bool along_rows) {
   }
   const Columns<T> columns(scan);
   const auto strips = static_cast<std::int32_t>((width + kStrip - 1) / kStrip);
-  return ForRows(scan.progress, RowReports::kNone, strips, [&](std::int32_t strip) {
+  return ForRows(scan.progress, RowReports::kNone, strips, [&](std::int32_t strip, const RowPoll& poll) {
     const std::int64_t x = kStrip * strip;
-    BoxStrip(scan, columns, x, std::min(kStrip, width - x), reach, divider);
+    return BoxStrip(scan, columns, x, std::min(kStrip, width - x), reach, divider, poll);
   });
 }
 

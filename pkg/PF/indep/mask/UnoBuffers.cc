@@ -21,7 +21,7 @@ std::uint64_t SizeOf(std::int64_t width, std::int64_t height, std::int64_t value
 }
 
 U_Handle AllocateValues(std::int32_t width, std::int32_t height, std::int32_t depth) {
-  return U_AllocateHandle(SizeOf(width, height, ValueBytes(depth)), LookUp(Message::kMaskMemory));
+  return U_AllocateHandleClear(SizeOf(width, height, ValueBytes(depth)), LookUp(Message::kMaskMemory));
 }
 
 PF_Err NewMask(std::int32_t width, std::int32_t height, std::int32_t depth, PF_UnoBuffer** out) {

@@ -18,7 +18,12 @@ M_Rect RunRect(std::size_t row, std::size_t first, std::size_t end, std::int32_t
   const auto edge = [&](std::size_t tile, std::int16_t limit) {
     return static_cast<std::int16_t>(std::min<std::int32_t>(static_cast<std::int32_t>(tile) * tile_size, limit));
   };
-  return {edge(row, extent.v), edge(first, extent.h), edge(row + 1, extent.v), edge(end, extent.h)};
+  M_Rect rect = {};
+  rect.top = edge(row, extent.v);
+  rect.left = edge(first, extent.h);
+  rect.bottom = edge(row + 1, extent.v);
+  rect.right = edge(end, extent.h);
+  return rect;
 }
 
 }  // namespace
