@@ -9,6 +9,7 @@
 #include "PF/PF_Lifecycle.h"
 #include "PF/PF_Worlds.h"
 #include "report/Sites.h"
+#include "support/ForeignWorld.h"
 #include "support/TestHost.h"
 #include "support/Worlds.h"
 
@@ -68,31 +69,8 @@ TEST_F(Copies, WorldsThatCannotBeCopiedAreReportedOnceAndLeftAlone) {
   EXPECT_EQ(dst.Pixels(), before);
 }
 
-// An object of a depth that no pixel type has.
-class OddWorld final : public PF_World {
- public:
-  std::int16_t Depth() const override { return 24; }
-  bool IsReference() const override { return true; }
-  void Clear(const M_LRect*) override {}
-  void ClearExceptRect(const M_LRect&) override {}
-  void Fill(const PF_PixelFloat&, const M_LRect*) override {}
-  void Fill(const PF_Pixel16&, const M_LRect*) override {}
-  void FillAlpha() override {}
-  void InvertAlpha() override {}
-  void Premultiply() override {}
-  void Unmultiply() override {}
-  void PremulColor(const PF_Pixel16&) override {}
-  void UnmulColor(const PF_Pixel16&) override {}
-  void CopyRect(const PF_World*, const M_LRect&, std::int32_t, std::int32_t) override {}
-  void CopyRectPossiblyDifferentBitdepth(const PF_World*, const M_LRect&, PF_Dither, std::int32_t, std::int32_t,
-                                         const PF_ProgressInfo*) override {}
-  void CopyRectPossiblyDifferentBitdepthWithField(const PF_World*, const M_LRect&, PF_Field) override {}
-  bool SubWorldSafetyGutterHasBeenOverWritten() const override { return false; }
-  void ReleaseOwnership() override {}
-};
-
 TEST_F(Copies, AnUnknownDepthIsReportedInItsOwnWords) {
-  OddWorld odd;
+  pftest::ForeignWorld odd(24);
   TestWorld src(8, 4, 4), dst(8, 4, 4);
   PF_LayerDef record = *src.record();
   record.world_object = &odd;

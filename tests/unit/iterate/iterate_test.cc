@@ -8,6 +8,7 @@
 
 #include "PF/PF_Iterate.h"
 #include "PF/PF_Worlds.h"
+#include "support/ForeignWorld.h"
 #include "support/TestHost.h"
 #include "support/Worlds.h"
 
@@ -180,32 +181,9 @@ TEST(IterateErrors, AnUnknownFormatByteCountsAs8AndIsReportedOnceForEachWorld) {
   EXPECT_EQ(Host().reports.at(0).identifier, 0x2503E7u);
 }
 
-// A world object of a depth that no pixel type has.
-class OddDepthWorld : public PF_World {
- public:
-  std::int16_t Depth() const override { return 24; }
-  bool IsReference() const override { return true; }
-  void Clear(const M_LRect*) override {}
-  void ClearExceptRect(const M_LRect&) override {}
-  void Fill(const PF_PixelFloat&, const M_LRect*) override {}
-  void Fill(const PF_Pixel16&, const M_LRect*) override {}
-  void FillAlpha() override {}
-  void InvertAlpha() override {}
-  void Premultiply() override {}
-  void Unmultiply() override {}
-  void PremulColor(const PF_Pixel16&) override {}
-  void UnmulColor(const PF_Pixel16&) override {}
-  void CopyRect(const PF_World*, const M_LRect&, std::int32_t, std::int32_t) override {}
-  void CopyRectPossiblyDifferentBitdepth(const PF_World*, const M_LRect&, PF_Dither, std::int32_t, std::int32_t,
-                                         const PF_ProgressInfo*) override {}
-  void CopyRectPossiblyDifferentBitdepthWithField(const PF_World*, const M_LRect&, PF_Field) override {}
-  bool SubWorldSafetyGutterHasBeenOverWritten() const override { return false; }
-  void ReleaseOwnership() override {}
-};
-
 TEST(IterateErrors, AnImpossibleDepthIsRefusedInTheWordsThatHostsKnow) {
   Host().Reset();
-  OddDepthWorld object;
+  pftest::ForeignWorld object(24);
   TestWorld world(8, 2, 2);
   world.record()->world_object = &object;
   Visitor v;
