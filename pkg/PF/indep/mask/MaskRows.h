@@ -44,9 +44,9 @@ PF_Err ForRows(PF_Err (*iterate)(std::int32_t, void*, PF_IterateGenericFunc), co
         if (const PF_Err stop = poll.Ask()) return stop;
         (*row)(y);
       }
+      if (reports == RowReports::kNone || progress == nullptr || progress->progress == nullptr) return PF_Err_NONE;
       const std::int32_t now = done.fetch_add(1, std::memory_order_relaxed) + 1;
-      if (!asks || reports == RowReports::kNone || progress->progress == nullptr) return PF_Err_NONE;
-      return progress->progress(progress->reference, now, rows);
+      return asks ? progress->progress(progress->reference, now, rows) : PF_Err_NONE;
     }
   };
   Job job = {progress, reports, &row};

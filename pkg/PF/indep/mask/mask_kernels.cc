@@ -20,19 +20,35 @@ const MaskKernels* MaskKernelsOfTarget() { return &kPortableMaskKernels; }
 
 #else
 
-// Values[i] becomes lanes(vector) or, behind the last whole vector, one(value).
+// Values up to the next multiple of the vector's size, at which whole vectors cross no cache line.
+template <class D, class T>
+HWY_INLINE std::size_t ToAligned(D d, const T* values) {
+  const std::size_t step = hn::Lanes(d);
+  return (step - reinterpret_cast<std::uintptr_t>(values) / sizeof(T) % step) % step;
+}
+
+// Every value becomes that of lanes(vector), or of one(value) in runs shorter than a vector. The first and the last
+// vector are computed from what was there before and stored when all between them is: where they overlap it,
+// the values are the same.
 template <class T, class Lanes, class One>
 HWY_INLINE void ForValues(T* values, std::size_t n, const Lanes& lanes, const One& one) {
   const hn::ScalableTag<T> d;
   const std::size_t step = hn::Lanes(d);
-  std::size_t i = 0;
+  if (n < step) {
+    for (std::size_t k = 0; k < n; ++k) values[k] = one(values[k]);
+    return;
+  }
+  const auto head = lanes(d, hn::LoadU(d, values)), tail = lanes(d, hn::LoadU(d, values + n - step));
+  std::size_t i = ToAligned(d, values);
   for (; i + 2 * step <= n; i += 2 * step) {
     const auto first = lanes(d, hn::LoadU(d, values + i));
     const auto second = lanes(d, hn::LoadU(d, values + i + step));
     hn::StoreU(first, d, values + i);
     hn::StoreU(second, d, values + i + step);
   }
-  for (; i < n; ++i) values[i] = one(values[i]);
+  if (i + step <= n) hn::StoreU(lanes(d, hn::LoadU(d, values + i)), d, values + i);
+  hn::StoreU(head, d, values);
+  hn::StoreU(tail, d, values + n - step);
 }
 
 // Stores at multiples of the vector's size between one at the start and one at the end.
@@ -46,8 +62,7 @@ void Fill(T* values, std::size_t n, T value) {
   }
   const auto v = hn::Set(d, value);
   hn::StoreU(v, d, values);
-  const std::size_t past = reinterpret_cast<std::uintptr_t>(values) / sizeof(T) % step;
-  for (std::size_t i = step - past; i + step <= n; i += step) hn::StoreU(v, d, values + i);
+  for (std::size_t i = ToAligned(d, values); i + step <= n; i += step) hn::StoreU(v, d, values + i);
   hn::StoreU(v, d, values + n - step);
 }
 
