@@ -17,7 +17,7 @@ void* AllocateBlock(std::uint64_t size, std::size_t alignment) noexcept;
 void FreeBlock(void* block, std::size_t alignment) noexcept;
 
 // Alignment of pointers and handles, and of pixels: whole cache lines.
-inline constexpr std::size_t kBlockAlignment = 16;
+inline constexpr std::size_t kBlockAlignment = 64;
 inline constexpr std::size_t kPixelAlignment = 64;
 
 }  // namespace pfhost

@@ -27,9 +27,9 @@ HWY_INLINE std::size_t ToAligned(D d, const T* values) {
   return (step - reinterpret_cast<std::uintptr_t>(values) / sizeof(T) % step) % step;
 }
 
-// Every value becomes that of lanes(vector), or of one(value) in runs shorter than a vector. The first and the last
-// vector are computed from what was there before and stored when all between them is: where they overlap it,
-// the values are the same.
+// Every value becomes that of lanes(vector), or of one(value) in runs shorter than a vector. A first vector that
+// is not aligned, and a last one that is not whole, are computed from what was there before and stored when all
+// between them is: where they overlap it, the values are the same.
 template <class T, class Lanes, class One>
 HWY_INLINE void ForValues(T* values, std::size_t n, const Lanes& lanes, const One& one) {
   const hn::ScalableTag<T> d;
@@ -38,8 +38,12 @@ HWY_INLINE void ForValues(T* values, std::size_t n, const Lanes& lanes, const On
     for (std::size_t k = 0; k < n; ++k) values[k] = one(values[k]);
     return;
   }
-  const auto head = lanes(d, hn::LoadU(d, values)), tail = lanes(d, hn::LoadU(d, values + n - step));
-  std::size_t i = ToAligned(d, values);
+  const std::size_t begin = ToAligned(d, values);
+  const bool has_tail = (n - begin) % step != 0;
+  auto head = hn::Zero(d), tail = head;
+  if (begin != 0) head = lanes(d, hn::LoadU(d, values));
+  if (has_tail) tail = lanes(d, hn::LoadU(d, values + n - step));
+  std::size_t i = begin;
   for (; i + 2 * step <= n; i += 2 * step) {
     const auto first = lanes(d, hn::LoadU(d, values + i));
     const auto second = lanes(d, hn::LoadU(d, values + i + step));
@@ -47,8 +51,8 @@ HWY_INLINE void ForValues(T* values, std::size_t n, const Lanes& lanes, const On
     hn::StoreU(second, d, values + i + step);
   }
   if (i + step <= n) hn::StoreU(lanes(d, hn::LoadU(d, values + i)), d, values + i);
-  hn::StoreU(head, d, values);
-  hn::StoreU(tail, d, values + n - step);
+  if (begin != 0) hn::StoreU(head, d, values);
+  if (has_tail) hn::StoreU(tail, d, values + n - step);
 }
 
 // Stores at multiples of the vector's size between one at the start and one at the end.
