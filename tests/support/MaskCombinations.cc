@@ -51,6 +51,45 @@ void AddAccumulations(OperationTable& table) {
   }
 }
 
+// The forms of accumulation with fewer weights, and channels in and out of pixels.
+void AddShortForms(OperationTable& table) {
+  for (const int depth : {8, 16, 32}) {
+    Add(table, At("accumulate masks, no weight and one", depth), depth, [=](Trial& run) {
+      TestMask src(depth, AnyWidth(run), 140, run.random), dst(depth, AnyWidth(run), 140, run.random);
+      const M_LRect rect = {0, 0, 75, 140};
+      const M_LPoint at = {0, 0};
+      PF_Err code = PF_AccumulateUnoBuffers(run.progress, src.record(), PF_MaskMode_DARKEN, &rect, &at, dst.record());
+      if (code == PF_Err_NONE) {
+        code = PF_AccumulateUnoBuffers(run.progress, src.record(), PF_MaskMode_ADD, 0.4f, &rect, &at, dst.record());
+      }
+      AddMask(run.results, dst);
+      return code;
+    });
+    table.push_back({At("channels", depth), depth, false, [=](Trial& run) {
+                       return WithMasks(run, [=](Trial& inner) {
+                         Picture picture(inner, depth);
+                         TestMask mask(depth, picture.width(), picture.height(), inner.random);
+                         pf::DispatchDepth(
+                             depth,
+                             [&]<class P>(P) {
+                               using T = pf::ChannelOf<P>;
+                               const M_Vector2T<std::int32_t> all = {mask.width(), mask.height()};
+                               const std::int32_t from = mask.width() * depth / 8, to = picture.record()->row_bytes;
+                               auto* const pixels = reinterpret_cast<T*>(picture.Row(0));
+                               auto* const values = static_cast<T*>(mask.values());
+                               PF_Interleave1to4<T>(values, from, to, all, {0, 0}, {0, 0}, pixels + 2);
+                               PF_Deinterleave1<T>(pixels, to, from, 3, all, {0, 0}, {0, 0}, values);
+                               PF_BlendSingleChannel<P, T>(mask.width(), T(0), pf::DepthTraits<P>::kFull, values,
+                                                           reinterpret_cast<P*>(pixels));
+                             },
+                             [] {});
+                         inner.results.Add(picture);
+                         return PF_Err{PF_Err_NONE};
+                       });
+                     }});
+  }
+}
+
 void AddDeepConversions(OperationTable& table) {
   for (const int to : {8, 16}) {
     for (const std::int32_t dither : {0, 1}) {
@@ -90,6 +129,7 @@ void AddScan(OperationTable& table, const char* name, int depth, ScanFunc scan) 
 
 void AddMaskCombinations(OperationTable& table) {
   AddAccumulations(table);
+  AddShortForms(table);
   AddDeepConversions(table);
   AddScan(table, "bell scan", 8, &PF_GBlurUnoScan);
   AddScan(table, "bell scan", 16, &PF_GBlurDeepUnoScan);

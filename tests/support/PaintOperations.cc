@@ -60,9 +60,34 @@ void AddBlend(OperationTable& table, const char* name, decltype(&PF_Blend) blend
                        if (code == PF_Err_NONE)
                          code = blend(nullptr, out.record(), first.record(), 40000, out.record());
                        run.results.Add(out);
+                       for (const std::int32_t end : {-5, 70000}) {
+                         if (code == PF_Err_NONE)
+                           code = blend(nullptr, second.record(), first.record(), end, out.record());
+                         run.results.Add(out);
+                       }
                        return code;
                      }});
   }
+}
+
+void AddPixels(OperationTable& table) {
+  table.push_back({"single pixels", 0, false, [](Trial& run) {
+                     Picture eight(run, 8), sixteen(run, 16), floats(run, 32);
+                     const PF_Pixel8 p8 = {1, 2, 3, 4};
+                     const PF_Pixel16 p16 = {1, 2, 3, 32768};
+                     const PF_PixelFloat pf = {0.5f, -1, 2, 3};
+                     for (int i = 0; i < 20; ++i) {
+                       const auto x = static_cast<std::int32_t>(Between(run.random, -3, 45));
+                       const auto y = static_cast<std::int32_t>(Between(run.random, -3, 145));
+                       run.results.AddValue(PF_SetPixel8(x, y, &p8, eight.record()));
+                       run.results.AddValue(PF_SetPixel16(x, y, &p16, sixteen.record()));
+                       run.results.AddValue(PF_SetPixelFloat(x, y, &pf, floats.record()));
+                     }
+                     run.results.Add(eight);
+                     run.results.Add(sixteen);
+                     run.results.Add(floats);
+                     return PF_Err{PF_Err_NONE};
+                   }});
 }
 
 }  // namespace
@@ -70,6 +95,7 @@ void AddBlend(OperationTable& table, const char* name, decltype(&PF_Blend) blend
 void AddPaintAndBlend(OperationTable& table) {
   AddSpots(table);
   AddLines(table);
+  AddPixels(table);
   AddBlend(table, "premultiplied blend", &PF_Blend_Premul);
   AddBlend(table, "straight blend", &PF_Blend_Straight);
 }
