@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Host.h"
+#include "MaskValues.h"
 #include "PF/PF_Masks.h"
 #include "Suite.h"
 #include "peers/Peers.h"
@@ -25,20 +26,6 @@ struct Masks {
     return *masks;
   }
 };
-
-// f(value, alpha) for every value of a mask and the alpha of the same pixel.
-template <class F>
-void ForValues(const PF_UnoBuffer& mask, const Picture& picture, F f) {
-  WithChannel(picture.depth(), [&](auto zero) {
-    using Value = decltype(zero);
-    auto* const values = static_cast<Value*>(*mask.data);
-    for (std::int32_t y = 0; y < mask.height; ++y) {
-      for (std::int32_t x = 0; x < mask.width; ++x) {
-        f(values[std::ptrdiff_t{y} * mask.width + x], picture.row<Value>(y)[4 * x]);
-      }
-    }
-  });
-}
 
 void Load(Picture& src, Picture&) {
   Masks& masks = Masks::Of(src);

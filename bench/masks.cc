@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "Host.h"
+#include "MaskValues.h"
 #include "PF/PF_Worlds.h"
 #include "Suite.h"
 #include "peers/Peers.h"
@@ -21,20 +22,6 @@ PF_UnoBuffer& MaskOf(const Picture& src) {
     mask = std::make_unique<PF_UnoBuffer>(src.width(), src.height(), src.depth());
   }
   return *mask;
-}
-
-// f(value, alpha) for every value of the mask and the alpha of the same pixel.
-template <class F>
-void ForValues(const PF_UnoBuffer& mask, const Picture& picture, F f) {
-  WithChannel(picture.depth(), [&](auto zero) {
-    using Value = decltype(zero);
-    auto* const values = static_cast<Value*>(*mask.data);
-    for (std::int32_t y = 0; y < mask.height; ++y) {
-      for (std::int32_t x = 0; x < mask.width; ++x) {
-        f(values[std::ptrdiff_t{y} * mask.width + x], picture.row<Value>(y)[4 * x]);
-      }
-    }
-  });
 }
 
 void LoadMask(Picture& src, Picture&) {

@@ -85,6 +85,13 @@ void FillRandom(FilePicture* picture, std::uint32_t seed);
 void Write(const std::string& path, const FilePicture& picture);
 /// Reads the values as the file stores them: no conversion of type or alpha.
 FilePicture Read(const std::string& path);
+/// The same as bare values of the type that the file is expected to have.
+template <class T>
+std::vector<T> ValuesOf(const std::string& path) {
+  const FilePicture picture = Read(path);
+  EXPECT_EQ(picture.spec.format.size(), sizeof(T)) << path;
+  return {picture.as<T>(), picture.as<T>() + picture.count()};
+}
 
 std::string Slurp(const std::string& path);
 

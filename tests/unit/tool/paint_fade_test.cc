@@ -11,13 +11,7 @@ using OIIO::TypeDesc;
 using pftest::FilePicture;
 using pftest::Folder;
 using pftest::RunPf;
-
-template <class T>
-std::vector<T> ValuesOf(const std::string& path) {
-  const FilePicture picture = pftest::Read(path);
-  EXPECT_EQ(picture.spec.format.size(), sizeof(T)) << path;
-  return {picture.as<T>(), picture.as<T>() + picture.count()};
-}
+using pftest::ValuesOf;
 
 FilePicture Flat(int width, int height, const std::vector<std::uint8_t>& pixel) {
   FilePicture picture(width, height, static_cast<int>(pixel.size()), TypeDesc::UINT8);
