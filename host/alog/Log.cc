@@ -39,6 +39,8 @@ void LogReport(std::uint32_t identifier, const char* text) noexcept {
   if (TheLogger()) TheLogger()->error("report {:#010x}: {}", identifier, Shown(text));
 }
 
+bool LogsTrace() noexcept { return TheLogger() && TheLogger()->should_log(spdlog::level::trace); }
+
 void LogTrace(const char* text) noexcept {
   if (TheLogger()) TheLogger()->trace("{}", Shown(text));
 }

@@ -11,7 +11,8 @@ void StopLog() noexcept;
 
 // A report that the user would see.
 void LogReport(std::uint32_t identifier, const char* text) noexcept;
-// A line of the debug trace.
+// A line of the debug trace, and whether there is one.
 void LogTrace(const char* text) noexcept;
+bool LogsTrace() noexcept;
 
 }  // namespace pfhost

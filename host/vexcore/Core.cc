@@ -2,6 +2,7 @@
 #include <atomic>
 
 #include "alog/Log.h"
+#include "host/PREF.h"
 #include "host/vexcore.h"
 #include "u/Blocks.h"
 
@@ -14,6 +15,10 @@ std::uint64_t CurrentThreadIdentity() noexcept {
 }
 
 void DebugTrace(const char* text) noexcept { pfhost::LogTrace(text); }
+
+bool DebugTraceEnabled(const char* category, std::int32_t level) noexcept {
+  return pfhost::LogsTrace() && PREF_GetInteger("Debug Trace", category, 0) >= level;
+}
 
 void* AllocateSmallBlock(std::size_t size) noexcept { return pfhost::AllocateBlock(size, pfhost::kBlockAlignment); }
 

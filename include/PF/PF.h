@@ -4,6 +4,7 @@
 #define PF_H
 
 #include "PF/PF_Blend.h"
+#include "PF/PF_ColorSettings.h"
 #include "PF/PF_Copy.h"
 #include "PF/PF_Errors.h"
 #include "PF/PF_Iterate.h"

@@ -3,8 +3,8 @@
 ///
 /// Rules common to all headers of this folder
 /// - Plain functions (prefix PF_ or PFp_) never throw. Those that can fail return a code; 0 is success.
-/// - Members of PF_World and the templates throw PF_Error, which holds a code, and nothing else but
-///   std::bad_alloc.
+/// - Members of classes, the templates, and the functions of PF_ColorSettings.h that hand back an object throw
+///   PF_Error, which holds a code, and nothing else but std::bad_alloc.
 /// - Codes that come from a callback, a progress function or a host service pass through unchanged.
 #ifndef PF_ERRORS_H
 #define PF_ERRORS_H

@@ -28,7 +28,8 @@ struct PFhost_Options {
   const char* text_catalogue;
   /// File of "section/key=value" lines with preferences, or null.
   const char* preferences;
-  /// 0 = log nothing, 1 = log to stderr, 2 = also the debug trace.
+  /// 0 = log nothing, 1 = log to stderr, 2 = also the debug trace. The trace's categories are off unless a
+  /// preference "Debug Trace/CATEGORY=LEVEL" lets lines up to that level through.
   std::int32_t log_level;
 };
 

@@ -198,6 +198,14 @@ namespace vexcore {
 void ExecuteCPUBoundTaskOnAllProcessorsWithProcessorIndex(const boost::function<void(std::int32_t)>& task) { task(0); }
 std::uint64_t CurrentThreadIdentity() noexcept { return 1; }
 void DebugTrace(const char*) noexcept {}
+bool DebugTraceEnabled(const char*, std::int32_t) noexcept { return false; }
+MixHash::MixHash(const void* seed, std::size_t size) noexcept : state_{} { Mix(seed, size); }
+void MixHash::Mix(const void* bytes, std::size_t size) noexcept {
+  for (std::size_t i = 0; i < size; ++i) {
+    std::uint8_t& byte = state_.bytes[i % sizeof state_];
+    byte = static_cast<std::uint8_t>(byte * 31 + static_cast<const std::uint8_t*>(bytes)[i]);
+  }
+}
 void* AllocateSmallBlock(std::size_t size) noexcept { return Take(size); }
 void FreeSmallBlock(void* block, std::size_t) noexcept { Give(block); }
 

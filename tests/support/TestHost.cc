@@ -324,6 +324,5 @@ void ExecuteCPUBoundTaskOnAllProcessorsWithProcessorIndex(const boost::function<
   other.join();
 }
 std::uint64_t CurrentThreadIdentity() noexcept { return std::hash<std::thread::id>()(std::this_thread::get_id()); }
-void DebugTrace(const char*) noexcept {}
 
 }  // namespace vexcore

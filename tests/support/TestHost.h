@@ -43,12 +43,14 @@ struct TestHost {
   std::uint32_t cpu_features = ~0u;  // limited to what the machine has
   // Answers of named calls, for example {"M_PrepareFCMD", 4}; 0 where none is set.
   std::map<std::string, std::int32_t> answers;
-  std::vector<FakeModule*> modules;  // found by a scan
+  std::map<std::string, std::int32_t> trace_levels;  // of the debug trace, by category
+  std::vector<FakeModule*> modules;                  // found by a scan
 
   // What happened.
   PLUG_UnloadHandler unload_handler = nullptr;  // of the last scan
   std::vector<Report> reports;
   std::vector<std::string> calls;     // start-up, shut-down and logging calls by name, in order
+  std::vector<std::string> trace;     // lines of the debug trace
   std::map<std::string, int> counts;  // every counted call by name
   std::int64_t allocations = 0;       // since Reset()
   std::int64_t live_allocations = 0;  // ever; stays across Reset()
