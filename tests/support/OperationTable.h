@@ -30,5 +30,6 @@ void AddMaskOperations(OperationTable& table);    // one mask; a mask and a worl
 void AddMaskCombinations(OperationTable& table);  // several masks, scans, channels
 void AddPaintAndBlend(OperationTable& table);
 void AddLazyTiles(OperationTable& table);
+void AddColorSpaces(OperationTable& table);
 
 }  // namespace pftest

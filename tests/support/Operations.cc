@@ -238,6 +238,7 @@ Table Build() {
   AddMaskCombinations(table);
   AddPaintAndBlend(table);
   AddLazyTiles(table);
+  AddColorSpaces(table);
   return table;
 }
 
