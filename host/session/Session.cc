@@ -1,6 +1,7 @@
 // Start and stop of the host and of the library on it.
 #include "PF/PF_Lifecycle.h"
 #include "alog/Log.h"
+#include "cor/Displays.h"
 #include "embedded/PFhost.h"
 #include "plug/Registry.h"
 #include "pref/Preferences.h"
@@ -18,6 +19,7 @@ constinit bool g_started = false;
 
 void StopHost() {
   StopPlugIns();
+  StopDisplays();
   StopExecutor();
   StopCpu();
   StopTexts();

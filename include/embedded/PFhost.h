@@ -9,6 +9,7 @@
 
 #include <cstdint>
 
+#include "host/COR.h"
 #include "host/Export.h"
 #include "host/U.h"
 
@@ -56,6 +57,12 @@ HOST_EXPORT U_Err PFhost_GetReport(std::int32_t index, PFhost_Report* out);
 HOST_EXPORT void PFhost_ClearReports();
 /// The thread's last error as set through Up_SetThreadLastError or by a report.
 HOST_EXPORT U_Err PFhost_ThreadLastError();
+
+/// Tells which profile a display has. A display that nobody has told of is like the system's main one, and that is
+/// like the default working profile until something else is told. Forgotten when the host stops.
+/// \param display the caller's own reference to it; null: the system's main display.
+/// \param profile null, or an empty pointer, forgets what was told. \return 0 or 4.
+HOST_EXPORT U_Err PFhost_SetDisplayProfile(const void* display, const COR_XCE_ProfileRef* profile);
 
 /// Allocations that are still held: pointers, handles, frames, bitmap worlds and small blocks.
 HOST_EXPORT std::int64_t PFhost_LiveAllocations();

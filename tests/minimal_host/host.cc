@@ -6,6 +6,7 @@
 
 #include "host/ALOG.h"
 #include "host/BM.h"
+#include "host/COR.h"
 #include "host/FILE.h"
 #include "host/LIST.h"
 #include "host/M.h"
@@ -191,6 +192,27 @@ U_Err RND_GetPrimeSizedTable(const std::uint32_t** table, std::int64_t* length) 
   *length = 5;
   return 0;
 }
+
+// A host without a colour engine says so at every call.
+U_Err COR_GetStandardProfile(XCE_ProfileCode, COR_XCE_ProfileRef*) { return XCE_ERR_ABSENT; }
+U_Err COR_GetDefaultWorkingProfile(COR_XCE_ProfileRef*) { return XCE_ERR_ABSENT; }
+U_Err COR_GetDisplayProfile(const void*, COR_XCE_ProfileRef*) { return XCE_ERR_ABSENT; }
+U_Err COR_GetSystemDisplayProfile(COR_XCE_ProfileRef*) { return XCE_ERR_ABSENT; }
+U_Err COR_LinearizeProfile(const COR_XCE_Profile*, COR_XCE_ProfileRef*) { return XCE_ERR_ABSENT; }
+U_Err COR_DescribeProfile(const COR_XCE_Profile*, COR_XCE_ProfileInfo*) { return XCE_ERR_ABSENT; }
+U_Err COR_NewProfilePool(COR_XCE_ProfilePool**) { return XCE_ERR_ABSENT; }
+void COR_DisposeProfilePool(COR_XCE_ProfilePool*) {}
+U_Err COR_RegisterProfile(COR_XCE_ProfilePool*, const COR_XCE_ProfileRef*, _t_XCE_ID*) { return XCE_ERR_ABSENT; }
+U_Err COR_FindProfile(const COR_XCE_ProfilePool*, const _t_XCE_ID*, COR_XCE_ProfileRef*) { return XCE_ERR_ABSENT; }
+U_Err COR_NewTransform(const COR_XCE_Profile*, const COR_XCE_Profile*, const COR_XCE_TransformOptions*,
+                       COR_XCE_Transform*) {
+  return XCE_ERR_ABSENT;
+}
+void COR_ReleaseTransform(COR_XCE_Transform) {}
+U_Err COR_ApplyTransform(COR_XCE_Transform, XCE_Layout, const void*, XCE_Layout, void*, std::uint64_t) {
+  return XCE_ERR_ABSENT;
+}
+U_Err XCE_Error(U_Err status) { return status; }
 }
 
 namespace vexcore {

@@ -31,5 +31,6 @@ void AddMaskCombinations(OperationTable& table);  // several masks, scans, chann
 void AddPaintAndBlend(OperationTable& table);
 void AddLazyTiles(OperationTable& table);
 void AddColorSpaces(OperationTable& table);
+void AddColor(OperationTable& table);
 
 }  // namespace pftest

@@ -239,6 +239,7 @@ Table Build() {
   AddPaintAndBlend(table);
   AddLazyTiles(table);
   AddColorSpaces(table);
+  AddColor(table);
   return table;
 }
 

@@ -218,7 +218,11 @@ void ALOG_Log(const char* source, const char* heading, const char* text) {
   const std::lock_guard lock(HostLock());
   Host().calls.push_back(std::string("ALOG_Log ") + source + "/" + heading + "/" + text);
 }
-std::int32_t PREF_GetBool(const char*, const char*, std::int32_t default_value) { return default_value; }
+std::int32_t PREF_GetBool(const char* section, const char* key, std::int32_t default_value) {
+  const auto& set = Host().bool_preferences;
+  const auto found = set.find(std::string(section) + "/" + key);
+  return found == set.end() ? default_value : found->second;
+}
 std::int64_t PREF_GetInteger(const char*, const char*, std::int64_t default_value) { return default_value; }
 
 // Lists.

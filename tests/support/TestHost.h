@@ -29,6 +29,18 @@ struct FakeModule {
   PLUG_RoutineRef routine = nullptr;  // of the last scan
 };
 
+// One run of pixels that the colour engine was given.
+struct EngineRun {
+  std::uint32_t source_layout, destination_layout;
+  std::uint64_t count;
+  bool operator==(const EngineRun&) const = default;
+};
+// What the newest transform was made from, by the profiles' names; empty = the default working profile.
+struct EngineTransform {
+  std::string source, destination, proofs[2];
+  std::int32_t intent = -1, clip_float = -1;
+};
+
 struct TestHost {
   // What goes wrong. Allocations are counted from Reset() or from setting the field, over pointers,
   // handles, frames, bitmap worlds and small blocks; the one with this number (0 = the next) fails.
@@ -43,8 +55,13 @@ struct TestHost {
   std::uint32_t cpu_features = ~0u;  // limited to what the machine has
   // Answers of named calls, for example {"M_PrepareFCMD", 4}; 0 where none is set.
   std::map<std::string, std::int32_t> answers;
-  std::map<std::string, std::int32_t> trace_levels;  // of the debug trace, by category
-  std::vector<FakeModule*> modules;                  // found by a scan
+  // The colour engine: its calls are counted from Reset(); the one with this number answers engine_error.
+  std::int64_t fail_engine_call = -1;
+  std::int32_t engine_error = 0x62707266;
+  bool no_engine = false;
+  std::map<std::string, std::int32_t> bool_preferences;  // by "section/key"
+  std::map<std::string, std::int32_t> trace_levels;      // of the debug trace, by category
+  std::vector<FakeModule*> modules;                      // found by a scan
 
   // What happened.
   PLUG_UnloadHandler unload_handler = nullptr;  // of the last scan
@@ -54,6 +71,10 @@ struct TestHost {
   std::map<std::string, int> counts;  // every counted call by name
   std::int64_t allocations = 0;       // since Reset()
   std::int64_t live_allocations = 0;  // ever; stays across Reset()
+  std::int64_t engine_calls = 0;
+  std::vector<EngineRun> engine_runs;
+  std::vector<std::int32_t> engine_errors;  // told through XCE_Error
+  EngineTransform last_transform;
   std::int64_t quiet_depth = 0;
   std::int32_t last_error = 0;
 

@@ -1,5 +1,6 @@
 // Start-up and shut-down, in the order that the header states.
 #include "PF/PF_Lifecycle.h"
+#include "color/Emergency.h"
 #include "dispatch/OverrideTable.h"
 #include "edge/Guard.h"
 #include "host/ALOG.h"
@@ -60,6 +61,7 @@ PF_Err Start() {
 PF_Err Stop() {
   ALOG_Log("PF", "Death", "PF Death");
   PF_FreeUpSomeMemory();
+  ReleaseEmergencySettings();
   g_dither.length = 0;
   g_dither.start = nullptr;
   const PF_Err modules = UnloadModules();

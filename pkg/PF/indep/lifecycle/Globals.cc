@@ -41,6 +41,7 @@ constinit std::atomic<std::int64_t> g_live_worlds{0};
 constinit std::atomic<std::int64_t> g_live_chunks{0};
 constinit DitherState g_dither = {};
 constinit std::atomic<int> g_host_versions{0};
+constinit std::atomic<PF_ColorSettings*> g_emergency_settings{nullptr};
 constinit StartState g_start = {};
 
 }  // namespace pf

@@ -10,6 +10,8 @@
 
 #include "host/LIST.h"
 
+class PF_ColorSettings;
+
 namespace pf {
 
 struct ConvertKernels;
@@ -73,6 +75,9 @@ extern constinit DitherState g_dither;
 // Whether the host libraries have been asked for their versions, and what came of it: 0 not asked,
 // 1 accepted, 2 refused. Written by the first PF_CheckVersions.
 extern constinit std::atomic<int> g_host_versions;
+
+// Null until somebody asks for them; written by PF_GetEmergencyColorSettings and PF_Death.
+extern constinit std::atomic<PF_ColorSettings*> g_emergency_settings;
 
 // What PF_Birth prepared and PF_Death gives back.
 struct StartState {

@@ -1,5 +1,6 @@
 #include "report/Report.h"
 
+#include "host/COR.h"
 #include "host/U.h"
 
 PF_Error::~PF_Error() = default;
@@ -37,6 +38,12 @@ PF_Err ReportText(Site site, const char* text) {
 void ThrowText(Site site, const char* text) { throw PF_Error(ReportText(site, text)); }
 
 void ThrowCode(PF_Err code) { throw PF_Error(code); }
+
+void ThrowEngineFailure(std::int32_t status) {
+  if (status == XCE_ERR_ABSENT) throw PF_Error(status);
+  const PF_Err answer = XCE_Error(status);
+  throw PF_Error(answer != PF_Err_NONE ? answer : PF_Err_REPORTED);
+}
 
 void ThrowOutOfMemory() { throw PF_Error(PF_Err_OUT_OF_MEMORY); }
 

@@ -33,6 +33,10 @@ PF_Err ReportText(Site site, const char* text);
 // Throws a callback's or a service's code, which is not ours to report.
 [[noreturn]] void ThrowCode(PF_Err code);
 
+// A status of the colour engine other than 0: told to the user by the engine's own report, whose answer is thrown.
+// Without an engine nothing is reported and its code is thrown.
+[[noreturn]] void ThrowEngineFailure(std::int32_t status);
+
 // Memory is short and the host has been told by whoever asked for it.
 [[noreturn]] void ThrowOutOfMemory();
 

@@ -25,6 +25,8 @@ enum class Site : std::uint16_t {
   kModules = 16,
   kMask = 17,
   kTiles = 18,
+  kColorSettings = 19,
+  kColorTransform = 20,
   kBlendSizesStraight = 46,  // the two sources; 47: the destination
   kBlendDestinationStraight = 47,
   kIterateGeneric = 70,

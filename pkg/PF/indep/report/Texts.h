@@ -32,8 +32,11 @@ constexpr std::int32_t kMessageCount = 20;
 // The host's translation of a message, or null when it has none.
 const char* LookUp(Message message);
 
-// Stands in no table.
+// These stand in no table.
 inline constexpr char kInvalidSizeText[] =
     "$$$/VX/PF/PF_WorldX/Constructor/InvalidSizeError=invalid image buffer size (^L1x^L2).";
+
+inline constexpr char kWorkingSpaceText[] = "$$$/VX/PF/PF_ColorManagement/ColorProfile/PWS=Working Space -";
+inline constexpr char kNoProfileText[] = "$$$/VX/PF/PF_ColorManagement/ColorProfile/None=None";
 
 }  // namespace pf
