@@ -77,7 +77,7 @@ struct Case {
   GuardedMemory::Where where;
   std::int64_t x0, step_x, y0, step_y, n, rows;
   std::int32_t radius_x, radius_y;
-  bool jumps, blocky;
+  bool jumps, blocky, past_caches = false;
 
   std::string Text(std::uint64_t seed) const {
     return std::string(kFamilies[family]) + ", depth " + std::to_string(depth) + ", kind " + std::to_string(kind) +
@@ -135,6 +135,7 @@ Case RandomCase(Random& random, int family, int depth) {
   c.radius_y = radius(c.step_y);
   c.jumps = random() % 4 == 0;
   c.blocky = random() % 4 == 0;
+  c.past_caches = random() % 2 == 0;
   return c;
 }
 
@@ -162,7 +163,7 @@ void RunRows(const SampleKernels& kernels, const Case& c, const PF_SampPB& param
   for (std::int64_t k = 0; k < c.rows; ++k) {
     const GuardedMemory& to = k % 2 == 0 ? out : early;
     const std::int64_t y = c.y0 + RowNumber(c, k) * c.step_y;
-    pair.row(SampleRow{&params, c.x0, c.step_x, y, to.data(), c.n}, scratch.data());
+    pair.row(SampleRow{&params, c.x0, c.step_x, y, to.data(), c.n, c.past_caches}, scratch.data());
     pixels->insert(pixels->end(), to.data(), to.data() + row_size);
   }
 }

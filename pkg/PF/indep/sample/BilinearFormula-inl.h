@@ -54,7 +54,12 @@ struct BlendSampler {
 
 template <class P, AlphaClass alphas>
 HWY_NOINLINE void BlendRange(const RowJob<P>& job, std::int64_t begin, std::int64_t end) {
-  ForLanes(RealTag<P>(), begin, end, job.out, BlendSampler<P, alphas>(job));
+  const BlendSampler<P, alphas> sample(job);
+  if constexpr (kIsFloat<P>) {
+    ForAlignedLanes(RealTag<P>(), begin, end, job, sample);
+  } else {
+    ForLanes(RealTag<P>(), begin, end, job.out, sample);
+  }
 }
 
 #endif  // HWY_TARGET

@@ -69,20 +69,23 @@ HWY_NOINLINE inline void PairPhases(const RowJob<PF_Pixel16>& job, const std::ui
   const hn::RebindToUnsigned<PairTag> du;
   const std::int64_t phases = PhasesOf(job.positions.step());
   std::int32_t top[kMaxPhases], bottom[kMaxPhases];
+  std::int64_t place[kMaxPhases];  // of the phase's pair behind column m's
   for (std::int64_t p = 0; p < phases; ++p) {
     const PairWeights weights(job.positions.FractionAt(blocks.k + p) >> (16 - bits_u), bits_u, job.fy >> (16 - bits_v),
                               bits_v);
     top[p] = weights.top;
     bottom[p] = weights.bottom;
+    place[p] = 4 * (job.positions.ColumnAt(blocks.k + p) - blocks.m);
   }
   const int bits = bits_u + bits_v;
   const auto half = hn::Set(d, (1 << bits) / 2);
   constexpr std::int64_t kColumns = hn::MaxLanes(d) / 4;
+  const bool past_caches = job.PastCaches(blocks.k);
   PF_Pixel16* out = job.out + blocks.k;
   for (std::int64_t m = blocks.m; m < blocks.end; m += kColumns, out += kColumns * phases) {
-    const auto above = hn::BitCast(d16, hn::LoadU(du, upper + 4 * m));
-    const auto below = hn::BitCast(d16, hn::LoadU(du, lower + 4 * m));
     const auto phase = [&](std::int64_t p) HWY_ATTR {
+      const auto above = hn::BitCast(d16, hn::LoadU(du, upper + 4 * m + place[p]));
+      const auto below = hn::BitCast(d16, hn::LoadU(du, lower + 4 * m + place[p]));
       const auto sum = AddPairProducts(d, above, hn::BitCast(d16, hn::Set(d, top[p])), half);
       return hn::ShiftRightSame(AddPairProducts(d, below, hn::BitCast(d16, hn::Set(d, bottom[p])), sum), bits);
     };
@@ -90,7 +93,7 @@ HWY_NOINLINE inline void PairPhases(const RowJob<PF_Pixel16>& job, const std::ui
       // Two neighbours per column, side by side.
       const auto both = hn::Xor(hn::ReorderDemote2To(d16, phase(p), phase(p + 1)), hn::Set(d16, INT16_MIN));
       if (phases == 2) {
-        hn::StoreU(both, d16, reinterpret_cast<std::int16_t*>(out));
+        StoreVector(both, d16, reinterpret_cast<std::int16_t*>(out), past_caches);
       } else {
         for (std::int64_t b = 0; b < kColumns; ++b) {
           hn::StoreU(BlockAt(d16, both, static_cast<std::size_t>(b)), pixels,

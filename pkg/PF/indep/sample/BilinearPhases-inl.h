@@ -1,6 +1,7 @@
 // Bilinear sampling in steps of 1/2, 1/4, 1/8 or 1/16 of a pixel: every block of source columns holds as
 // many samples as the others, at the same fractions. Samples at one fraction, a phase, read whole vectors
-// of neighbouring columns, so that nothing is permuted.
+// of neighbouring columns, so that nothing is permuted. Counting phases from a sample that is stored at the
+// start of a cache line lets no store cross one.
 #if defined(PF_SAMPLE_BILINEAR_PHASES_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef PF_SAMPLE_BILINEAR_PHASES_INL_H
 #undef PF_SAMPLE_BILINEAR_PHASES_INL_H
@@ -30,36 +31,38 @@ constexpr std::int64_t PhasesOf(std::int64_t step) {
   return step <= 32768 && step >= 65536 / kMaxPhases && 65536 % step == 0 ? 65536 / step : 0;
 }
 
-// Blocks m..end-1, whose first sample is k, by whole vectors.
+// As many samples as a block holds, from k on in block m, and as many again from each block behind it up
+// to end-1, by whole vectors.
 struct PhaseBlocks {
   std::int64_t m, end, k;
 };
 
-// The blocks that lie in samples begin..end-1 with all their samples.
+// Those that lie in samples begin..end-1.
 template <class P>
-PhaseBlocks PhaseBlocksOf(const SamplePositions& positions, std::int64_t begin, std::int64_t end) {
+PhaseBlocks PhaseBlocksOf(const SamplePositions& positions, const P* out, std::int64_t begin, std::int64_t end) {
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(RealTag<P>()));
-  const std::int64_t m = positions.ColumnAt(begin) + (positions.FractionAt(begin) >= positions.step() ? 1 : 0);
-  const std::int64_t k = positions.SampleAt(m);
-  const std::int64_t whole = std::max<std::int64_t>((end - k) / PhasesOf(positions.step()), 0);
-  return {m, m + whole / lanes * lanes, k};
+  const std::int64_t k = AlignedSample(out, begin, end), m = positions.ColumnAt(k);
+  return {m, m + (end - k) / PhasesOf(positions.step()) / lanes * lanes, k};
 }
 
-// Fractions of the phases as vectors.
+// Fractions of the phases, and the columns behind the first one's at which they read.
 template <class P>
 class Phases {
  public:
-  Phases(const SamplePositions& positions, std::int64_t k) : count_(PhasesOf(positions.step())) {
+  Phases(const SamplePositions& positions, const PhaseBlocks& blocks) : count_(PhasesOf(positions.step())) {
     for (std::int64_t p = 0; p < count_; ++p) {
-      u_[p] = static_cast<RealOf<P>>(positions.FractionAt(k + p)) / RealOf<P>(65536);
+      u_[p] = static_cast<RealOf<P>>(positions.FractionAt(blocks.k + p)) / RealOf<P>(65536);
+      column_[p] = positions.ColumnAt(blocks.k + p) - blocks.m;
     }
   }
   std::int64_t count() const { return count_; }
   RealOf<P> operator[](std::int64_t p) const { return u_[p]; }
+  std::int64_t ColumnOf(std::int64_t p) const { return column_[p]; }
 
  private:
   std::int64_t count_;
   RealOf<P> u_[kMaxPhases];
+  std::int64_t column_[kMaxPhases];
 };
 
 // Block b of both vectors, two pixels side by side, to pixels (first + 4 b) * distance.
@@ -81,23 +84,16 @@ HWY_INLINE void StoreBlockPairs(D d, hn::Vec<D> even, hn::Vec<D> odd, std::int64
   }
 }
 
-// Each lane a pixel, as vectors of blocks of 16 bytes: block b of vector i is pixel 4 b + i.
+// Pixels of two phases, which are neighbours and all there are.
 template <class V>
-struct PixelBlocks {
-  HWY_INLINE explicit PixelBlocks(const Channels<V>& p) {
-    const hn::DFromV<V> d;
-    const hn::Repartition<double, decltype(d)> wide;
-    const auto low_ar = hn::BitCast(wide, hn::InterleaveLower(d, p.alpha, p.red));
-    const auto low_gb = hn::BitCast(wide, hn::InterleaveLower(d, p.green, p.blue));
-    const auto high_ar = hn::BitCast(wide, hn::InterleaveUpper(d, p.alpha, p.red));
-    const auto high_gb = hn::BitCast(wide, hn::InterleaveUpper(d, p.green, p.blue));
-    v[0] = hn::BitCast(d, hn::InterleaveLower(wide, low_ar, low_gb));
-    v[1] = hn::BitCast(d, hn::InterleaveUpper(wide, low_ar, low_gb));
-    v[2] = hn::BitCast(d, hn::InterleaveLower(wide, high_ar, high_gb));
-    v[3] = hn::BitCast(d, hn::InterleaveUpper(wide, high_ar, high_gb));
+HWY_INLINE void StorePairs(const Channels<V>& even, const Channels<V>& odd, PF_PixelFloat* to, bool past_caches) {
+  const hn::DFromV<V> d;
+  const PixelBlocks<V> first(even), second(odd);
+  for (std::int64_t i = 0; i < 4; i += 2) {
+    StoreBlocksInTurn(d, first.v[i], second.v[i], first.v[i + 1], second.v[i + 1], 32,
+                      reinterpret_cast<float*>(to + 2 * i), past_caches);
   }
-  V v[4];
-};
+}
 
 template <class V>
 HWY_INLINE void StorePairsApart(const Channels<V>& even, const Channels<V>& odd, std::int64_t distance,
@@ -128,24 +124,29 @@ HWY_NOINLINE void BlendPhases(const RowJob<PF_PixelFloat>& job, const PhaseBlock
   using P = PF_PixelFloat;
   const RealTag<P> d;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  const Phases<P> phases(job.positions, blocks.k);
+  const Phases<P> phases(job.positions, blocks);
   Weights<RealVec<P>> weights[kMaxPhases];
   for (std::int64_t p = 0; p < phases.count(); ++p) {
     weights[p] = WeightsOf(hn::Set(d, 1.0f), hn::Set(d, phases[p]), hn::Set(d, job.v));
   }
   const std::int64_t stride = job.stride;
+  const bool past_caches = job.PastCaches(blocks.k);
   P* out = job.out + blocks.k;
   for (std::int64_t m = blocks.m; m < blocks.end; m += lanes, out += lanes * phases.count()) {
     const auto load = [&](const float* from) HWY_ATTR {
       return Channels<RealVec<P>>{hn::LoadU(d, from), hn::LoadU(d, from + stride), hn::LoadU(d, from + 2 * stride),
                                   hn::LoadU(d, from + 3 * stride)};
     };
-    const Taps<RealVec<P>> taps = {load(job.upper + m), load(job.upper + m + 1), load(job.lower + m),
-                                   load(job.lower + m + 1)};
     const auto pixels = [&](std::int64_t p) HWY_ATTR {
+      const float *upper = job.upper + m + phases.ColumnOf(p), *lower = job.lower + m + phases.ColumnOf(p);
+      const Taps<RealVec<P>> taps = {load(upper), load(upper + 1), load(lower), load(lower + 1)};
       if (job.fy == 0 && phases[p] == 0.0f) return taps.p00;
       return BlendOf<P, alphas>(taps, weights[p]);
     };
+    if (phases.count() == 2) {
+      StorePairs(pixels(0), pixels(1), out, past_caches);
+      continue;
+    }
     for (std::int64_t p = 0; p < phases.count(); p += 2) {
       StorePairsApart(pixels(p), pixels(p + 1), phases.count(), out + p);
     }
@@ -175,7 +176,7 @@ HWY_NOINLINE inline void WeighedPhases(const RowJob<PF_Pixel16>& job, const doub
   const RealTag<P> d;
   using V = RealVec<P>;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  const Phases<P> phases(job.positions, blocks.k);
+  const Phases<P> phases(job.positions, blocks);
   const V v = hn::Set(d, job.v);
   P* out = job.out + blocks.k;
   for (std::int64_t m = blocks.m; m < blocks.end; m += lanes, out += lanes * phases.count()) {
@@ -184,12 +185,16 @@ HWY_NOINLINE inline void WeighedPhases(const RowJob<PF_Pixel16>& job, const doub
       return hn::Add(above, hn::Mul(v, hn::Sub(hn::LoadU(d, lower + at), above)));
     };
     V left[4], rise[4];
-    for (std::int64_t c = 0; c < 4; ++c) {
-      const std::int64_t at = c * job.stride + m;
-      left[c] = between(at);
-      rise[c] = hn::Sub(between(at + 1), left[c]);
-    }
+    std::int64_t column = -1;
     const auto pixels = [&](std::int64_t p) HWY_ATTR {
+      if (phases.ColumnOf(p) != column) {
+        column = phases.ColumnOf(p);
+        for (std::int64_t c = 0; c < 4; ++c) {
+          const std::int64_t at = c * job.stride + m + column;
+          left[c] = between(at);
+          rise[c] = hn::Sub(between(at + 1), left[c]);
+        }
+      }
       const V u = hn::Set(d, phases[p]);
       const auto sum = [&](std::size_t c) HWY_ATTR { return hn::Add(left[c], hn::Mul(u, rise[c])); };
       return DivideByAlpha<P>(Channels<V>{sum(0), sum(1), sum(2), sum(3)});

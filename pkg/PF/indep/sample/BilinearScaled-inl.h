@@ -34,14 +34,27 @@ HWY_NOINLINE inline bool ColoursFitScaled(const std::uint16_t* planes, std::int6
   return hn::AllTrue(d, hn::Eq(hn::Max(highest, hn::Set(d, 32768)), hn::Set(d, 32768)));
 }
 
-// Three planes of colours at every sample, in 1/65536.
+// Which sample of a vector stands in each lane: interleaving lower and upper halves of blocks then gives
+// the samples in order.
+HWY_INLINE hn::Vec<ScaledTag> ScaledOrder() {
+  const ScaledTag d;
+  constexpr std::size_t kLanes = hn::MaxLanes(d);
+  alignas(HWY_MAX_BYTES) std::int32_t samples[kLanes];
+  for (std::size_t lane = 0; lane < kLanes; ++lane) {
+    samples[lane] = static_cast<std::int32_t>(lane / 4 * 2 + lane % 2 + (lane % 4 < 2 ? 0 : kLanes / 2));
+  }
+  return hn::Load(d, samples);
+}
+
+// Three planes of colours at every sample, in 1/65536, vectors in the order of ScaledOrder.
 HWY_NOINLINE inline void SpreadScaled(const std::uint16_t* planes, std::int64_t stride, SamplePositions positions,
                                       std::int64_t n, std::int64_t out_stride, std::int32_t* out) {
   const ScaledTag d;
   const RealTag<PF_Pixel8> df;
   const hn::Rebind<std::uint16_t, ScaledTag> d16;
+  const auto order = ScaledOrder();
   for (std::int64_t k = 0; k < n; k += static_cast<std::int64_t>(hn::Lanes(d))) {
-    const auto place = PlaceAt<PF_Pixel8>(positions, k);  // as many lanes
+    const auto place = PlaceAt<PF_Pixel8>(positions, k, order);  // as many lanes
     for (std::int64_t c = 0; c < 3; ++c) {
       const auto tap = [&](std::int64_t right) HWY_ATTR {
         const auto columns = hn::PromoteTo(d, hn::LoadU(d16, planes + (c + 1) * stride + place.column + right));
@@ -53,14 +66,16 @@ HWY_NOINLINE inline void SpreadScaled(const std::uint16_t* planes, std::int64_t 
   }
 }
 
-// Pixels in two halves of 32 bits.
+// Pixels in two halves of 32 bits, in the order of ScaledOrder.
 struct HalvedPixels {
   hn::Vec<hn::RebindToUnsigned<ScaledTag>> alpha_red, green_blue;
 };
 
-HWY_INLINE void StorePixels(ScaledTag, const HalvedPixels& p, PF_Pixel16* to) {
-  hn::StoreInterleaved2(p.alpha_red, p.green_blue, hn::RebindToUnsigned<ScaledTag>(),
-                        reinterpret_cast<std::uint32_t*>(to));
+HWY_INLINE void StorePixels(ScaledTag, const HalvedPixels& p, PF_Pixel16* to, bool past_caches) {
+  const hn::RebindToUnsigned<ScaledTag> d;
+  auto* at = reinterpret_cast<std::uint32_t*>(to);
+  StoreVector(hn::InterleaveLower(d, p.alpha_red, p.green_blue), d, at, past_caches);
+  StoreVector(hn::InterleaveUpper(d, p.alpha_red, p.green_blue), d, at + hn::Lanes(d), past_caches);
 }
 
 class ScaledSampler {
@@ -105,9 +120,7 @@ HWY_NOINLINE inline void ScaledRange(const RowJob<PF_Pixel16>& job, const std::i
                                      const std::int32_t* lower, std::int64_t stride, std::uint32_t alpha,
                                      std::int64_t begin, std::int64_t end) {
   const ScaledSampler sample(upper, lower, stride, job.fy, alpha);
-  const std::int64_t aligned = AlignedSample(job.out, begin, end);
-  ForLanes(ScaledTag(), begin, aligned, job.out, sample);
-  ForLanes(ScaledTag(), aligned, end, job.out, sample);
+  ForGridLanes(ScaledTag(), begin, end, job, sample);
 }
 
 #endif  // HWY_TARGET

@@ -64,13 +64,14 @@ class SamplePositions {
   std::int64_t x_, step_;
 };
 
-// Of the samples from k on.
+// Of the samples from k on, in the order of `samples` counted from there.
 template <class P>
-HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions& positions, std::int64_t k) {
+HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions& positions, std::int64_t k,
+                                  hn::Vec<hn::Rebind<std::int32_t, RealTag<P>>> samples) {
   const RealTag<P> d;
   const hn::RebindToSigned<RealTag<P>> dc;
   const hn::Rebind<std::int32_t, RealTag<P>> di;
-  const auto steps = hn::Mul(hn::Iota(di, 0), hn::Set(di, static_cast<std::int32_t>(positions.step())));
+  const auto steps = hn::Mul(samples, hn::Set(di, static_cast<std::int32_t>(positions.step())));
   const auto position = hn::Add(hn::Set(di, static_cast<std::int32_t>(positions.FractionAt(k))), steps);
   const auto column = hn::ShiftRight<16>(position);
   const auto fraction = hn::And(position, hn::Set(di, 0xFFFF));
@@ -81,6 +82,12 @@ HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions& positions, std::int64_t
   } else {
     return {positions.ColumnAt(k), hn::IndicesFromVec(d, column), fraction, hn::Mul(hn::ConvertTo(d, fraction), unit)};
   }
+}
+
+// In ascending order.
+template <class P>
+HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions& positions, std::int64_t k) {
+  return PlaceAt<P>(positions, k, hn::Iota(hn::Rebind<std::int32_t, RealTag<P>>(), 0));
 }
 
 HWY_INLINE Channels<RealVec<PF_PixelFloat>> LoadTap(const float* planes, std::int64_t stride,
@@ -123,6 +130,12 @@ struct RowJob {
   std::int64_t fy;
   RealOf<P> v;  // fy in pixels
   P* out;
+  bool past_caches;
+
+  // Whether vectors from sample k on may be stored past the caches.
+  bool PastCaches(std::int64_t k) const {
+    return past_caches && reinterpret_cast<std::uintptr_t>(out + k) % HWY_MAX_BYTES == 0;
+  }
 };
 
 template <class V>
@@ -149,6 +162,38 @@ template <class P>
 HWY_INLINE std::int64_t AlignedSample(const P* out, std::int64_t begin, std::int64_t end) {
   const std::int64_t behind = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(out + begin) % 64);
   return behind == 0 ? begin : std::min(begin + (64 - behind) / std::int64_t{sizeof(P)}, end);
+}
+
+// ForLanes from such a sample on by stores of whole lines, which may pass the caches.
+template <class D, class P, class Sampler>
+HWY_INLINE void ForAlignedLanes(D d, std::int64_t begin, std::int64_t end, const RowJob<P>& job, const Sampler sample) {
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  P* const out = job.out;
+  std::int64_t k = AlignedSample(out, begin, end);
+  ForLanes(d, begin, k, out, sample);
+  const bool past_caches = job.PastCaches(k);
+  for (; k + lanes <= end; k += lanes) StorePixels(d, sample(k), out + k, past_caches);
+  ForLanes(d, k, end, out, sample);
+}
+
+// The same for samplers that can start at multiples of Lanes(d) only.
+template <class D, class P, class Sampler>
+HWY_INLINE void ForGridLanes(D d, std::int64_t begin, std::int64_t end, const RowJob<P>& job, const Sampler sample) {
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  P* const out = job.out;
+  const auto part = [&](std::int64_t k, std::int64_t from, std::int64_t to) HWY_ATTR {
+    P pixels[HWY_MAX_BYTES / sizeof(hn::TFromD<D>)];
+    StorePixels(d, sample(k), pixels, false);
+    std::memcpy(out + from, pixels + (from - k), static_cast<std::size_t>(to - from) * sizeof(P));
+  };
+  std::int64_t k = begin / lanes * lanes;
+  if (k < begin) {
+    part(k, begin, std::min(k + lanes, end));
+    k += lanes;
+  }
+  const bool past_caches = job.PastCaches(k);
+  for (; k + lanes <= end; k += lanes) StorePixels(d, sample(k), out + k, past_caches);
+  if (k < end) part(k, k, end);
 }
 
 #endif  // HWY_TARGET

@@ -37,7 +37,7 @@ inline constexpr std::int64_t kTileBlocks = 32;
 inline constexpr std::int64_t kLanesSlack = 32;
 
 // What is kept of a held row for all rows of samples that share it.
-enum class RowForm : std::int64_t { kNone, kWeighed, kSpread, kPairs, kScaled };
+enum class RowForm : std::int32_t { kNone, kWeighed, kSpread, kPairs, kScaled, kFixed };
 
 // Where things stand in the scratch. The head comes first; all zero means that nothing is held.
 struct RowCache {
@@ -45,8 +45,10 @@ struct RowCache {
     std::int64_t held[2];     // by parity of the row: row + 1, kOutside, or 0 for nothing
     RowForm form[2][2];       // [parity][with alpha]: the RowForm in which the held row is shared
     std::int64_t classified;  // upper row of the classified pair + 2, or 0
+    float alpha[2];           // by parity: that of all the row's pixels, if the same and above 0; 0; kUnknownAlpha
   };
   static constexpr std::int64_t kOutside = -1;
+  static constexpr float kUnknownAlpha = -1;
 
   std::byte* base;
   std::int64_t column_bytes;   // of a column of a source row, all planes

@@ -15,6 +15,8 @@ struct SampleRow {
   std::int64_t x0, step_x, y;
   void* out;
   std::int64_t n;
+  // Whole cache lines may be written past the caches: the destination is larger than they are.
+  bool past_caches = false;
 };
 
 struct SampleKernels {

@@ -161,6 +161,7 @@ HWY_INLINE const HeldElement<P>* HoldRowIn(const RowCache& cache, const Plane<P>
     PrefetchRow(src, j + 1, window.first, window.count);
     head.held[slot] = key;
     head.form[slot][0] = head.form[slot][1] = RowForm::kNone;
+    head.alpha[slot] = RowCache::kUnknownAlpha;
   }
   return held;
 }
@@ -172,6 +173,16 @@ HWY_INLINE auto Truncated(D, V v) {
     return hn::DemoteTo(hn::Rebind<std::int32_t, D>(), v);
   } else {
     return TruncateToInt32(v);
+  }
+}
+
+// Past the caches, `to` must be aligned to the vector, and neighbouring vectors ought to follow at once.
+template <class D>
+HWY_INLINE void StoreVector(hn::Vec<D> v, D d, hn::TFromD<D>* to, bool past_caches) {
+  if (past_caches) {
+    hn::Stream(v, d, to);
+  } else {
+    hn::StoreU(v, d, to);
   }
 }
 
@@ -206,6 +217,54 @@ HWY_INLINE auto PackPixels16(D, const Channels<V>& p) {
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE void StorePixels(D d, const Channels<V>& p, PF_Pixel16* to) {
   hn::StoreU(PackPixels16(d, p), hn::RebindToUnsigned<D>(), reinterpret_cast<std::uint64_t*>(to));
+}
+
+// Each lane a pixel, as vectors of blocks of 16 bytes: block b of vector i is pixel 4 b + i.
+template <class V>
+struct PixelBlocks {
+  HWY_INLINE explicit PixelBlocks(const Channels<V>& p) {
+    const hn::DFromV<V> d;
+    const hn::Repartition<double, decltype(d)> wide;
+    const auto low_ar = hn::BitCast(wide, hn::InterleaveLower(d, p.alpha, p.red));
+    const auto low_gb = hn::BitCast(wide, hn::InterleaveLower(d, p.green, p.blue));
+    const auto high_ar = hn::BitCast(wide, hn::InterleaveUpper(d, p.alpha, p.red));
+    const auto high_gb = hn::BitCast(wide, hn::InterleaveUpper(d, p.green, p.blue));
+    v[0] = hn::BitCast(d, hn::InterleaveLower(wide, low_ar, low_gb));
+    v[1] = hn::BitCast(d, hn::InterleaveUpper(wide, low_ar, low_gb));
+    v[2] = hn::BitCast(d, hn::InterleaveLower(wide, high_ar, high_gb));
+    v[3] = hn::BitCast(d, hn::InterleaveUpper(wide, high_ar, high_gb));
+  }
+  V v[4];
+};
+
+// Blocks of four vectors in turn: block b of each, b = 0, 1 ...
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void StoreBlocksInTurn(D d, V v0, V v1, V v2, V v3, std::int64_t distance, float* to, bool past_caches) {
+  if constexpr (hn::MaxLanes(D()) <= 4) {
+    const V in_turn[] = {v0, v1, v2, v3};
+    for (std::int64_t i = 0; i < 4; ++i) StoreVector(in_turn[i], d, to + 4 * i, past_caches);
+  } else if constexpr (hn::MaxLanes(D()) == 8) {
+    StoreVector(hn::ConcatLowerLower(d, v1, v0), d, to, past_caches);
+    StoreVector(hn::ConcatLowerLower(d, v3, v2), d, to + 8, past_caches);
+    StoreVector(hn::ConcatUpperUpper(d, v1, v0), d, to + distance, past_caches);
+    StoreVector(hn::ConcatUpperUpper(d, v3, v2), d, to + distance + 8, past_caches);
+  } else {
+    const auto even = [](V a, V b) HWY_ATTR { return hn::OddEvenBlocks(hn::SwapAdjacentBlocks(b), a); };
+    const auto odd = [](V a, V b) HWY_ATTR { return hn::OddEvenBlocks(b, hn::SwapAdjacentBlocks(a)); };
+    const V even01 = even(v0, v1), even23 = even(v2, v3), odd01 = odd(v0, v1), odd23 = odd(v2, v3);
+    StoreVector(hn::ConcatLowerLower(d, even23, even01), d, to, past_caches);
+    StoreVector(hn::ConcatLowerLower(d, odd23, odd01), d, to + distance, past_caches);
+    StoreVector(hn::ConcatUpperUpper(d, even23, even01), d, to + 2 * distance, past_caches);
+    StoreVector(hn::ConcatUpperUpper(d, odd23, odd01), d, to + 3 * distance, past_caches);
+  }
+}
+
+// Past the caches, `to` must be aligned to the vector.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void StorePixels(D d, const Channels<V>& p, PF_PixelFloat* to, bool past_caches) {
+  const PixelBlocks<V> pixels(p);
+  StoreBlocksInTurn(d, pixels.v[0], pixels.v[1], pixels.v[2], pixels.v[3], 16, reinterpret_cast<float*>(to),
+                    past_caches);
 }
 
 // Doubles are narrowed; what is not a number then becomes the one that is stored.

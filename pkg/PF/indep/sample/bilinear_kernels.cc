@@ -11,6 +11,7 @@
 #include "sample/Bilinear.h"
 #include "sample/BilinearBlend-inl.h"
 #include "sample/BilinearFixed-inl.h"
+#include "sample/BilinearFixedRows-inl.h"
 #include "sample/BilinearFormula-inl.h"
 #include "sample/BilinearPairs-inl.h"
 #include "sample/BilinearPhases-inl.h"
@@ -47,7 +48,8 @@ class StraightRow {
              {row.x0 - window_.first * 65536, row.step_x},
              Fraction(row.y),
              static_cast<Real>(Fraction(row.y)) / Real(65536),
-             static_cast<P*>(row.out)},
+             static_cast<P*>(row.out),
+             row.past_caches},
         inside_begin_(std::clamp<std::int64_t>(-window_.first, 0, window_.count - 1)),
         inside_end_(std::clamp(src_.width - 1 - window_.first, inside_begin_, window_.count - 1)) {}
 
@@ -82,6 +84,12 @@ class StraightRow {
   const AlphaClass* Classify(std::int64_t tiles) {
     AlphaClass* classes = cache_.classes();
     if (cache_.head().classified == j_ + 2) return classes;
+    cache_.head().classified = j_ + 2;
+    const float alpha = AlphaOfRow(j_);
+    if (alpha > 0 && alpha == AlphaOfRow(j_ + 1)) {
+      std::fill_n(classes, tiles, AlphaClass::kEqual);
+      return classes;
+    }
     for (std::int64_t tile = 0; tile < tiles; ++tile) {
       const std::int64_t begin = std::max(tile * kTileBlocks, inside_begin_);
       const std::int64_t end = std::min((tile + 1) * kTileBlocks, inside_end_);
@@ -89,8 +97,14 @@ class StraightRow {
       if (begin >= end) continue;
       classes[tile] = ClassOf(job_.upper, job_.lower, HeldRow<P>::kPlanes, job_.stride, begin, end);
     }
-    cache_.head().classified = j_ + 2;
     return classes;
+  }
+
+  // That of all pixels of row j which are in the world, if it is the same and above 0; else 0.
+  float AlphaOfRow(std::int64_t j) const {
+    float& alpha = cache_.head().alpha[j & 1];
+    if (alpha == RowCache::kUnknownAlpha) alpha = OneAlpha(Planes(j & 1), inside_begin_, inside_end_ + 1);
+    return alpha;
   }
 
   // Whether preparing whole rows pays for this class: it has a quarter of the tiles.
@@ -108,8 +122,8 @@ class StraightRow {
         if (shares_differing_) return RunDiffering(begin, end);
         return RunBlend<AlphaClass::kDiffering>(begin, end);
       case AlphaClass::kEqual:
-        if (RunFixed<FixedEqualSampler>(8, begin, end)) return;
         if (shares_equal_) return RunEqual(element, begin, end);
+        if (RunFixed<FixedEqualSampler>(8, begin, end)) return;
         return RunBlend<AlphaClass::kEqual>(begin, end);
       case AlphaClass::kClear:
         std::fill(job_.out + begin, job_.out + end, P{});
@@ -131,7 +145,7 @@ class StraightRow {
   void RunPhases(std::int64_t begin, std::int64_t end, F run) {
     const std::int64_t phases = PhasesOf(job_.positions.step());
     if (phases == 0) return BlendRange<P, alphas>(job_, begin, end);
-    const PhaseBlocks blocks = PhaseBlocksOf<P>(job_.positions, begin, end);
+    const PhaseBlocks blocks = PhaseBlocksOf(job_.positions, job_.out, begin, end);
     const std::int64_t whole = std::max<std::int64_t>(blocks.end - blocks.m, 0) * phases;
     BlendRange<P, alphas>(job_, begin, std::min(blocks.k, end));
     if (whole > 0) run(blocks);
@@ -169,6 +183,11 @@ class StraightRow {
 
   void RunEqual([[maybe_unused]] std::int64_t element, [[maybe_unused]] std::int64_t begin,
                 [[maybe_unused]] std::int64_t end) {
+    if constexpr (sizeof(P) == sizeof(PF_Pixel8)) {
+      if (FixedSpreadFits(job_.positions, bits_u_ + bits_v_)) {
+        return FixedBetween(job_, Fixed(j_), Fixed(j_ + 1), bits_u_, bits_v_, begin, end);
+      }
+    }
     if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
       if (PhasesOf(job_.positions.step()) != 0 && bits_u_ + bits_v_ <= kPairBits) {
         return RunPhases<AlphaClass::kEqual>(begin, end, [this](const PhaseBlocks& blocks) {
@@ -198,6 +217,13 @@ class StraightRow {
     return Shared<std::uint32_t, false>(j, RowForm::kPairs, [this](const HeldElement<P>* held, std::uint32_t* to) {
       PairRow(held, cache_.plane_stride, window_.count, to);
       return RowForm::kPairs;
+    });
+  }
+
+  const std::uint16_t* Fixed(std::int64_t j) {
+    return Shared<std::uint16_t, false>(j, RowForm::kFixed, [this](const HeldElement<P>* held, std::uint16_t* to) {
+      SpreadFixed(held, job_.positions, bits_u_, n_, to);
+      return RowForm::kFixed;
     });
   }
 
@@ -242,6 +268,7 @@ void BilinearStraightRow(const SampleRow& row, std::byte* scratch) {
     std::fill_n(static_cast<P*>(row.out), row.n, P{});
   } else {
     StraightRow<P>(row, scratch).Run();
+    if (row.past_caches) hwy::FlushStream();
   }
 }
 
