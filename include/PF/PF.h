@@ -14,6 +14,7 @@
 #include "PF/PF_Masks.h"
 #include "PF/PF_Paint.h"
 #include "PF/PF_Sampling.h"
+#include "PF/PF_TransferModes.h"
 #include "PF/PF_Types.h"
 #include "PF/PF_Worlds.h"
 

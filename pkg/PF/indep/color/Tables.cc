@@ -44,7 +44,7 @@ void FillFromLinear(const Samples& forward, std::uint16_t (&from_linear)[kSample
   std::size_t k = 0;
   for (std::int32_t m = 0; m < kSamples; ++m) {
     const std::int32_t y = 8 * m;
-    while (k < kSamples - 2 && y >= forward[k + 1]) ++k;  // QUIRK-36
+    while (k < kSamples - 2 && y >= forward[k + 1]) ++k;  // QUIRK-39
     const std::int32_t low = forward[k], high = forward[k + 1], start = 8 * static_cast<std::int32_t>(k);
     std::int32_t value = start;
     if (y >= high) {

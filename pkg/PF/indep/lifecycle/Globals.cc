@@ -7,17 +7,23 @@
 #include "mask/MaskScanKernels.h"
 #include "paint/PaintKernels.h"
 #include "sample/SampleKernels.h"
+#include "transfer/LinearKernels.h"
+#include "transfer/TransferKernels.h"
 #include "world/ConvertKernels.h"
 
 namespace pf {
 
-const KernelSet kPortableKernels = {&kPortableConvertKernels,     &kPortableSampleKernels,  &kPortableReplicateKernels,
-                                    &kPortableMaskKernels,        &kPortablePaintKernels,   &kPortableBlendKernels,
-                                    &kPortableMaskCombineKernels, &kPortableMaskScanKernels};
+const KernelSet kPortableKernels = {
+    &kPortableConvertKernels,     &kPortableSampleKernels,        &kPortableReplicateKernels,
+    &kPortableMaskKernels,        &kPortablePaintKernels,         &kPortableBlendKernels,
+    &kPortableMaskCombineKernels, &kPortableMaskScanKernels,      &kPortableTransferKernels8,
+    &kPortableTransferKernels16,  &kPortableTransferKernelsFloat, &kPortableLinearLightKernels};
 
 KernelSet VectorKernels() {
-  return {&VectorConvertKernels(), &VectorSampleKernels(), &VectorReplicateKernels(),   &VectorMaskKernels(),
-          &VectorPaintKernels(),   &VectorBlendKernels(),  &VectorMaskCombineKernels(), &VectorMaskScanKernels()};
+  return {&VectorConvertKernels(),     &VectorSampleKernels(),        &VectorReplicateKernels(),
+          &VectorMaskKernels(),        &VectorPaintKernels(),         &VectorBlendKernels(),
+          &VectorMaskCombineKernels(), &VectorMaskScanKernels(),      &VectorTransferKernels8(),
+          &VectorTransferKernels16(),  &VectorTransferKernelsFloat(), &VectorLinearLightKernels()};
 }
 
 void KernelSlots::Set(const KernelSet& kernels) {
@@ -29,13 +35,22 @@ void KernelSlots::Set(const KernelSet& kernels) {
   blend = kernels.blend;
   mask_combine = kernels.mask_combine;
   mask_scan = kernels.mask_scan;
+  transfer8 = kernels.transfer8;
+  transfer16 = kernels.transfer16;
+  transfer_float = kernels.transfer_float;
+  linear_light = kernels.linear_light;
 }
 
-KernelSet KernelSlots::Get() const { return {convert, sample, replicate, mask, paint, blend, mask_combine, mask_scan}; }
+KernelSet KernelSlots::Get() const {
+  return {convert,      sample,    replicate, mask,       paint,          blend,
+          mask_combine, mask_scan, transfer8, transfer16, transfer_float, linear_light};
+}
 
-constinit KernelSlots g_kernels = {&kPortableConvertKernels,     &kPortableSampleKernels,  &kPortableReplicateKernels,
-                                   &kPortableMaskKernels,        &kPortablePaintKernels,   &kPortableBlendKernels,
-                                   &kPortableMaskCombineKernels, &kPortableMaskScanKernels};
+constinit KernelSlots g_kernels = {
+    &kPortableConvertKernels,     &kPortableSampleKernels,        &kPortableReplicateKernels,
+    &kPortableMaskKernels,        &kPortablePaintKernels,         &kPortableBlendKernels,
+    &kPortableMaskCombineKernels, &kPortableMaskScanKernels,      &kPortableTransferKernels8,
+    &kPortableTransferKernels16,  &kPortableTransferKernelsFloat, &kPortableLinearLightKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};
 constinit std::atomic<std::int64_t> g_live_worlds{0};
 constinit std::atomic<std::int64_t> g_live_chunks{0};

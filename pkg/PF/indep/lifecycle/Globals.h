@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "PF/PF_Types.h"
 #include "host/LIST.h"
 
 class PF_ColorSettings;
@@ -22,6 +23,9 @@ struct PaintKernels;
 struct BlendKernels;
 struct MaskCombineKernels;
 struct MaskScanKernels;
+template <class P>
+struct TransferKernels;
+struct LinearLightKernels;
 
 // One choice of kernels for every concern.
 struct KernelSet {
@@ -33,6 +37,10 @@ struct KernelSet {
   const BlendKernels* blend;
   const MaskCombineKernels* mask_combine;
   const MaskScanKernels* mask_scan;
+  const TransferKernels<PF_Pixel8>* transfer8;
+  const TransferKernels<PF_Pixel16>* transfer16;
+  const TransferKernels<PF_PixelFloat>* transfer_float;
+  const LinearLightKernels* linear_light;
 };
 // Plain C++: the reference.
 extern const KernelSet kPortableKernels;
@@ -50,6 +58,10 @@ struct KernelSlots {
   std::atomic<const BlendKernels*> blend;
   std::atomic<const MaskCombineKernels*> mask_combine;
   std::atomic<const MaskScanKernels*> mask_scan;
+  std::atomic<const TransferKernels<PF_Pixel8>*> transfer8;
+  std::atomic<const TransferKernels<PF_Pixel16>*> transfer16;
+  std::atomic<const TransferKernels<PF_PixelFloat>*> transfer_float;
+  std::atomic<const LinearLightKernels*> linear_light;
 
   void Set(const KernelSet& kernels);
   KernelSet Get() const;

@@ -1,0 +1,29 @@
+// Values and pixels scaled by an opacity. A full one changes nothing.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "pixel/ConvertDepth.h"
+#include "pixel/Depth.h"
+#include "pixel/Scale.h"
+
+namespace pf {
+
+constexpr std::uint8_t ScaledBy(std::uint8_t v, std::uint8_t opacity) {
+  return opacity == PF_MAX_CHAN8 ? v : MulDiv255(v, opacity);
+}
+constexpr std::uint16_t ScaledBy(std::uint16_t v, std::uint16_t opacity) {
+  if (opacity == PF_MAX_CHAN16) return v;
+  return static_cast<std::uint16_t>(std::min<std::uint32_t>(DivideBy32768(std::uint32_t{v} * opacity), PF_MAX_CHAN16));
+}
+constexpr float ScaledBy(float v, float opacity) { return opacity == 1.0f ? v : v * opacity; }
+
+template <class P>
+constexpr void ScaleColourBy(P& p, ChannelOf<P> opacity) {
+  p.red = ScaledBy(p.red, opacity);
+  p.green = ScaledBy(p.green, opacity);
+  p.blue = ScaledBy(p.blue, opacity);
+}
+
+}  // namespace pf
