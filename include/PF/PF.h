@@ -6,6 +6,7 @@
 #include "PF/PF_Blend.h"
 #include "PF/PF_ColorSettings.h"
 #include "PF/PF_ColorSpaces.h"
+#include "PF/PF_Compositing.h"
 #include "PF/PF_Copy.h"
 #include "PF/PF_Errors.h"
 #include "PF/PF_Iterate.h"

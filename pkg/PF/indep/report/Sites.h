@@ -20,6 +20,7 @@ enum class Site : std::uint16_t {
   kPremulColor = 11,
   kChannelOrder = 104,  // with the module number this is 2424936
   kBlend = 12,
+  kComposite = 13,
   kIterate = 14,
   kCopyDepth = 15,
   kModules = 16,
