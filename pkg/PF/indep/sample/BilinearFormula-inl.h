@@ -52,6 +52,17 @@ struct BlendSampler {
   bool integral_row;
 };
 
+// Sample k alone.
+template <class P>
+P BlendOne(const RowJob<P>& job, std::int64_t k) {
+  const std::int64_t column = job.positions.ColumnAt(k);
+  const auto pixel = [&](const HeldElement<P>* row) { return PixelAt(row + column, job.stride, P{}); };
+  const Block<P> block = {pixel(job.upper), pixel(job.upper + 1), pixel(job.lower), pixel(job.lower + 1)};
+  if (Integral(job.positions.At(k), job.fy)) return block.p00;
+  return BlendStraight(block,
+                       pf::WeightsOf<RealOf<P>>(Fraction(job.positions.At(k)), static_cast<std::uint32_t>(job.fy)));
+}
+
 template <class P, AlphaClass alphas>
 HWY_NOINLINE void BlendRange(const RowJob<P>& job, std::int64_t begin, std::int64_t end) {
   const BlendSampler<P, alphas> sample(job);

@@ -48,6 +48,7 @@ HWY_NOINLINE inline void PairRow(const std::uint16_t* planes, std::int64_t strid
 
 // Weights of the left and the right column at one phase, in both rows.
 struct PairWeights {
+  PairWeights() = default;
   PairWeights(std::int64_t right, int bits_u, std::int64_t v, int bits_v) {
     const std::int64_t left = (std::int64_t{1} << bits_u) - right, above = (std::int64_t{1} << bits_v) - v;
     top = Packed(left * above, right * above);
@@ -60,45 +61,70 @@ struct PairWeights {
   std::int32_t top, bottom;
 };
 
+// One phase between two rows of pairs, less 32768.
+class PairPhase {
+ public:
+  PairPhase() = default;
+  PairPhase(const RowJob<PF_Pixel16>& job, const std::uint32_t* upper, const std::uint32_t* lower, int bits_u,
+            int bits_v, const PhaseBlocks& blocks, std::int64_t p)
+      : weights_(job.positions.FractionAt(blocks.k + p) >> (16 - bits_u), bits_u, job.fy >> (16 - bits_v), bits_v),
+        bits_(bits_u + bits_v),
+        upper_(upper + 4 * (job.positions.ColumnAt(blocks.k + p) - blocks.m)),
+        lower_(upper_ + (lower - upper)) {}
+
+  // Four channels of each column from m on.
+  HWY_INLINE hn::Vec<PairTag> operator()(std::int64_t m) const {
+    const PairTag d;
+    const hn::RebindToUnsigned<PairTag> du;
+    const auto products = [&](const std::uint32_t* pairs, std::int32_t weights, hn::Vec<PairTag> sum) HWY_ATTR {
+      const PairShorts d16;
+      const auto both = hn::BitCast(d16, hn::LoadU(du, pairs + 4 * m));
+      return AddPairProducts(d, both, hn::BitCast(d16, hn::Set(d, weights)), sum);
+    };
+    const auto above = products(upper_, weights_.top, hn::Set(d, (1 << bits_) / 2));
+    return hn::ShiftRightSame(products(lower_, weights_.bottom, above), bits_);
+  }
+
+ private:
+  PairWeights weights_;
+  int bits_;
+  const std::uint32_t *upper_, *lower_;
+};
+
+// Two neighbours per column, side by side.
+HWY_INLINE hn::Vec<PairShorts> NeighbourPixels(const PairPhase& even, const PairPhase& odd, std::int64_t m) {
+  const PairShorts d;
+  return hn::Xor(hn::ReorderDemote2To(d, even(m), odd(m)), hn::Set(d, INT16_MIN));
+}
+
+// Whole blocks of two phases; the phases are copies, so that they stay in registers.
+HWY_NOINLINE inline void TwoPairPhases(const RowJob<PF_Pixel16>& job, const PairPhase even, const PairPhase odd,
+                                       const PhaseBlocks& blocks) {
+  constexpr std::int64_t kColumns = hn::MaxLanes(PairTag()) / 4;
+  const bool past_caches = job.PastCaches(blocks.k);
+  auto* out = reinterpret_cast<std::int16_t*>(job.out + blocks.k);
+  for (std::int64_t m = blocks.m; m < blocks.end; m += kColumns, out += 8 * kColumns) {
+    StoreVector(NeighbourPixels(even, odd, m), PairShorts(), out, past_caches);
+  }
+}
+
 // Whole blocks; `upper` and `lower` are rows of pairs.
 HWY_NOINLINE inline void PairPhases(const RowJob<PF_Pixel16>& job, const std::uint32_t* upper,
                                     const std::uint32_t* lower, int bits_u, int bits_v, const PhaseBlocks& blocks) {
-  const PairTag d;
-  const PairShorts d16;
+  const PairShorts d;
   const hn::Full128<std::int16_t> pixels;
-  const hn::RebindToUnsigned<PairTag> du;
   const std::int64_t phases = PhasesOf(job.positions.step());
-  std::int32_t top[kMaxPhases], bottom[kMaxPhases];
-  std::int64_t place[kMaxPhases];  // of the phase's pair behind column m's
-  for (std::int64_t p = 0; p < phases; ++p) {
-    const PairWeights weights(job.positions.FractionAt(blocks.k + p) >> (16 - bits_u), bits_u, job.fy >> (16 - bits_v),
-                              bits_v);
-    top[p] = weights.top;
-    bottom[p] = weights.bottom;
-    place[p] = 4 * (job.positions.ColumnAt(blocks.k + p) - blocks.m);
-  }
-  const int bits = bits_u + bits_v;
-  const auto half = hn::Set(d, (1 << bits) / 2);
-  constexpr std::int64_t kColumns = hn::MaxLanes(d) / 4;
-  const bool past_caches = job.PastCaches(blocks.k);
+  PairPhase phase[kMaxPhases];
+  for (std::int64_t p = 0; p < phases; ++p) phase[p] = PairPhase(job, upper, lower, bits_u, bits_v, blocks, p);
+  if (phases == 2) return TwoPairPhases(job, phase[0], phase[1], blocks);
+  constexpr std::int64_t kColumns = hn::MaxLanes(PairTag()) / 4;
   PF_Pixel16* out = job.out + blocks.k;
   for (std::int64_t m = blocks.m; m < blocks.end; m += kColumns, out += kColumns * phases) {
-    const auto phase = [&](std::int64_t p) HWY_ATTR {
-      const auto above = hn::BitCast(d16, hn::LoadU(du, upper + 4 * m + place[p]));
-      const auto below = hn::BitCast(d16, hn::LoadU(du, lower + 4 * m + place[p]));
-      const auto sum = AddPairProducts(d, above, hn::BitCast(d16, hn::Set(d, top[p])), half);
-      return hn::ShiftRightSame(AddPairProducts(d, below, hn::BitCast(d16, hn::Set(d, bottom[p])), sum), bits);
-    };
     for (std::int64_t p = 0; p < phases; p += 2) {
-      // Two neighbours per column, side by side.
-      const auto both = hn::Xor(hn::ReorderDemote2To(d16, phase(p), phase(p + 1)), hn::Set(d16, INT16_MIN));
-      if (phases == 2) {
-        StoreVector(both, d16, reinterpret_cast<std::int16_t*>(out), past_caches);
-      } else {
-        for (std::int64_t b = 0; b < kColumns; ++b) {
-          hn::StoreU(BlockAt(d16, both, static_cast<std::size_t>(b)), pixels,
-                     reinterpret_cast<std::int16_t*>(out + b * phases + p));
-        }
+      const auto both = NeighbourPixels(phase[p], phase[p + 1], m);
+      for (std::int64_t b = 0; b < kColumns; ++b) {
+        hn::StoreU(BlockAt(d, both, static_cast<std::size_t>(b)), pixels,
+                   reinterpret_cast<std::int16_t*>(out + b * phases + p));
       }
     }
   }

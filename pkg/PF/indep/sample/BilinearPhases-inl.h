@@ -37,12 +37,17 @@ struct PhaseBlocks {
   std::int64_t m, end, k;
 };
 
-// Those that lie in samples begin..end-1.
+// From sample k on, up to end-1.
 template <class P>
-PhaseBlocks PhaseBlocksOf(const SamplePositions& positions, const P* out, std::int64_t begin, std::int64_t end) {
+PhaseBlocks PhaseBlocksFrom(const SamplePositions& positions, std::int64_t k, std::int64_t end) {
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(RealTag<P>()));
-  const std::int64_t k = AlignedSample(out, begin, end), m = positions.ColumnAt(k);
-  return {m, m + (end - k) / PhasesOf(positions.step()) / lanes * lanes, k};
+  const std::int64_t m = positions.ColumnAt(k);
+  return {m, m + std::max<std::int64_t>(end - k, 0) / PhasesOf(positions.step()) / lanes * lanes, k};
+}
+
+// The first sample from `begin` on that is the first in its block: no phase then reads further on.
+inline std::int64_t FirstOfBlock(const SamplePositions& positions, std::int64_t begin) {
+  return positions.SampleAt(positions.ColumnAt(begin) + (positions.FractionAt(begin) >= positions.step() ? 1 : 0));
 }
 
 // Fractions of the phases, and the columns behind the first one's at which they read.
@@ -169,7 +174,8 @@ HWY_NOINLINE inline void WeighRow(const std::uint16_t* planes, std::int64_t stri
 // in any order.
 inline constexpr int kWeighedBits = 21;
 
-// Sums that are exact in any order: first between weighed rows, for all phases, then along them.
+// Blocks from FirstOfBlock on. Sums that are exact in any order: first between weighed rows, for all phases, then along
+// them.
 HWY_NOINLINE inline void WeighedPhases(const RowJob<PF_Pixel16>& job, const double* upper, const double* lower,
                                        const PhaseBlocks& blocks) {
   using P = PF_Pixel16;
@@ -185,16 +191,12 @@ HWY_NOINLINE inline void WeighedPhases(const RowJob<PF_Pixel16>& job, const doub
       return hn::Add(above, hn::Mul(v, hn::Sub(hn::LoadU(d, lower + at), above)));
     };
     V left[4], rise[4];
-    std::int64_t column = -1;
+    for (std::int64_t c = 0; c < 4; ++c) {
+      const std::int64_t at = c * job.stride + m;
+      left[c] = between(at);
+      rise[c] = hn::Sub(between(at + 1), left[c]);
+    }
     const auto pixels = [&](std::int64_t p) HWY_ATTR {
-      if (phases.ColumnOf(p) != column) {
-        column = phases.ColumnOf(p);
-        for (std::int64_t c = 0; c < 4; ++c) {
-          const std::int64_t at = c * job.stride + m + column;
-          left[c] = between(at);
-          rise[c] = hn::Sub(between(at + 1), left[c]);
-        }
-      }
       const V u = hn::Set(d, phases[p]);
       const auto sum = [&](std::size_t c) HWY_ATTR { return hn::Add(left[c], hn::Mul(u, rise[c])); };
       return DivideByAlpha<P>(Channels<V>{sum(0), sum(1), sum(2), sum(3)});

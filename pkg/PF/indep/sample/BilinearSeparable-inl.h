@@ -179,17 +179,20 @@ HWY_NOINLINE void SeparableRange(const RowJob<P>& job, const RealOf<P>* upper, c
   const typename Sampler::DU d;
   const Sampler sample(upper, lower, stride, job.v, static_cast<RealOf<P>>(alpha));
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  for (std::int64_t k = begin; k < end; k += lanes) {
+  // Spread rows are read by whole cache lines.
+  std::int64_t k = begin / lanes * lanes;
+  const bool past_caches = job.PastCaches(k);
+  for (; k < end; k += lanes) {
     typename Sampler::Bits pixels;
-    const std::int64_t valid = std::min(lanes, end - k);
+    const std::int64_t first = std::max(k, begin), valid = std::min(k + lanes, end) - first;
     if (HWY_UNLIKELY(!sample(k, &pixels))) {
-      BlendRange<P, kAlphas>(job, k, k + valid);
+      BlendRange<P, kAlphas>(job, first, first + valid);
     } else if (HWY_LIKELY(valid == lanes)) {
-      hn::StoreU(pixels, d, reinterpret_cast<hn::TFromD<typename Sampler::DU>*>(job.out + k));
+      StoreVector(pixels, d, reinterpret_cast<hn::TFromD<typename Sampler::DU>*>(job.out + k), past_caches);
     } else {
       alignas(HWY_MAX_BYTES) P last[HWY_MAX_BYTES / sizeof(P)];
       hn::Store(pixels, d, reinterpret_cast<hn::TFromD<typename Sampler::DU>*>(last));
-      std::memcpy(job.out + k, last, static_cast<std::size_t>(valid) * sizeof(P));
+      std::memcpy(job.out + first, last + (first - k), static_cast<std::size_t>(valid) * sizeof(P));
     }
   }
 }

@@ -138,6 +138,17 @@ struct RowJob {
   }
 };
 
+// A held pixel.
+HWY_INLINE PF_Pixel8 PixelAt(const std::uint32_t* held, std::int64_t, PF_Pixel8) {
+  PF_Pixel8 pixel;
+  std::memcpy(&pixel, held, sizeof pixel);
+  return pixel;
+}
+template <class P>
+HWY_INLINE P PixelAt(const HeldElement<P>* held, std::int64_t stride, P) {
+  return {held[0], held[stride], held[2 * stride], held[3 * stride]};
+}
+
 template <class V>
 HWY_INLINE Channels<V> TimesAlpha(const Channels<V>& p) {
   return {p.alpha, hn::Mul(p.alpha, p.red), hn::Mul(p.alpha, p.green), hn::Mul(p.alpha, p.blue)};

@@ -116,6 +116,7 @@ class StraightRow {
     if (begin >= end) return;
     switch (alphas) {
       case AlphaClass::kMixed:
+        if (end - begin <= 2) return RunSingly(begin, end);  // at edges of the world, as a rule
         return RunBlend<AlphaClass::kMixed>(begin, end);
       case AlphaClass::kDiffering:
         if (RunFixed<FixedDifferingSampler>(7, begin, end)) return;
@@ -130,6 +131,10 @@ class StraightRow {
     }
   }
 
+  void RunSingly(std::int64_t begin, std::int64_t end) {
+    for (std::int64_t k = begin; k < end; ++k) job_.out[k] = BlendOne(job_, k);
+  }
+
   // The formula as it stands.
   template <AlphaClass alphas>
   void RunBlend(std::int64_t begin, std::int64_t end) {
@@ -140,16 +145,20 @@ class StraightRow {
     }
   }
 
-  // Whole blocks by phases where that can be done, all else one by one.
+  // Whole blocks by phases where that can be done, all else one by one. Those of differing alphas have most to compute
+  // and start where they share most.
   template <AlphaClass alphas, class F>
   void RunPhases(std::int64_t begin, std::int64_t end, F run) {
     const std::int64_t phases = PhasesOf(job_.positions.step());
     if (phases == 0) return BlendRange<P, alphas>(job_, begin, end);
-    const PhaseBlocks blocks = PhaseBlocksOf(job_.positions, job_.out, begin, end);
-    const std::int64_t whole = std::max<std::int64_t>(blocks.end - blocks.m, 0) * phases;
-    BlendRange<P, alphas>(job_, begin, std::min(blocks.k, end));
+    constexpr bool kAligned = kIsFloat<P> || alphas != AlphaClass::kDiffering;
+    const std::int64_t k =
+        kAligned ? AlignedSample(job_.out, begin, end) : std::min(FirstOfBlock(job_.positions, begin), end);
+    const PhaseBlocks blocks = PhaseBlocksFrom<P>(job_.positions, k, end);
+    const std::int64_t whole = (blocks.end - blocks.m) * phases;
+    BlendRange<P, alphas>(job_, begin, k);
     if (whole > 0) run(blocks);
-    BlendRange<P, alphas>(job_, std::min(blocks.k + whole, end), end);
+    BlendRange<P, alphas>(job_, k + whole, end);
   }
 
   // In integers of at most `bits` fraction bits, if that can be done. Rows without a vertical fraction may
