@@ -1,15 +1,19 @@
 /// \file
-/// Compositing of rectangles: one world onto another by a transfer mode.
+/// Compositing of rectangles: one world onto another by a transfer mode, and between the conventions of alpha.
 ///
 /// Rules common to the family
-/// - Worlds are of one depth. Rectangles are half open; they may reach anywhere and are clipped, an empty or reversed
-///   one changes nothing and gives 0. Padding of rows is never touched.
-/// - A pixel of the result is what the function of the mode in PF_TransferModes.h makes of the source's and the
-///   destination's pixel, bit for bit, on every processor and for any number of threads.
+/// - Rectangles are half open; they may reach anywhere and are clipped, an empty or reversed one changes nothing and
+///   gives 0. Padding of rows is never touched.
+/// - The same bits on every processor and for any number of threads.
+/// - Nothing is kept.
+///
+/// Rules of transfers
+/// - Worlds are of one depth. A pixel of the result is what the function of the mode in PF_TransferModes.h makes of the
+///   source's and the destination's pixel, bit for bit.
 /// - The work goes in bands of 16 rows through PF_IterateGeneric, so possibly on several threads. Before each band that
 ///   the first worker (index 0) runs the abort function is asked, after it the progress function hears how many bands
 ///   are done of how many; a non-zero answer ends the call and is its result. `progress` may be null.
-/// - Calls with distinct destinations may run at once. Nothing is kept.
+/// - Calls with distinct destinations may run at once.
 #ifndef PF_COMPOSITING_H
 #define PF_COMPOSITING_H
 
@@ -36,6 +40,9 @@ struct PF_TransferParams {
 
 extern "C" {
 
+/// \name Transfers
+/// @{
+
 /// The rectangle compositor: lays `src_rect` of the source (null: all of it) with its top left corner at `at` of the
 /// destination (null: 0, 0). What lies outside either world is left out.
 ///
@@ -59,6 +66,45 @@ PF_EXPORT PF_Err PF_TransferRect(const PF_ProgressInfo* progress, const PF_Trans
 ///   colour.
 PF_EXPORT PF_Err PF_TransferFill(const PF_ProgressInfo* progress, const PF_TransferParams* params,
                                  const PF_PixelFloat* colour, const M_LRect* rect, PF_LayerDef* dst);
+/// @}
+
+/// \name Straight and premultiplied
+/// Colour changes in place, alpha never. c is a channel, a the pixel's alpha, full the depth's full value. These are
+/// the formulas of PF_World::Premultiply and its neighbours; exact halves go as stated. Rules common to them
+/// - A null rectangle means the whole world; others are clipped to it. Only the pixels of the rectangle are read.
+/// - `progress` may be null. It is polled after rows 63, 127 ... of the clipped rectangle: the progress function
+///   (row, rows) when there is one, else the abort function. A non-zero answer ends the call and is returned; rows
+///   already written stay.
+/// - Checked in this order, before anything is written: null pointers and worlds without pixels (516, reported,
+///   "invalid parameter"); a depth other than 8, 16 and 32 (3, a verification failure); then the rectangle.
+/// - The calls run on the calling thread and allocate nothing. Calls that change disjoint rectangles of one world may
+///   run at once.
+/// - Of results that are not a number only that they are none is certain.
+/// @{
+
+/// Colour becomes colour times alpha: 8-bit c a / 255 to nearest (there are no halves), 16-bit (c a + 16383) >> 15,
+/// limited to 65535, float c * a in single precision.
+PF_EXPORT PF_Err PF_Premultiply(const PF_ProgressInfo* progress, PF_LayerDef* world, const M_LRect* rect);
+
+/// Colour becomes colour divided by alpha: integers (full * c + a / 2) / a, both divisions truncated, limited to full;
+/// float c / a in single precision, without a limit. 0 where alpha is 0 (float: where it is not above 0).
+PF_EXPORT PF_Err PF_Unmultiply(const PF_ProgressInfo* progress, PF_LayerDef* world, const M_LRect* rect);
+
+/// Composites onto an opaque matte: 8-bit (c a + m (255 - a)) / 255 to nearest, 16-bit (c a + m (32768 - a) + 16383)
+/// >> 15 with alpha limited to 32768, float m + (c - m) * a in single precision, step by step.
+/// \param matte m, its alpha not used. Converted to the world's depth by the rules of
+///   PF_World::CopyRectPossiblyDifferentBitdepth: for integers limited to 0..full, NaN 0, to nearest; floats as they
+///   are. Required.
+PF_EXPORT PF_Err PF_PremultiplyColor(const PF_ProgressInfo* progress, PF_LayerDef* world, const M_LRect* rect,
+                                     const PF_PixelFloat* matte);
+
+/// Takes a matte out again: integers m + full (c - m) / a, the quotient to nearest with halves away from zero, limited
+/// to 0..full; float m + (c - m) / a in single precision, step by step. 0 where alpha is 0 (float: where it is not
+/// above 0).
+/// \param matte as for PF_PremultiplyColor.
+PF_EXPORT PF_Err PF_UnmultiplyColor(const PF_ProgressInfo* progress, PF_LayerDef* world, const M_LRect* rect,
+                                    const PF_PixelFloat* matte);
+/// @}
 }
 
 #endif

@@ -9,25 +9,29 @@
 #include "sample/SampleKernels.h"
 #include "transfer/LinearKernels.h"
 #include "transfer/TransferKernels.h"
+#include "world/AlphaKernels.h"
 #include "world/ConvertKernels.h"
 
 namespace pf {
 
 const KernelSet kPortableKernels = {
-    &kPortableConvertKernels,     &kPortableSampleKernels,        &kPortableReplicateKernels,
-    &kPortableMaskKernels,        &kPortablePaintKernels,         &kPortableBlendKernels,
-    &kPortableMaskCombineKernels, &kPortableMaskScanKernels,      &kPortableTransferKernels8,
-    &kPortableTransferKernels16,  &kPortableTransferKernelsFloat, &kPortableLinearLightKernels};
+    &kPortableConvertKernels,    &kPortableAlphaKernels,       &kPortableSampleKernels,
+    &kPortableReplicateKernels,  &kPortableMaskKernels,        &kPortablePaintKernels,
+    &kPortableBlendKernels,      &kPortableMaskCombineKernels, &kPortableMaskScanKernels,
+    &kPortableTransferKernels8,  &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
+    &kPortableLinearLightKernels};
 
 KernelSet VectorKernels() {
-  return {&VectorConvertKernels(),     &VectorSampleKernels(),        &VectorReplicateKernels(),
-          &VectorMaskKernels(),        &VectorPaintKernels(),         &VectorBlendKernels(),
-          &VectorMaskCombineKernels(), &VectorMaskScanKernels(),      &VectorTransferKernels8(),
-          &VectorTransferKernels16(),  &VectorTransferKernelsFloat(), &VectorLinearLightKernels()};
+  return {&VectorConvertKernels(),    &VectorAlphaKernels(),       &VectorSampleKernels(),
+          &VectorReplicateKernels(),  &VectorMaskKernels(),        &VectorPaintKernels(),
+          &VectorBlendKernels(),      &VectorMaskCombineKernels(), &VectorMaskScanKernels(),
+          &VectorTransferKernels8(),  &VectorTransferKernels16(),  &VectorTransferKernelsFloat(),
+          &VectorLinearLightKernels()};
 }
 
 void KernelSlots::Set(const KernelSet& kernels) {
   convert = kernels.convert;
+  alpha = kernels.alpha;
   sample = kernels.sample;
   replicate = kernels.replicate;
   mask = kernels.mask;
@@ -42,15 +46,16 @@ void KernelSlots::Set(const KernelSet& kernels) {
 }
 
 KernelSet KernelSlots::Get() const {
-  return {convert,      sample,    replicate, mask,       paint,          blend,
+  return {convert,      alpha,     sample,    replicate,  mask,           paint,       blend,
           mask_combine, mask_scan, transfer8, transfer16, transfer_float, linear_light};
 }
 
 constinit KernelSlots g_kernels = {
-    &kPortableConvertKernels,     &kPortableSampleKernels,        &kPortableReplicateKernels,
-    &kPortableMaskKernels,        &kPortablePaintKernels,         &kPortableBlendKernels,
-    &kPortableMaskCombineKernels, &kPortableMaskScanKernels,      &kPortableTransferKernels8,
-    &kPortableTransferKernels16,  &kPortableTransferKernelsFloat, &kPortableLinearLightKernels};
+    &kPortableConvertKernels,    &kPortableAlphaKernels,       &kPortableSampleKernels,
+    &kPortableReplicateKernels,  &kPortableMaskKernels,        &kPortablePaintKernels,
+    &kPortableBlendKernels,      &kPortableMaskCombineKernels, &kPortableMaskScanKernels,
+    &kPortableTransferKernels8,  &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
+    &kPortableLinearLightKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};
 constinit std::atomic<std::int64_t> g_live_worlds{0};
 constinit std::atomic<std::int64_t> g_live_chunks{0};

@@ -16,6 +16,7 @@ class PF_ColorSettings;
 namespace pf {
 
 struct ConvertKernels;
+struct AlphaKernels;
 struct SampleKernels;
 struct ReplicateKernels;
 struct MaskKernels;
@@ -30,6 +31,7 @@ struct LinearLightKernels;
 // One choice of kernels for every concern.
 struct KernelSet {
   const ConvertKernels* convert;
+  const AlphaKernels* alpha;
   const SampleKernels* sample;
   const ReplicateKernels* replicate;
   const MaskKernels* mask;
@@ -51,6 +53,7 @@ KernelSet VectorKernels();
 // the vector kernels. Read by every operation of their concern.
 struct KernelSlots {
   std::atomic<const ConvertKernels*> convert;
+  std::atomic<const AlphaKernels*> alpha;
   std::atomic<const SampleKernels*> sample;
   std::atomic<const ReplicateKernels*> replicate;
   std::atomic<const MaskKernels*> mask;

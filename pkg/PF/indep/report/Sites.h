@@ -28,6 +28,7 @@ enum class Site : std::uint16_t {
   kTiles = 18,
   kColorSettings = 19,
   kColorTransform = 20,
+  kAlphaConventions = 21,
   kBlendSizesStraight = 46,  // the two sources; 47: the destination
   kBlendDestinationStraight = 47,
   kIterateGeneric = 70,

@@ -7,9 +7,9 @@
 #include "pixel/ConvertDepth.h"
 #include "report/Report.h"
 #include "world/Allocate.h"
+#include "world/AlphaRows.h"
 #include "world/CopyPixels.h"
 #include "world/FillPixels.h"
-#include "world/Premultiply.h"
 #include "world/SubRect.h"
 #include "world/WorldPlane.h"
 
@@ -130,12 +130,12 @@ void PF_WorldX<P>::InvertAlpha() {
 
 template <class P>
 void PF_WorldX<P>::Premultiply() {
-  pf::MapPlane(pf::PlaneOf<P>(*this), [](const P& p) { return pf::Premultiplied(p); });
+  pf::ForRows(pf::PlaneOf<P>(*this), pf::AlphaRow<P>(&pf::AlphaKernels::premultiply));
 }
 
 template <class P>
 void PF_WorldX<P>::Unmultiply() {
-  pf::MapPlane(pf::PlaneOf<P>(*this), [](const P& p) { return pf::Unmultiplied(p); });
+  pf::ForRows(pf::PlaneOf<P>(*this), pf::AlphaRow<P>(&pf::AlphaKernels::unmultiply));
 }
 
 template <class P>
@@ -143,13 +143,13 @@ void PF_WorldX<P>::PremulColor(const PF_Pixel16& matte) {
   if constexpr (std::is_same_v<P, PF_Pixel16>) {
     if (const PF_Err code = PF_PremulColor16(this, &matte)) pf::ThrowCode(code);
   } else {
-    pf::MapPlane(pf::PlaneOf<P>(*this), [m = pf::ConvertPixel<P>(matte)](const P& p) { return pf::OntoMatte(p, m); });
+    pf::ForRows(pf::PlaneOf<P>(*this), pf::AlphaRow(&pf::AlphaKernels::onto_matte, pf::ConvertPixel<P>(matte)));
   }
 }
 
 template <class P>
 void PF_WorldX<P>::UnmulColor(const PF_Pixel16& matte) {
-  pf::MapPlane(pf::PlaneOf<P>(*this), [m = pf::ConvertPixel<P>(matte)](const P& p) { return pf::WithoutMatte(p, m); });
+  pf::ForRows(pf::PlaneOf<P>(*this), pf::AlphaRow(&pf::AlphaKernels::without_matte, pf::ConvertPixel<P>(matte)));
 }
 
 template <class P>
