@@ -30,6 +30,7 @@ void AddMaskOperations(OperationTable& table);    // one mask; a mask and a worl
 void AddMaskCombinations(OperationTable& table);  // several masks, scans, channels
 void AddPaintAndBlend(OperationTable& table);
 void AddLazyTiles(OperationTable& table);
+void AddCompositing(OperationTable& table);
 void AddColorSpaces(OperationTable& table);
 void AddColor(OperationTable& table);
 

@@ -238,6 +238,7 @@ Table Build() {
   AddMaskCombinations(table);
   AddPaintAndBlend(table);
   AddLazyTiles(table);
+  AddCompositing(table);
   AddColorSpaces(table);
   AddColor(table);
   return table;

@@ -152,7 +152,8 @@ class Transfer {
   HWY_INLINE static V32 Splat(int v) { return hn::Set(D32(), static_cast<std::uint32_t>(v)); }
   HWY_INLINE static VF Splat(float v) { return hn::Set(DF(), v); }
   HWY_INLINE static M32 IsNotZero(V32 v) { return hn::Ne(v, hn::Zero(D32())); }
-  HWY_INLINE static M32 IsNotZero(VF v) { return hn::RebindMask(D32(), hn::Ne(v, hn::Zero(DF()))); }
+  // Not hn::Ne, which is false for what is not a number.
+  HWY_INLINE static M32 IsNotZero(VF v) { return hn::Not(hn::RebindMask(D32(), hn::Eq(v, hn::Zero(DF())))); }
 
   HWY_INLINE static void Scale(Channels<Value>& c, Value opacity) {
     c.a = Lane::Scaled(c.a, opacity);

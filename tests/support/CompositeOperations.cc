@@ -1,0 +1,82 @@
+#include "support/LightTables.h"
+#include "support/OperationTable.h"
+#include "support/TestMask.h"
+
+namespace pftest {
+namespace {
+
+std::int32_t AnyMode(Random& random) {
+  const auto mode = static_cast<std::int32_t>(Between(random, -3, PF_Xfer_COUNT - 1));
+  return mode == -1 ? PF_Xfer_Over : mode;
+}
+
+float AnyOpacity(Random& random) {
+  const float opacities[] = {0.0f, 0.3f, 1.0f};
+  return opacities[random() % 3];
+}
+
+// Every mode once in 43 runs; in linear light every other time.
+PF_TransferParams AnyParams(Trial& run, std::int32_t mode, const PF_LinearBlendingTables* tables) {
+  PF_TransferParams params = {};
+  params.mode = mode;
+  params.premultiplied = static_cast<std::int32_t>(run.random() % 2);
+  params.opacity = AnyOpacity(run.random);
+  params.linear = run.random() % 2 == 0 ? tables : nullptr;
+  params.mask_at = {static_cast<std::int32_t>(Between(run.random, -9, 9)), -2};
+  return params;
+}
+
+PF_Err RunRect(Trial& run, int depth, std::int32_t mode, PF_UnoBuffer* mask) {
+  static const PF_LinearBlendingTables tables = LightTables(2.2);
+  Picture in(run, depth, 150), out(run, depth, 150);
+  PF_TransferParams params = AnyParams(run, mode, &tables);
+  params.mask = mask;
+  const M_LPoint at = {static_cast<std::int32_t>(Between(run.random, -5, 5)), 1};
+  const PF_Err code = PF_TransferRect(run.progress, &params, in.record(), nullptr, out.record(), &at);
+  run.results.Add(out);
+  return code;
+}
+
+PF_Err RunMasked(Trial& run, int depth, std::int32_t mode) {
+  PF_Err code = 0;
+  const PF_Err made = CodeOf([&] {
+    TestMask mask(8 << run.random() % 3, 45, 160, run.random);
+    code = RunRect(run, depth, mode, mask.record());
+  });
+  return made != 0 ? made : code;
+}
+
+}  // namespace
+
+void AddCompositing(OperationTable& table) {
+  for (const int depth : {8, 16, 32}) {
+    table.push_back({At("transfer rect", depth), depth, true,
+                     [=](Trial& run) { return RunMasked(run, depth, AnyMode(run.random)); }});
+    table.push_back({At("transfer rect, every mode", depth), depth, false, [=](Trial& run) {
+                       for (std::int32_t mode = -3; mode < PF_Xfer_COUNT; ++mode) {
+                         if (mode == -1) continue;
+                         if (const PF_Err code = RunRect(run, depth, mode, nullptr)) return code;
+                       }
+                       return PF_Err{0};
+                     }});
+    table.push_back({At("transfer rect onto itself", depth), depth, true, [=](Trial& run) {
+                       Picture world(run, depth, 170);
+                       const PF_TransferParams params = {PF_Xfer_HardLight, 0, 1.0f, nullptr, nullptr, {0, 0}};
+                       const M_LPoint at = {0, 9};
+                       const PF_Err code =
+                           PF_TransferRect(run.progress, &params, world.record(), nullptr, world.record(), &at);
+                       run.results.Add(world);
+                       return code;
+                     }});
+    table.push_back({At("transfer fill", depth), depth, true, [=](Trial& run) {
+                       Picture world(run, depth, 150);
+                       PF_TransferParams params = {AnyMode(run.random), 1, 0.5f, nullptr, nullptr, {0, 0}};
+                       const PF_PixelFloat colour = {0.5f, 0.25f, 0.5f, 0.1f};
+                       const PF_Err code = PF_TransferFill(run.progress, &params, &colour, nullptr, world.record());
+                       run.results.Add(world);
+                       return code;
+                     }});
+  }
+}
+
+}  // namespace pftest
