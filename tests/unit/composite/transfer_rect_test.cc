@@ -54,7 +54,6 @@ void Lay(std::int32_t mode, const PF_LinearBlendingTables* lin, PF_PixelFloat s,
 // A value of a mask in the depth of the world.
 template <class P>
 pf::ChannelOf<P> Coverage(const TestMask& mask, std::int64_t x, std::int64_t y) {
-  if (x < 0 || y < 0 || x >= mask.width() || y >= mask.height()) return 0;
   const double v = mask.Get(x, y) / mask.Full();
   const double limited = v > 0 ? std::min(v, 1.0) : 0;
   if constexpr (std::is_same_v<P, PF_PixelFloat>) {
@@ -94,11 +93,12 @@ void ExpectedRect(const Case& c, const TestWorld& src, const TestMask* mask, Tes
       if (sx < c.rect.left || sx >= c.rect.right || sy < c.rect.top || sy >= c.rect.bottom) continue;
       P& d = dst.At<P>(x, y);
       P s = {};
-      const bool present = sx >= 0 && sx < src.width() && sy >= 0 && sy < src.height();
+      const std::int32_t mx = x - c.params.mask_at.h, my = y - c.params.mask_at.v;
+      const bool covered = mask == nullptr || (mx >= 0 && my >= 0 && mx < mask->width() && my < mask->height());
+      const bool present = covered && sx >= 0 && sx < src.width() && sy >= 0 && sy < src.height();
       if (present) s = src.At<P>(sx, sy);
       if (c.params.premultiplied != 0 && mode >= 0 && mode != 21) s = pf::Unmultiplied(s);
-      const auto m = mask == nullptr || !present ? pf::DepthTraits<P>::kFull
-                                                 : Coverage<P>(*mask, x - c.params.mask_at.h, y - c.params.mask_at.v);
+      const auto m = mask == nullptr || !present ? pf::DepthTraits<P>::kFull : Coverage<P>(*mask, mx, my);
       P probe = s;  // the effective alpha: what copying leaves
       Lay(PF_Xfer_Copy, nullptr, s, opacity, m, probe = P{});
       const bool nothing = probe.alpha == 0;
