@@ -11,7 +11,7 @@
 #include "pixel/Depth.h"
 #include "pixel/Plane.h"
 #include "transfer/TransferRow.h"
-#include "world/Premultiply.h"
+#include "world/AlphaKernels.h"
 
 namespace pf {
 
@@ -83,7 +83,7 @@ class TransferRows {
     const auto n = static_cast<std::size_t>(columns.end - columns.begin);
     const P* from = colour != nullptr ? colour : SourceAt(columns.begin, y);
     if (premultiplied) {
-      for (std::size_t i = 0; i < n; ++i) straight[i] = Unmultiplied(from[i]);
+      g_kernels.alpha.load()->unmultiply[DepthIndex(DepthTraits<P>::kDepth)](from, straight, n);
       from = straight;
     }
     if (mask != nullptr) {
