@@ -181,7 +181,8 @@ HWY_NOINLINE void SeparableRange(const RowJob<P>& job, const RealOf<P>* upper, c
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   // Spread rows are read by whole cache lines.
   std::int64_t k = begin / lanes * lanes;
-  const bool past_caches = job.PastCaches(k);
+  // At 8 bits the formula decides so often that its own stores in between would cost more than is won.
+  const bool past_caches = sizeof(P) > sizeof(PF_Pixel8) && job.PastCaches(k);
   for (; k < end; k += lanes) {
     typename Sampler::Bits pixels;
     const std::int64_t first = std::max(k, begin), valid = std::min(k + lanes, end) - first;
