@@ -58,7 +58,7 @@ U_Err COR_GetDefaultWorkingProfile(COR_XCE_ProfileRef* out) {
 }
 
 U_Err COR_NewProfileFromICC(const void* bytes, std::uint64_t size, COR_XCE_ProfileRef* out) {
-  if (bytes == nullptr || out == nullptr) return XCE_ERR_BAD_PARAMETER;
+  if ((bytes == nullptr && size > 0) || out == nullptr) return XCE_ERR_BAD_PARAMETER;
   return pfhost::EngineCall([&] {
     const auto* first = static_cast<const std::uint8_t*>(bytes);
     *out = pfhost::NewProfile(std::vector<std::uint8_t>(first, first + size));

@@ -1,14 +1,17 @@
 // Transforms between profiles, for any pair of layouts.
 //
-// Integer layouts go straight through the colour library's precalculated transforms, which are made for a pair of
-// layouts when it is first used. All else goes through floats, where proofs limit colours to what they can show.
+// Profiles of curves and a matrix have a way of their own (Shaper.h). For profiles of tables, integer layouts go
+// straight through the colour library's precalculated transforms, which are made for a pair of layouts when it is
+// first used, and the rest goes through floats. Proofs limit colours to what they can show, step by step.
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstring>
 #include <vector>
 
+#include "cor/Layouts.h"
 #include "cor/Profile.h"
+#include "cor/Shaper.h"
 
 namespace pfhost {
 namespace {
@@ -18,28 +21,9 @@ constexpr std::uint64_t kRun = 512;
 // Pixels that the colour library is given at once.
 constexpr std::uint64_t kLongRun = std::uint64_t{1} << 24;
 
-enum LayoutIndex { kEight, kSixteen, kFloat, kLayouts };
-struct LayoutTraits {
-  XCE_Layout code;
-  cmsUInt32Number format;
-  std::uint64_t pixel_bytes;
-};
-constexpr LayoutTraits kTraits[kLayouts] = {
-    {XCE_Layout_8, TYPE_ARGB_8, 4}, {XCE_Layout_16, kFormat16, 8}, {XCE_Layout_FLOAT, TYPE_ARGB_FLT, 16}};
-
-LayoutIndex IndexOf(XCE_Layout code) {
-  for (const LayoutIndex index : {kEight, kSixteen, kFloat}) {
-    if (kTraits[index].code == code) return index;
-  }
-  Fail(XCE_ERR_BAD_PARAMETER);
-}
-
 struct PixelFloat {
   float alpha, red, green, blue;
 };
-
-// NaN becomes 0.
-float Limited(float v) { return v > 0 ? std::min(v, 1.0f) : 0.0f; }
 
 void LimitColour(PixelFloat* pixels, std::uint64_t count) {
   for (std::uint64_t i = 0; i < count; ++i) {
@@ -96,7 +80,7 @@ struct XCETransform {
 
  private:
   cmsHTRANSFORM NewHop(const COR_XCE_Profile& from, cmsUInt32Number from_format, const COR_XCE_Profile& to,
-                       cmsUInt32Number to_format) const;
+                       cmsUInt32Number to_format, cmsUInt32Number more_flags = 0) const;
   cmsHTRANSFORM Integer(pfhost::LayoutIndex from, pfhost::LayoutIndex to);
   void ApplyInteger(pfhost::LayoutIndex from, const std::byte* source, pfhost::LayoutIndex to, std::byte* destination,
                     std::uint64_t count);
@@ -105,6 +89,7 @@ struct XCETransform {
   cmsUInt32Number intent_, flags_;
   bool clip_float_;
   boost::shared_ptr<const COR_XCE_Profile> source_, destination_;
+  std::unique_ptr<pfhost::Shaper> shaper_;   // the whole way, or null
   std::vector<pfhost::LcmsTransform> hops_;  // float; colours are limited between them
   std::atomic<cmsHTRANSFORM> integer_[2][2] = {};
 };
@@ -122,6 +107,12 @@ XCETransform::XCETransform(const COR_XCE_Profile* source, const COR_XCE_Profile*
   }
   stops.push_back(destination_.get());
   const std::lock_guard lock(pfhost::LcmsLock());
+  if (stops.size() == 2 && options.intent != XCE_Intent_ABSOLUTE_COLORIMETRIC) {
+    shaper_ = pfhost::Shaper::Make(*source_, *destination_);
+    const bool compensates = options.black_point_compensation != 0;
+    if (shaper_ != nullptr && compensates && !shaper_->KeepsBlack()) shaper_ = nullptr;
+    if (shaper_ != nullptr) return;
+  }
   for (std::size_t i = 0; i + 1 < stops.size(); ++i) {
     hops_.emplace_back(NewHop(*stops[i], TYPE_ARGB_FLT, *stops[i + 1], TYPE_ARGB_FLT));
   }
@@ -135,9 +126,9 @@ XCETransform::~XCETransform() {
 
 // Called under LcmsLock().
 cmsHTRANSFORM XCETransform::NewHop(const COR_XCE_Profile& from, cmsUInt32Number from_format, const COR_XCE_Profile& to,
-                                   cmsUInt32Number to_format) const {
-  const cmsHTRANSFORM hop =
-      cmsCreateTransformTHR(pfhost::TheLcms(), from.rgb.get(), from_format, to.rgb.get(), to_format, intent_, flags_);
+                                   cmsUInt32Number to_format, cmsUInt32Number more_flags) const {
+  const cmsHTRANSFORM hop = cmsCreateTransformTHR(pfhost::TheLcms(), from.rgb.get(), from_format, to.rgb.get(),
+                                                  to_format, intent_, flags_ | more_flags);
   if (hop == nullptr) pfhost::Fail(XCE_ERR_NO_TRANSFORM);
   return hop;
 }
@@ -147,7 +138,11 @@ cmsHTRANSFORM XCETransform::Integer(pfhost::LayoutIndex from, pfhost::LayoutInde
   if (cmsHTRANSFORM made = kept.load(std::memory_order_acquire)) return made;
   const std::lock_guard lock(pfhost::LcmsLock());
   if (cmsHTRANSFORM made = kept.load(std::memory_order_acquire)) return made;
-  const cmsHTRANSFORM made = NewHop(*source_, pfhost::kTraits[from].format, *destination_, pfhost::kTraits[to].format);
+  // Curves beside the tables halve the speed and the errors; 8 bits are not worth it.
+  const bool coarse = from == pfhost::kEight && to == pfhost::kEight;
+  const cmsUInt32Number fine = coarse ? 0u : cmsFLAGS_CLUT_PRE_LINEARIZATION | cmsFLAGS_CLUT_POST_LINEARIZATION;
+  const cmsHTRANSFORM made =
+      NewHop(*source_, pfhost::kTraits[from].format, *destination_, pfhost::kTraits[to].format, fine);
   kept.store(made, std::memory_order_release);
   return made;
 }
@@ -171,6 +166,7 @@ void XCETransform::ApplyFloatRun(pfhost::PixelFloat* pixels, std::uint64_t count
 
 void XCETransform::Apply(pfhost::LayoutIndex from, const std::byte* source, pfhost::LayoutIndex to,
                          std::byte* destination, std::uint64_t count) {
+  if (shaper_ != nullptr) return shaper_->Apply(from, source, to, destination, count, clip_float_);
   if (hops_.size() == 1 && from != pfhost::kFloat && to != pfhost::kFloat) {
     return ApplyInteger(from, source, to, destination, count);
   }

@@ -4,6 +4,7 @@
 #include <PF/PF.h>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -28,12 +29,29 @@ bool Enlarge(PF_EffectWorld& small, PF_EffectWorld& large) {
          Check(pixels[3 * large.row_bytes / 4 + 3].blue == 7, "a constant channel stays constant");
 }
 
+// This host has no colour engine; everything that needs one says so.
+bool AskForColour(PF_EffectWorld& world) {
+  const std::unique_ptr<PF_World> object(PF_World::NewReference(&world));
+  bool right = Check(PF_ConvertProfileToProfile(XCE_Profile_SRGB, XCE_Profile_REC2020, object.get(), object.get(), true,
+                                                nullptr) == XCE_ERR_ABSENT,
+                     "no engine, no conversion");
+  try {
+    PF_GetEmergencyColorSettings();
+    return Check(false, "no engine, no emergency settings");
+  } catch (const PF_Error& error) {
+    right &= Check(error.code() == XCE_ERR_ABSENT, "the code says that there is no engine");
+  }
+  PF_ColorSettings settings;
+  return right & Check(!settings.IsValid() && settings.GetProfile() == nullptr, "settings exist without one");
+}
+
 bool Run() {
   PF_EffectWorld small, large;
   bool right = Check(PF_NewEffectWorld(nullptr, 4, 4, 8, 1, 0, &small) == 0, "a small world") &&
                Check(PF_NewEffectWorld(nullptr, 8, 8, 8, 1, 1, &large) == 0, "a large world in a bitmap world");
   if (!right) return false;
   right = Enlarge(small, large);
+  right &= AskForColour(small);
   right &= Check(PF_DisposeEffectWorld(nullptr, &small) == 0, "disposed");
   right &= Check(PF_DisposeEffectWorld(nullptr, &large) == 0, "disposed");
   return right;
