@@ -41,8 +41,9 @@ struct PF_LinearBlendingTables;
 /// "Of colours": d is laid over s first (mode 1), B is made of the colours of s and that d, and each channel becomes
 /// d + (B - d) a_s. L = 0.299 R + 0.587 G + 0.114 B; saturation = max - min. Saturation is set by stretching the
 /// channels from min..max to 0..saturation (grey gives black), luminance by adding the difference to each channel;
-/// then, with the colour's L, min and max, c = L + (c - L) L / (L - min) when min < 0 and c = L + (c - L) (1 - L) /
-/// (max - L) when max > 1, neither when L is outside 0..1.
+/// then, with that luminance L and the colour's min and max, c = L + (c - L) L / (L - min) when min < 0 and
+/// c = L + (c - L) (1 - L) / (max - L) when max > 1, neither when L is outside 0..1. Integer depths compare luminances
+/// exactly: equal is equal.
 enum : std::int32_t {
   PF_Xfer_PremulOntoPremul = -3,  ///< pipeline only; both premultiplied: s + d (1 - a_s), all channels
   PF_Xfer_PremulIn = -2,          ///< pipeline only; both premultiplied: d a_s, all channels

@@ -4,6 +4,11 @@ template <class R>
 R Luminance(const Quad<R>& p) {
   return R(0.299) * p.r + R(0.587) * p.g + R(0.114) * p.b;
 }
+// To be compared: of integers 1000 times as much, which is a whole number, so equally light is equal.
+template <class A, class R>
+R ComparedLuminance(const Quad<R>& p) {
+  return A::kFloat ? Luminance(p) : R(299) * p.r + R(587) * p.g + R(114) * p.b;
+}
 template <class R>
 R LeastOf(const Quad<R>& p) {
   return Min(Min(p.r, p.g), p.b);
@@ -39,10 +44,11 @@ R TowardsLuminance(Mask leaves, R c, R l, R num, R den) {
   return Select(leaves, l + Quotient(!leaves, R(0), (c - l) * num, den), c);
 }
 
-// Back into 0..full with the luminance kept; a luminance outside cannot be kept, and nothing is done.
+// Back into 0..full with the luminance kept; a luminance outside cannot be kept, and nothing is done. It is the one
+// that was set: computed from the channels once more, black and white would be outside by a rounding.
 template <class A, class R>
-Quad<R> Clipped(const Quad<R>& p) {
-  const R full = A::Full(), l = Luminance(p), least = LeastOf(p), largest = LargestOf(p);
+Quad<R> Clipped(const Quad<R>& p, R l) {
+  const R full = A::Full(), least = LeastOf(p), largest = LargestOf(p);
   const auto possible = (l >= R(0)) & (l <= full);
   const auto low = possible & (least < R(0)), high = possible & (largest > full);
   const R below = l - least, above = largest - l, room = full - l;
@@ -54,7 +60,8 @@ Quad<R> Clipped(const Quad<R>& p) {
 template <class A, class R>
 Quad<R> WithLuminance(const Quad<R>& p, R luminance) {
   const R lift = luminance - Luminance(p);
-  return Clipped<A>(Quad<R>{p.a, p.r + lift, p.g + lift, p.b + lift});
+  const R kept = A::kFloat ? luminance : Min(luminance, A::Full());  // that of integers is never outside
+  return Clipped<A>(Quad<R>{p.a, p.r + lift, p.g + lift, p.b + lift}, kept);
 }
 
 template <class R>

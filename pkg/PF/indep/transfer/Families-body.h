@@ -176,9 +176,10 @@ struct BehindRule {
   }
 };
 
-// The three colour channels together: the destination is laid over the source, the rule's Colour(s, d, unit) makes a
-// colour of both, where d times the unit is the destination, and the destination goes towards it by the source's
-// alpha. What depends on the ratio of channels alone takes d as it is: there no difference of channels is rounded.
+// The three colour channels together: the destination is laid over the source, the rule's Colour(s, d, unit, beside)
+// makes a colour of both, where d times the unit is the destination, and the destination goes towards it by the
+// source's alpha. What depends on the ratio of channels alone takes d as it is: there no difference of channels is
+// rounded. What asks which of s and d is lighter takes `beside`: the same one is, and nothing was rounded there.
 template <class Rule>
 struct OfColours : Mode {
   static constexpr bool kRaw = true;
@@ -188,10 +189,11 @@ struct OfColours : Mode {
   static Quad<R> Apply(const Quad<R>& s, const Quad<R>& behind) {
     if constexpr (A::kFloat) {
       const Quad<R> d = BehindRule::Apply<A>(s, behind);
-      return Towards<A>(s.a, d, Rule::template Colour<A>(s, d, R(1)));
+      return Towards<A>(s.a, d, Rule::template Colour<A>(s, d, R(1), d));
     } else {
       const Laid<R> laid = Lay<A>(behind, s);
-      return Towards<A>(s.a * A::Unit(), Divided<A>(laid), Rule::template Colour<A>(s, laid.sum, laid.reciprocal));
+      return Towards<A>(s.a * A::Unit(), Divided<A>(laid),
+                        Rule::template Colour<A>(s, laid.sum, laid.reciprocal, behind));
     }
   }
 

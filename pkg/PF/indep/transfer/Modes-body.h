@@ -133,7 +133,7 @@ struct DifferenceMode : OnNeutral<DifferenceMode, Neutral::kBlack> {
 struct HueMode : OfColours<HueMode> {
   static constexpr ModeRow kRow{PF_Xfer_Hsl13, "PF_Xfer_Hsl13", 1};
   template <class A, class R = typename A::R>
-  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit) {
+  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit, const Quad<R>&) {
     return WithLuminance<A>(WithSaturation(s, Saturation(d) * unit), Luminance(d) * unit);
   }
 };
@@ -141,7 +141,7 @@ struct HueMode : OfColours<HueMode> {
 struct SaturationMode : OfColours<SaturationMode> {
   static constexpr ModeRow kRow{PF_Xfer_Hsl14, "PF_Xfer_Hsl14", 1};
   template <class A, class R = typename A::R>
-  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit) {
+  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit, const Quad<R>&) {
     return WithLuminance<A>(WithSaturation(d, Saturation(s)), Luminance(d) * unit);
   }
 };
@@ -149,7 +149,7 @@ struct SaturationMode : OfColours<SaturationMode> {
 struct ColourMode : OfColours<ColourMode> {
   static constexpr ModeRow kRow{PF_Xfer_Hsl15, "PF_Xfer_Hsl15", 1};
   template <class A, class R = typename A::R>
-  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit) {
+  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit, const Quad<R>&) {
     return WithLuminance<A>(s, Luminance(d) * unit);
   }
 };
@@ -157,7 +157,7 @@ struct ColourMode : OfColours<ColourMode> {
 struct LuminosityMode : OfColours<LuminosityMode> {
   static constexpr ModeRow kRow{PF_Xfer_Hsl16, "PF_Xfer_Hsl16", 1};
   template <class A, class R = typename A::R>
-  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit) {
+  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit, const Quad<R>&) {
     return WithLuminance<A>(Times(d, unit), Luminance(s));
   }
 };
@@ -346,9 +346,9 @@ struct HardMixMode : Overlap<HardMixMode> {
 struct DarkerColourMode : OfColours<DarkerColourMode> {
   static constexpr ModeRow kRow{PF_Xfer_Hsl35, "PF_Xfer_Hsl35", 0};
   template <class A, class R = typename A::R>
-  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit) {
+  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit, const Quad<R>& beside) {
     const Quad<R> e = Times(d, unit);
-    const auto taken = Luminance(s) < Luminance(e);
+    const auto taken = ComparedLuminance<A>(s) < ComparedLuminance<A>(beside);
     return {d.a, Select(taken, s.r, e.r), Select(taken, s.g, e.g), Select(taken, s.b, e.b)};
   }
 };
@@ -356,9 +356,9 @@ struct DarkerColourMode : OfColours<DarkerColourMode> {
 struct LighterColourMode : OfColours<LighterColourMode> {
   static constexpr ModeRow kRow{PF_Xfer_Hsl36, "PF_Xfer_Hsl36", 0};
   template <class A, class R = typename A::R>
-  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit) {
+  static Quad<R> Colour(const Quad<R>& s, const Quad<R>& d, R unit, const Quad<R>& beside) {
     const Quad<R> e = Times(d, unit);
-    const auto taken = Luminance(s) > Luminance(e);
+    const auto taken = ComparedLuminance<A>(s) > ComparedLuminance<A>(beside);
     return {d.a, Select(taken, s.r, e.r), Select(taken, s.g, e.g), Select(taken, s.b, e.b)};
   }
 };
