@@ -14,9 +14,9 @@ namespace {
 constexpr std::int64_t kOne = 65536;
 constexpr std::uint64_t kScratchHeader = 64;  // starts as zeros
 
-// Bytes of a destination that is not worth keeping in caches: a third of the 32 MiB that processors of a
-// desktop share, for the source and everybody else want room there too.
-constexpr std::int64_t kPastCaches = std::int64_t{12} << 20;
+// Bytes of a destination that is not worth keeping in caches: what a processor shares, often 32 MiB, has to hold the
+// source too and serves everybody.
+constexpr std::int64_t kPastCaches = std::int64_t{7} << 20;
 
 // scale_x * scale_y / 65536, truncated from double and saturated.
 std::int32_t AreaOf(std::int64_t scale_x, std::int64_t scale_y) {
