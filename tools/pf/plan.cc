@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <map>
@@ -50,28 +51,35 @@ void Inputs::RepeatFor(const std::vector<int>& frames) {
   frames_ = frames;
 }
 
-InputPairs PairInputs(const std::string& first, const std::string& second, const std::string& frames) {
-  if (first == "-" && second == "-") {
+std::vector<Inputs> GroupInputs(const std::vector<std::string>& names, const std::string& frames) {
+  if (std::count(names.begin(), names.end(), "-") > 1) {
     throw UsageFailure("cannot read", "standard input", "it is named twice", "name it once");
   }
-  InputPairs pairs = {Inputs({first}, IsSequenceName(first) ? frames : ""),
-                      Inputs({second}, IsSequenceName(second) ? frames : "")};
-  const std::vector<int> first_frames = pairs.first.frames(), second_frames = pairs.second.frames();
-  if (first_frames.empty() && second_frames.empty()) {
-    if (frames.empty()) return pairs;
-    pairs.first.RepeatFor(ParseFrames(frames));
-    pairs.second.RepeatFor(pairs.first.frames());
-  } else if (first_frames.empty()) {
-    pairs.first.RepeatFor(second_frames);
-  } else if (second_frames.empty()) {
-    pairs.second.RepeatFor(first_frames);
-  } else if (first_frames.size() != second_frames.size()) {
-    throw UsageFailure(
-        "cannot pair", "the sequences",
-        fmt::format("the first has {} pictures and the second {}", first_frames.size(), second_frames.size()),
-        "choose frames that both have with --frames");
+  std::vector<Inputs> groups;
+  std::vector<int> all;
+  std::string longest;
+  for (const std::string& name : names) {
+    groups.push_back(Inputs({name}, IsSequenceName(name) ? frames : ""));
+    const std::vector<int>& found = groups.back().frames();
+    if (found.empty()) continue;
+    if (!all.empty() && all.size() != found.size()) {
+      throw UsageFailure("cannot pair", "the sequences",
+                         fmt::format("'{}' has {} pictures and '{}' {}", longest, all.size(), name, found.size()),
+                         "choose frames that all have with --frames");
+    }
+    if (all.empty()) longest = name;
+    all = all.empty() ? found : all;
   }
-  return pairs;
+  if (all.empty() && !frames.empty()) all = ParseFrames(frames);
+  for (Inputs& group : groups) {
+    if (!all.empty() && group.frames().empty()) group.RepeatFor(all);
+  }
+  return groups;
+}
+
+InputPairs PairInputs(const std::string& first, const std::string& second, const std::string& frames) {
+  std::vector<Inputs> groups = GroupInputs({first, second}, frames);
+  return {std::move(groups[0]), std::move(groups[1])};
 }
 
 void Inputs::Add(const std::string& name, const std::string& frames) {

@@ -49,12 +49,16 @@ class Inputs {
   std::unique_ptr<UnfinishedFile> standard_input_;
 };
 
+/// The inputs of a run that belong together, equally many files each. A single picture beside a sequence is used for
+/// every frame; single pictures alone are used for every frame of --frames. \throws Failure as Inputs does; 64 for
+/// sequences of unequal length and standard input twice.
+std::vector<Inputs> GroupInputs(const std::vector<std::string>& names, const std::string& frames);
+
 /// Two inputs of one run, equally many files each.
 struct InputPairs {
   Inputs first, second;
 };
-/// Reads two names. A single picture beside a sequence is used for every frame; two single pictures are used for every
-/// frame of --frames. \throws Failure as Inputs does; 64 for sequences of unequal length and standard input twice.
+/// GroupInputs of two names.
 InputPairs PairInputs(const std::string& first, const std::string& second, const std::string& frames);
 
 /// Pairs inputs with outputs. The output is one file for one picture, a sequence for a sequence, an existing

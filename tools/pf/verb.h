@@ -75,6 +75,8 @@ Verb ConvertVerb();
 Verb ScaleVerb();
 Verb CompareVerb();
 Verb FadeVerb();
+Verb BlendVerb();
+Verb ModesVerb();
 Verb MaskMakeVerb();
 Verb MaskInvertVerb();
 Verb MaskFadeVerb();
