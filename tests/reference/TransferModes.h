@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -241,7 +242,10 @@ inline std::uint16_t ReferenceScaled(std::uint16_t v, std::uint16_t opacity) {
   if (opacity == 0x8000) return v;
   return static_cast<std::uint16_t>(std::min((std::uint64_t{opacity} * v + 0x3FFF) >> 15, std::uint64_t{32768}));
 }
-inline float ReferenceScaled(float v, float opacity) { return opacity == 1.0f ? v : v * opacity; }
+inline float ReferenceScaled(float v, float opacity) {
+  const float product = v * opacity;
+  return opacity == 1.0f ? v : product == product ? product : std::bit_cast<float>(0x7FC00000u);
+}
 
 // The source as the mode sees it.
 template <class P>

@@ -87,6 +87,15 @@ P AnyPixel(Random& random) {
   return p;
 }
 
+// Any bits.
+template <class P>
+P RawPixel(Random& random) {
+  const std::uint64_t bits[] = {random(), random()};
+  P p;
+  std::memcpy(&p, bits, sizeof p);
+  return p;
+}
+
 // Pairs alike in all, in colour, in luminance, or in nothing.
 template <class P>
 void AnyPair(Random& random, P& s, P& d) {

@@ -119,14 +119,6 @@ TEST(TransferModes, ColoursOfBlackAndWhiteLuminanceAreBlackAndWhite) {
 }
 
 template <class P>
-P RawPixel(Random& random) {
-  const std::uint64_t bits[] = {random(), random()};
-  P p;
-  std::memcpy(&p, bits, sizeof p);
-  return p;
-}
-
-template <class P>
 void ExpectExactRules() {
   constexpr pf::ChannelOf<P> kF = kFull<P>;
   Random random(11);

@@ -112,13 +112,11 @@ struct Pixels<PF_Pixel16> {
   HWY_INLINE static Words Pack(const Channels<V32>& c) {
     return {hn::Or(c.a, hn::ShiftLeft<16>(c.r)), hn::Or(c.g, hn::ShiftLeft<16>(c.b))};
   }
-  // Signed values, limited to 0..32768 on the way.
+  // Signed values that are not above full, limited to 0 on the way.
   HWY_INLINE static Words PackLimited(const Channels<VI32>& c) {
     return Pack({Limited(c.a), Limited(c.r), Limited(c.g), Limited(c.b)});
   }
-  HWY_INLINE static V32 Limited(VI32 v) {
-    return hn::BitCast(D32(), hn::Min(hn::Max(v, hn::Zero(DI32())), hn::Set(DI32(), 32768)));
-  }
+  HWY_INLINE static V32 Limited(VI32 v) { return hn::BitCast(D32(), hn::Max(v, hn::Zero(DI32()))); }
   HWY_INLINE static Words WithAlpha(Words v, V32 a) {
     return {hn::Or(hn::AndNot(hn::Set(D32(), 0xFFFF), v.ar), a), v.gb};
   }
@@ -128,7 +126,8 @@ struct Pixels<PF_Pixel16> {
 
   HWY_INLINE static V32 Scaled(V32 v, V32 opacity) {
     const V32 product = hn::ShiftRight<15>(hn::Add(hn::Mul(v, opacity), hn::Set(D32(), 16383)));
-    return hn::Min(product, hn::Set(D32(), 32768));
+    const V32 full = hn::Set(D32(), 32768);
+    return hn::IfThenElse(hn::Eq(opacity, full), v, hn::Min(product, full));
   }
 
   using Indices = decltype(hn::SetTableIndices(D32(), static_cast<const std::int32_t*>(nullptr)));
@@ -191,7 +190,12 @@ struct Pixels<PF_PixelFloat> {
             hn::IfThenElse(m, yes.b, no.b)};
   }
 
-  HWY_INLINE static VF Scaled(VF v, VF opacity) { return hn::Mul(v, opacity); }
+  HWY_INLINE static VF Scaled(VF v, VF opacity) {
+    const VF product = hn::Mul(v, opacity);
+    const VF one_form = hn::BitCast(DF(), hn::Set(D32(), 0x7FC00000u));
+    const VF scaled = hn::IfThenElse(hn::Eq(product, product), product, one_form);
+    return hn::IfThenElse(hn::Eq(opacity, hn::Set(DF(), 1.0f)), v, scaled);
+  }
 
   using Indices = decltype(hn::SetTableIndices(DF(), static_cast<const std::int32_t*>(nullptr)));
   static Indices Order() {

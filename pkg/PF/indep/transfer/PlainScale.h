@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 
 #include "pixel/ConvertDepth.h"
@@ -17,7 +18,12 @@ constexpr std::uint16_t ScaledBy(std::uint16_t v, std::uint16_t opacity) {
   if (opacity == PF_MAX_CHAN16) return v;
   return static_cast<std::uint16_t>(std::min<std::uint32_t>(DivideBy32768(std::uint32_t{v} * opacity), PF_MAX_CHAN16));
 }
-constexpr float ScaledBy(float v, float opacity) { return opacity == 1.0f ? v : v * opacity; }
+// What is not a number gets one form, as its bits would depend on the order of the factors.
+constexpr float ScaledBy(float v, float opacity) {
+  if (opacity == 1.0f) return v;
+  const float product = v * opacity;
+  return product == product ? product : std::bit_cast<float>(0x7FC00000u);
+}
 
 template <class P>
 constexpr void ScaleColourBy(P& p, ChannelOf<P> opacity) {

@@ -50,7 +50,11 @@ struct InSingle {
     return Which::kRaw ? RF(number) : RF(hn::Mul(number, hn::Set(DF(), 1.0f / static_cast<float>(kFullOf<P>))));
   }
   HWY_INLINE static Quad<RF> Of(const Channels<V32>& c) { return {Of(c.a), Of(c.r), Of(c.g), Of(c.b)}; }
-  HWY_INLINE static VI32 Back(RF v) { return RoundToInt32(Which::kRaw ? v.v : (v * RF(kFullOf<P>)).v); }
+  HWY_INLINE static VI32 Back(RF v) {
+    const RF scaled = Which::kRaw ? v : v * RF(kFullOf<P>);
+    // 16-bit values above full can make quotients that leave 32 bits, or are no numbers, which become 0.
+    return RoundToInt32(std::is_same_v<P, PF_Pixel16> ? Min(RF(kFullOf<P>), scaled).v : scaled.v);
+  }
   HWY_INLINE static Channels<VI32> Apply(const Channels<V32>& s, const Channels<V32>& d) {
     const Quad<RF> out = Which::template Apply<A>(Of(s), Of(d));
     return {Back(out.a), Back(out.r), Back(out.g), Back(out.b)};
