@@ -47,6 +47,12 @@ std::uint8_t CodeOf(double v) { return static_cast<std::uint8_t>((v > 0 ? std::m
 
 }  // namespace
 
+Curve Curve::Line() {
+  Curve made;
+  made.formula_ = Owned(cmsBuildGamma(TheLcms(), 1));
+  return made;
+}
+
 Curve Curve::Forward(const cmsToneCurve& curve) {
   Curve made;
   if (IsFormula(curve)) {

@@ -28,6 +28,7 @@ inline std::uint32_t LimitedPlace(float v, float smallest) {
 // their ends beyond 0..1. The inverse of samples takes the running maximum for the samples.
 class Curve {
  public:
+  static Curve Line();  // every value stays
   static Curve Forward(const cmsToneCurve& curve);
   static Curve Inverse(const cmsToneCurve& curve);
   double operator()(double v) const;

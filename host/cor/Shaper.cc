@@ -48,7 +48,12 @@ std::unique_ptr<Shaper> Shaper::Make(const COR_XCE_Profile& from, const COR_XCE_
   std::unique_ptr<Shaper> made(new Shaper);
   Multiply(inverse, source.matrix, made->matrix_);
   made->same_matrix_ = std::equal(std::begin(source.matrix), std::end(source.matrix), destination.matrix);
-  made->same_profile_ = from.id == to.id;
+  if (from.id == to.id) {
+    // Everything stays what it is, to the bit.
+    made->to_linear_.assign(3, Curve::Line());
+    made->from_linear_ = made->to_linear_;
+    return made;
+  }
   for (const cmsToneCurve* curve : source.curves) made->to_linear_.push_back(Curve::Forward(*curve));
   for (const cmsToneCurve* curve : destination.curves) made->from_linear_.push_back(Curve::Inverse(*curve));
   return made;
@@ -61,7 +66,6 @@ bool Shaper::KeepsBlack() const {
 }
 
 double Shaper::Converted(int channel, double v) const {
-  if (same_profile_) return v;
   const auto i = static_cast<std::size_t>(channel);
   return from_linear_[i](to_linear_[i](v));
 }
@@ -99,15 +103,14 @@ const Shaper::Tables<CodeCurve>& Shaper::Codes() {
 template <class From, class To>
 void Shaper::ApplyCodes(Tables<std::vector<To>>& tables, int from_full, int to_full, const void* source,
                         void* destination, std::uint64_t count) {
-  tables.Made(
-      [&](int i, int k) { return same_profile_ || (SameCurves(to_linear_)(i, k) && SameCurves(from_linear_)(i, k)); },
-      [&](int i) {
-        std::vector<To> codes(static_cast<std::size_t>(from_full) + 1);
-        for (std::size_t code = 0; code < codes.size(); ++code) {
-          codes[code] = CodeOf<To>(Converted(i, static_cast<double>(code) / from_full), to_full);
-        }
-        return codes;
-      });
+  tables.Made([&](int i, int k) { return SameCurves(to_linear_)(i, k) && SameCurves(from_linear_)(i, k); },
+              [&](int i) {
+                std::vector<To> codes(static_cast<std::size_t>(from_full) + 1);
+                for (std::size_t code = 0; code < codes.size(); ++code) {
+                  codes[code] = CodeOf<To>(Converted(i, static_cast<double>(code) / from_full), to_full);
+                }
+                return codes;
+              });
   const To* red = tables[0].data();
   const To* green = tables[1].data();
   const To* blue = tables[2].data();

@@ -68,7 +68,7 @@ class Shaper {
 
   std::vector<Curve> to_linear_, from_linear_;
   float matrix_[9];
-  bool same_matrix_, same_profile_;
+  bool same_matrix_;
 
   Tables<Light> eight_, sixteen_;
   Tables<QuickCurve> float_, to_sixteen_, to_float_;

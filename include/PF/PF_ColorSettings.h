@@ -122,8 +122,8 @@ static_assert(sizeof(PF_ColorSettings) == 80, "record layout");
 /// @{
 
 /// Settings for when there are none: a pool of their own, the engine's default working profile, `linearize` on.
-/// Made on the first call that succeeds and kept while the library is loaded; first calls from several threads at
-/// once are allowed. Callers do not change it.
+/// Made on the first call that succeeds and kept until PF_Death, with its caches filled; first calls from several
+/// threads at once are allowed. Callers do not change it.
 PF_EXPORT PF_ColorSettings* PF_GetEmergencyColorSettings();
 
 /// Builds the tables of a profile.

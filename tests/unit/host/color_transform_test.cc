@@ -136,6 +136,35 @@ TEST(Transforms, GoBeyondWhiteInFloatsAsFarAsTheCurvesReach) {
   }
 }
 
+TEST(Transforms, FromAProfileToItselfChangeNoBit) {
+  std::mt19937_64 random(9);
+  for (const XCE_ProfileCode code : {XCE_Profile_SRGB, XCE_Profile_DCI_P3, XCE_Profile_ACES2065}) {
+    const Conversion none(Standard(code).get(), Standard(code).get());
+    for (int i = 0; i < 2000; ++i) {
+      const auto any = [&] {
+        return std::ldexp(static_cast<float>(random() % 4001) - 2000, -static_cast<int>(random() % 30));
+      };
+      const RgbFloat in = {any(), any(), any(), any()}, out = none(in);
+      ASSERT_EQ(std::memcmp(&in, &out, sizeof in), 0) << in.red << ", " << in.green << ", " << in.blue;
+    }
+  }
+}
+
+TEST(Transforms, OfOtherIntentsAgreeWhereNothingIsToBeDecided) {
+  const COR_XCE_ProfileRef from = Standard(XCE_Profile_OPRGB), to = Standard(XCE_Profile_DISPLAY_P3);
+  const Rgb16 dull = {5, 15000, 12000, 18000}, expected = Conversion(from.get(), to.get())(dull);
+  for (int intent = 0; intent < 8; ++intent) {
+    COR_XCE_TransformOptions options = {};
+    options.intent = static_cast<XCE_Intent>(intent % 4);
+    options.black_point_compensation = intent / 4;
+    const Rgb16 out = Conversion(from.get(), to.get(), options)(dull);
+    EXPECT_NEAR(out.red, expected.red, 60) << intent;
+    EXPECT_NEAR(out.green, expected.green, 60) << intent;
+    EXPECT_NEAR(out.blue, expected.blue, 60) << intent;
+    EXPECT_EQ(out.alpha, 5);
+  }
+}
+
 TEST(Transforms, TakeSixteenBitValuesAboveFullAsFull) {
   const Conversion convert(Standard(XCE_Profile_ROMM).get(), Standard(XCE_Profile_SRGB).get());
   const Rgb16 full = convert(Rgb16{65535, 32768, 0, 32768}), above = convert(Rgb16{65535, 65535, 0, 40000});
