@@ -68,6 +68,13 @@ TEST(Profiles, TellTheirGammas) {
   EXPECT_EQ(InfoOf(nullptr).gamma[0], green(XCE_Profile_SRGB)) << "the default working profile";
 }
 
+TEST(Profiles, LinearFormsOfLinearOnesAreThemselves) {
+  const COR_XCE_ProfileRef linear = Standard(XCE_Profile_LINEAR_REC2020), once = LinearOf(nullptr);
+  EXPECT_EQ(LinearOf(linear.get()), linear);
+  EXPECT_EQ(LinearOf(once.get()), once);
+  EXPECT_STREQ(InfoOf(once.get()).name, "sRGB IEC 61966-2-1 (linear light)");
+}
+
 TEST(Profiles, OfTheTestDataAreReadByWhatTheyAre) {
   if (TestProfile("").empty()) GTEST_SKIP() << "PF_TEST_DATA is not set";
   const auto load = [](const char* name, COR_XCE_ProfileRef* out) {

@@ -171,6 +171,10 @@ TEST(Transforms, TakeSixteenBitValuesAboveFullAsFull) {
   EXPECT_EQ(above.red, full.red);
   EXPECT_EQ(above.blue, full.blue);
   EXPECT_EQ(above.alpha, 65535);
+  const COR_XCE_ProfileRef srgb = Standard(XCE_Profile_SRGB);
+  const Rgb16 light = Conversion(srgb.get(), LinearOf(srgb.get()).get())(Rgb16{65535, 65535, 0, 40000});
+  EXPECT_EQ(light.red, 32768);
+  EXPECT_EQ(light.blue, 32768);
 }
 
 TEST(Transforms, OfStrangeSamplesStayInRangeBothWays) {
