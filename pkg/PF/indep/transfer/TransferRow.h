@@ -50,12 +50,14 @@ void TransferLinearRun(const RowKernels<P>& kernels, const PF_LinearBlendingTabl
                        const TransferJob<P>& job) {
   using L = LinearPixel<P>;
   const TransferTraits& traits = TraitsOf(mode);
-  P src[kLinearRun];
+  P scaled[kLinearRun];
   L linear_src[kLinearRun], linear_dst[kLinearRun], result[kLinearRun];
-  ScaleAlpha(job, src);
+  const bool scales = job.mask != nullptr || job.opacity != DepthTraits<P>::kFull;
+  const P* const src = scales ? scaled : job.src;
+  if (scales) ScaleAlpha(job, scaled);
   kernels.light->to_linear(src, linear_src, job.n, tables);
   kernels.light->to_linear(job.dst, linear_dst, job.n, tables);
-  if (traits.scales_colour) ScaleColour(job, linear_src);
+  if (scales && traits.scales_colour) ScaleColour(job, linear_src);
   std::copy_n(linear_dst, job.n, result);
   kernels.linear->row[mode - kFirstPipelineMode](
       {linear_src, result, nullptr, DepthTraits<L>::kFull, job.matte, job.n});
