@@ -46,9 +46,36 @@ PF_Err RunMasked(Trial& run, int depth, std::int32_t mode) {
   return made != 0 ? made : code;
 }
 
+// The whole world, then a rectangle.
+void AddAlphaConvention(OperationTable& table, const char* name,
+                        PF_Err (*routine)(const PF_ProgressInfo*, PF_LayerDef*, const M_LRect*)) {
+  for (const int depth : {8, 16, 32}) {
+    table.push_back({At(name, depth), depth, true, [=](Trial& run) {
+                       Picture world(run, depth, 140);
+                       const M_LRect rect = {2, 3, static_cast<std::int32_t>(Between(run.random, 0, 45)), 139};
+                       PF_Err code = routine(run.progress, world.record(), nullptr);
+                       if (code == PF_Err_NONE) code = routine(run.progress, world.record(), &rect);
+                       run.results.Add(world);
+                       return code;
+                     }});
+  }
+}
+
+constexpr PF_PixelFloat kMatte = {1.0f, 0.9f, 0.0f, 0.4f};
+
 }  // namespace
 
 void AddCompositing(OperationTable& table) {
+  AddAlphaConvention(table, "premultiply", &PF_Premultiply);
+  AddAlphaConvention(table, "unmultiply", &PF_Unmultiply);
+  AddAlphaConvention(table, "premultiply colour",
+                     [](const PF_ProgressInfo* progress, PF_LayerDef* world, const M_LRect* rect) {
+                       return PF_PremultiplyColor(progress, world, rect, &kMatte);
+                     });
+  AddAlphaConvention(table, "unmultiply colour",
+                     [](const PF_ProgressInfo* progress, PF_LayerDef* world, const M_LRect* rect) {
+                       return PF_UnmultiplyColor(progress, world, rect, &kMatte);
+                     });
   for (const int depth : {8, 16, 32}) {
     table.push_back({At("transfer rect", depth), depth, true,
                      [=](Trial& run) { return RunMasked(run, depth, AnyMode(run.random)); }});
