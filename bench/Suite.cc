@@ -112,7 +112,7 @@ Row RunCase(const Case& wanted, const Pace& pace) {
   UseThreads(kTwoThreads);
   Picture src(wanted.src_size, wanted.src_depth), dst(wanted.dst_size, wanted.dst_depth);
   src.FillNoise(wanted.opaque);
-  if (wanted.work == Work::kPremultiplied) src.Premultiply();
+  if (wanted.work == Work::kPremultiplied || wanted.work == Work::kToStraight) src.Premultiply();
   if (wanted.sources == 2) src.MakeSecond();
   const Task task = {wanted.work, wanted.opaque, src, dst, wanted.scan};
   CompareResults(wanted, task);

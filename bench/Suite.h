@@ -12,19 +12,21 @@
 namespace pfbench {
 
 enum class Work {
-  kConvert,        // depth to depth, equal sizes
-  kDither,         // 16 to 8 bits with noise, equal sizes
-  kReplicate,      // the nearest pixel
-  kStraight,       // bilinear when enlarging, area average when reducing; colour weighted by alpha
-  kPremultiplied,  // the same, channels alike
-  kVisit,          // a caller's function on every pixel
-  kMaskInvert,     // full minus every value of a mask, in place
-  kMaskFade,       // every value of a mask times kBenchFade, in place
-  kMaskMerge,      // alpha of the destination times a mask, in place
-  kMaskBox,        // means of a mask along one direction
-  kMaskBell,       // bells of a mask along one direction
-  kMaskAdd,        // s + d - s d of two masks
-  kBlend           // cross-fades and painting
+  kConvert,          // depth to depth, equal sizes
+  kDither,           // 16 to 8 bits with noise, equal sizes
+  kReplicate,        // the nearest pixel
+  kStraight,         // bilinear when enlarging, area average when reducing; colour weighted by alpha
+  kPremultiplied,    // the same, channels alike
+  kToPremultiplied,  // colour times alpha
+  kToStraight,       // colour divided by alpha, of premultiplied pixels
+  kVisit,            // a caller's function on every pixel
+  kMaskInvert,       // full minus every value of a mask, in place
+  kMaskFade,         // every value of a mask times kBenchFade, in place
+  kMaskMerge,        // alpha of the destination times a mask, in place
+  kMaskBox,          // means of a mask along one direction
+  kMaskBell,         // bells of a mask along one direction
+  kMaskAdd,          // s + d - s d of two masks
+  kBlend             // cross-fades and painting
 };
 
 constexpr float kBenchFade = 0.99f;
@@ -116,6 +118,7 @@ void AddIterateCases(Size size, std::vector<Case>& cases);
 void AddMaskCases(Size size, std::vector<Case>& cases);
 void AddMaskScanCases(Size size, std::vector<Case>& cases);
 void AddBlendCases(Size size, std::vector<Case>& cases);
+void AddAlphaCases(Size size, std::vector<Case>& cases);
 // @}
 
 // Both sides times `factor`, to nearest.

@@ -35,6 +35,17 @@ void AddCrossFade(const Task& task, std::vector<Contender>& contenders) {
                         [=]() mutable { cv::addWeighted(first, 1 - kFadeRatio, second, kFadeRatio, 0, dst); }});
 }
 
+// Of 8-bit pixels with alpha last, the only ones that OpenCV does.
+void AddAlphaConvention(const Task& task, std::vector<Contender>& contenders) {
+  if (task.src.depth() != 8) return;
+  const bool divides = task.work == Work::kToStraight;
+  const auto pixels = AlphaLast(task.src, false);
+  contenders.push_back({divides ? "OpenCV COLOR_mRGBA2RGBA" : "OpenCV COLOR_RGBA2mRGBA", "", "",
+                        [pixels, divides, dst = Wrap(*pixels).clone()]() mutable {
+                          cv::cvtColor(Wrap(*pixels), dst, divides ? cv::COLOR_mRGBA2RGBA : cv::COLOR_RGBA2mRGBA);
+                        }});
+}
+
 // Values of a mask as a matrix of their own.
 cv::Mat AlphaOf(const Picture& picture) {
   cv::Mat alpha;
@@ -115,6 +126,10 @@ void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
       } else {
         AddResize(task, cv::INTER_AREA, "OpenCV INTER_AREA", less, "", contenders);
       }
+      break;
+    case Work::kToPremultiplied:
+    case Work::kToStraight:
+      AddAlphaConvention(task, contenders);
       break;
     case Work::kBlend:
       AddCrossFade(task, contenders);

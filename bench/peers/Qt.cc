@@ -52,6 +52,20 @@ void AddCrossFade(const Task& task, std::vector<Contender>& contenders) {
                         }});
 }
 
+void AddAlphaConvention(const Task& task, std::vector<Contender>& contenders) {
+  const bool divides = task.work == Work::kToStraight, is_8_bit = task.src.depth() == 8;
+  const Format& from = divides ? kPremultiplied : kStraight;
+  const Format& to = divides ? kStraight : kPremultiplied;
+  const std::shared_ptr<Picture> pixels = AlphaLast(task.src, true);
+  const QImage src = QImage(pixels->row<uchar>(0), pixels->width(), pixels->height(), pixels->row_bytes(),
+                            is_8_bit ? from.of8 : from.of16)
+                         .copy();
+  contenders.push_back({std::string(from.name) + " to " + (divides ? "straight" : "premultiplied"), "", kRemark,
+                        [src, format = is_8_bit ? to.of8 : to.of16] {
+                          if (src.convertToFormat(format).isNull()) throw std::runtime_error("Qt made no image");
+                        }});
+}
+
 void AddQt(const Task& task, std::vector<Contender>& contenders) {
   if (task.src.depth() == 32) return;
   switch (task.work) {
@@ -68,6 +82,10 @@ void AddQt(const Task& task, std::vector<Contender>& contenders) {
       } else {
         AddScaled(task, kPremultiplied, Qt::SmoothTransformation, "is given premultiplied pixels", contenders);
       }
+      break;
+    case Work::kToPremultiplied:
+    case Work::kToStraight:
+      AddAlphaConvention(task, contenders);
       break;
     case Work::kBlend:
       AddCrossFade(task, contenders);

@@ -120,6 +120,19 @@ void AddResize(const Task& task, const char* name, VipsKernel kernel, bool weigh
        }});
 }
 
+void AddAlphaConvention(const Task& task, std::vector<Contender>& contenders) {
+  const bool divides = task.work == Work::kToStraight;
+  contenders.push_back(
+      {divides ? "libvips unpremultiply" : "libvips premultiply", "", kRemark,
+       [src = std::make_shared<Source>(task.src), size = task.dst.size(), divides] {
+         const Image in = src->Open();
+         const double full = FullValue(src->depth);
+         const auto call = divides ? &vips_unpremultiply : &vips_premultiply;
+         Write(Cast(Step([&](VipsImage** out) { return call(in.get(), out, "max_alpha", full, nullptr); }), src->depth),
+               size);
+       }});
+}
+
 // Starts the library on one thread, without the memory of earlier results.
 bool Start() {
   if (vips_init("bench") != 0) Fail();
@@ -144,6 +157,10 @@ void AddLibvips(const Task& task, std::vector<Contender>& contenders) {
       break;
     case Work::kPremultiplied:
       AddResize(task, "libvips linear", VIPS_KERNEL_LINEAR, false, contenders);
+      break;
+    case Work::kToPremultiplied:
+    case Work::kToStraight:
+      AddAlphaConvention(task, contenders);
       break;
     default:
       break;

@@ -108,6 +108,18 @@ void AddMerge(const Task& task, std::vector<Contender>& contenders) {
                         }});
 }
 
+void AddAlphaConvention(const Task& task, std::vector<Contender>& contenders) {
+  if (task.src.depth() != 8) return;
+  const auto src = AlphaLast(task.src, false), dst = Like(task.dst);
+  const bool divides = task.work == Work::kToStraight;
+  const auto call = divides ? &libyuv::ARGBUnattenuate : &libyuv::ARGBAttenuate;
+  contenders.push_back({divides ? "libyuv ARGBUnattenuate" : "libyuv ARGBAttenuate",
+                        divides ? "lossy: reciprocals of 16 bits" : "lossy: one off in places", "", [=] {
+                          Must(call(src->row<std::uint8_t>(0), src->row_bytes(), dst->row<std::uint8_t>(0),
+                                    dst->row_bytes(), src->width(), src->height()));
+                        }});
+}
+
 std::string With(const std::string& less, const char* more) { return less.empty() ? more : less + "; " + more; }
 
 void AddLibyuv(const Task& task, std::vector<Contender>& contenders) {
@@ -127,6 +139,10 @@ void AddLibyuv(const Task& task, std::vector<Contender>& contenders) {
       } else {
         AddScale(task, libyuv::kFilterBox, "libyuv kFilterBox", With(less, "lossy: boxes of whole pixels"), contenders);
       }
+      break;
+    case Work::kToPremultiplied:
+    case Work::kToStraight:
+      AddAlphaConvention(task, contenders);
       break;
     case Work::kBlend:
       AddCrossFade(task, contenders);
