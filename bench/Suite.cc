@@ -54,7 +54,7 @@ void Compare(const Case& wanted, const Picture& expected, const Picture& actual,
 void CompareResults(const Case& wanted, const Task& task) {
   Picture expected(wanted.dst_size, wanted.dst_depth);
   expected.FillBytes(0x5A);
-  const Task reference = {task.work, task.opaque, task.src, expected, task.scan};
+  const Task reference = {task.work, task.opaque, task.src, expected, task.scan, task.laying};
   Call(wanted.begin, reference);
   RunPortable(wanted, reference);
   Call(wanted.end, reference);
@@ -114,7 +114,7 @@ Row RunCase(const Case& wanted, const Pace& pace) {
   src.FillNoise(wanted.opaque);
   if (wanted.work == Work::kPremultiplied || wanted.work == Work::kToStraight) src.Premultiply();
   if (wanted.sources == 2) src.MakeSecond();
-  const Task task = {wanted.work, wanted.opaque, src, dst, wanted.scan};
+  const Task task = {wanted.work, wanted.opaque, src, dst, wanted.scan, wanted.laying};
   CompareResults(wanted, task);
 
   Row row = {wanted, 0, 0, 0, 0, 0, {}};

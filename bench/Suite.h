@@ -26,7 +26,8 @@ enum class Work {
   kMaskBox,          // means of a mask along one direction
   kMaskBell,         // bells of a mask along one direction
   kMaskAdd,          // s + d - s d of two masks
-  kBlend             // cross-fades and painting
+  kBlend,            // cross-fades and painting
+  kTransfer          // a picture laid onto a copy of a second one by a transfer mode
 };
 
 constexpr float kBenchFade = 0.99f;
@@ -37,6 +38,12 @@ struct Scan {
   bool columns;
 };
 
+// Of kTransfer.
+struct Laying {
+  std::int32_t mode;
+  bool linear = false;  // in linear light
+};
+
 // What a contender is asked to do. The source is filled; the destination may be written by anybody.
 struct Task {
   Work work;
@@ -44,6 +51,7 @@ struct Task {
   Picture& src;
   Picture& dst;
   Scan scan = {};
+  Laying laying = {};
 
   bool Enlarges() const { return dst.width() > src.width(); }
 };
@@ -81,6 +89,7 @@ struct Case {
   // Bytes that a call reads plus those that it writes; 0: all of the sources and of the destination.
   std::size_t moved_bytes = 0;
   Scan scan = {};
+  Laying laying = {};
 
   std::string Name() const;
 };
@@ -118,6 +127,7 @@ void AddIterateCases(Size size, std::vector<Case>& cases);
 void AddMaskCases(Size size, std::vector<Case>& cases);
 void AddMaskScanCases(Size size, std::vector<Case>& cases);
 void AddBlendCases(Size size, std::vector<Case>& cases);
+void AddTransferCases(Size size, std::vector<Case>& cases);
 void AddAlphaCases(Size size, std::vector<Case>& cases);
 // @}
 

@@ -5,6 +5,8 @@
 #include <memory>
 #include <stdexcept>
 
+#include "Bands.h"
+#include "PF/PF_TransferModes.h"
 #include "peers/Peers.h"
 
 namespace pfbench {
@@ -66,6 +68,44 @@ void AddAlphaConvention(const Task& task, std::vector<Contender>& contenders) {
                         }});
 }
 
+QPainter::CompositionMode ModeOf(std::int32_t mode) {
+  switch (mode) {
+    case PF_Xfer_Multiply:
+      return QPainter::CompositionMode_Multiply;
+    case PF_Xfer_Screen:
+      return QPainter::CompositionMode_Screen;
+    case PF_Xfer_HardLight:
+      return QPainter::CompositionMode_HardLight;
+    default:
+      return QPainter::CompositionMode_SourceOver;
+  }
+}
+
+void AddLaying(const Task& task, std::vector<Contender>& contenders) {
+  const std::int32_t mode = task.laying.mode;
+  const bool premultiplied = mode == PF_Xfer_PremulOntoPremul;
+  const bool known = premultiplied || mode == PF_Xfer_Over || mode == PF_Xfer_Multiply || mode == PF_Xfer_Screen ||
+                     mode == PF_Xfer_HardLight;
+  if (!known || task.laying.linear) return;
+  const Format& format = premultiplied ? kPremultiplied : kStraight;
+  const QImage::Format of = task.src.depth() == 8 ? format.of8 : format.of16;
+  struct Pictures {
+    std::shared_ptr<Picture> src, base, dst;
+  };
+  const Pictures p = {AlphaLast(task.src, true), AlphaLast(*task.src.second, true),
+                      std::make_shared<Picture>(task.dst.size(), task.dst.depth())};
+  contenders.push_back(
+      {std::string("Qt drawImage") + (premultiplied ? ", premultiplied" : ""), "", "16 bits: full value 65535", [=] {
+         ForBands(*p.base, *p.dst, [&](std::int32_t y, std::int32_t rows) {
+           const QImage src(p.src->row<uchar>(y), p.src->width(), rows, p.src->row_bytes(), of);
+           QImage dst(p.dst->row<uchar>(y), p.dst->width(), rows, p.dst->row_bytes(), of);
+           QPainter painter(&dst);
+           painter.setCompositionMode(ModeOf(mode));
+           painter.drawImage(0, 0, src);
+         });
+       }});
+}
+
 void AddQt(const Task& task, std::vector<Contender>& contenders) {
   if (task.src.depth() == 32) return;
   switch (task.work) {
@@ -89,6 +129,9 @@ void AddQt(const Task& task, std::vector<Contender>& contenders) {
       break;
     case Work::kBlend:
       AddCrossFade(task, contenders);
+      break;
+    case Work::kTransfer:
+      AddLaying(task, contenders);
       break;
     default:
       break;

@@ -8,6 +8,8 @@
 #include <memory>
 #include <stdexcept>
 
+#include "Bands.h"
+#include "PF/PF_TransferModes.h"
 #include "peers/Peers.h"
 
 namespace pfbench {
@@ -122,6 +124,35 @@ void AddAlphaConvention(const Task& task, std::vector<Contender>& contenders) {
 
 std::string With(const std::string& less, const char* more) { return less.empty() ? more : less + "; " + more; }
 
+// Multiplied by alpha, laid over and divided again, each step rounded or truncated to 8 bits.
+void AddLaying(const Task& task, std::vector<Contender>& contenders) {
+  const bool premultiplied = task.laying.mode == PF_Xfer_PremulOntoPremul;
+  if (task.src.depth() != 8 || task.laying.linear || (task.laying.mode != PF_Xfer_Over && !premultiplied)) return;
+  const Picture* src = &task.src;
+  struct Pictures {
+    std::shared_ptr<Picture> src, base, dst;
+  };
+  const Pictures p = {AlphaLast(task.src, false), AlphaLast(*task.src.second, false), Like(task.dst)};
+  const auto above = Like(task.dst);
+  contenders.push_back(
+      {premultiplied ? "libyuv ARGBBlend" : "libyuv Attenuate, Blend, Unattenuate",
+       premultiplied ? "lossy: truncates; alpha becomes full" : "lossy: 8 bits between the steps; alpha becomes full",
+       "", [=] {
+         ForBands(*p.base, *p.dst, [&](std::int32_t y, std::int32_t rows) {
+           const std::int32_t width = src->width(), stride = src->row_bytes();
+           auto* d = p.dst->row<std::uint8_t>(y);
+           const std::uint8_t* s = p.src->row<std::uint8_t>(y);
+           if (!premultiplied) {
+             Must(libyuv::ARGBAttenuate(s, stride, above->row<std::uint8_t>(y), stride, width, rows));
+             Must(libyuv::ARGBAttenuate(d, stride, d, stride, width, rows));
+             s = above->row<std::uint8_t>(y);
+           }
+           Must(libyuv::ARGBBlend(s, stride, d, stride, d, stride, width, rows));
+           if (!premultiplied) Must(libyuv::ARGBUnattenuate(d, stride, d, stride, width, rows));
+         });
+       }});
+}
+
 void AddLibyuv(const Task& task, std::vector<Contender>& contenders) {
   const std::string less = LessForAlikeChannels(task);
   switch (task.work) {
@@ -152,6 +183,9 @@ void AddLibyuv(const Task& task, std::vector<Contender>& contenders) {
       break;
     case Work::kMaskMerge:
       AddMerge(task, contenders);
+      break;
+    case Work::kTransfer:
+      AddLaying(task, contenders);
       break;
     default:
       break;
