@@ -15,6 +15,8 @@ struct OfIntegers {
   using R = T;
   static constexpr bool kFloat = false;
 
+  static constexpr double kCube = 1.0 * kFullValue * kFullValue * kFullValue;
+
   static R Full() { return R(kFullValue); }
   static R Unit() { return R(1.0 / kFullValue); }
 
@@ -79,33 +81,53 @@ enum class Neutral { kBlack, kGrey, kWhite };
 
 template <class Rule, Neutral kNeutral>
 struct OnNeutral : Mode {
+  static constexpr bool kRaw = true;
+
   template <class R>
   static R NeutralOf() {
     return R(kNeutral == Neutral::kBlack ? 0.0 : kNeutral == Neutral::kGrey ? 0.5 : 1.0);
   }
 
-  // What blending changes the background by; `offset` is the background's distance from neutral.
   template <class A, class R = typename A::R>
-  static R Change(R cs, R cb, R) {
-    return Rule::Blend(cs, cb) - cb;
-  }
-
-  template <class A, class R = typename A::R>
-  static R Channel(R cs, R as, R cd, R ad, const typename A::Divider& by_union) {
+  static R FloatChannel(R cs, R as, R cd, R ad, const typename A::Divider& by_union) {
     const R neutral = NeutralOf<R>();
     const R offset = (cd - neutral) * ad;
     const R cb = kNeutral == Neutral::kBlack ? offset : A::Pin(ad == R(1), cd, neutral + offset);
-    const R mix = offset + as * Rule::template Change<A>(cs, cb, offset);
+    const R blend = Rule::Blend(cs, cb);
+    const R mix = offset + as * (blend - cb);
     const R off = kNeutral == Neutral::kWhite ? R(1) - by_union(R(0) - mix) : neutral + by_union(mix);
-    return A::kFloat ? A::Pin(as == R(1), Rule::Blend(cs, cb), off) : off;
+    return A::Pin(as == R(1), blend, off);
+  }
+
+  // What blending changes the background b by; `offset` is the distance of b from neutral.
+  template <class R>
+  static R Change(R s, R b, R) {
+    return Rule::Blend(s, b) - b;
+  }
+
+  // Channels on the scale of the depth; a_d is divided by it once more, by_union is it divided by the union alpha.
+  template <class A, class R = typename A::R>
+  static R IntegerChannel(R cs, R as, R cd, R ad, R by_union) {
+    const R neutral = NeutralOf<R>(), full_neutral = neutral * A::Full();
+    const R offset = kNeutral == Neutral::kBlack ? cd * ad : (cd - full_neutral) * ad;
+    const R cb = kNeutral == Neutral::kBlack ? offset : neutral + offset;
+    const R mix = offset + as * Rule::Change(cs * A::Unit(), cb, offset);
+    return kNeutral == Neutral::kBlack ? mix * by_union : full_neutral + mix * by_union;
   }
 
   template <class A, class R = typename A::R>
   static Quad<R> Apply(const Quad<R>& s, const Quad<R>& d) {
-    const R alpha = A::Union(s.a, d.a);
-    const auto by_union = A::By(alpha);
-    return {A::Pin(s.a == R(1), R(1), alpha), Channel<A>(s.r, s.a, d.r, d.a, by_union),
-            Channel<A>(s.g, s.a, d.g, d.a, by_union), Channel<A>(s.b, s.a, d.b, d.a, by_union)};
+    if constexpr (A::kFloat) {
+      const R alpha = A::Union(s.a, d.a);
+      const auto by_union = A::By(alpha);
+      return {A::Pin(s.a == R(1), R(1), alpha), FloatChannel<A>(s.r, s.a, d.r, d.a, by_union),
+              FloatChannel<A>(s.g, s.a, d.g, d.a, by_union), FloatChannel<A>(s.b, s.a, d.b, d.a, by_union)};
+    } else {
+      const R divisor = A::Full() * s.a + d.a * (A::Full() - s.a);  // the union alpha times full squared
+      const R by_union = R(A::kCube) / divisor, as = s.a * A::Unit(), ad = d.a * (A::Unit() * A::Unit());
+      return {divisor * A::Unit(), IntegerChannel<A>(s.r, as, d.r, ad, by_union),
+              IntegerChannel<A>(s.g, as, d.g, ad, by_union), IntegerChannel<A>(s.b, as, d.b, ad, by_union)};
+    }
   }
 };
 
@@ -113,21 +135,35 @@ struct OnNeutral : Mode {
 // the mode's Blend(c_s, c_d) shows where both are.
 template <class Rule>
 struct Overlap : Mode {
+  static constexpr bool kRaw = true;
+
   template <class A, class R = typename A::R>
-  static R Channel(R cs, R as, R cd, R ad, R only_s, R only_d, R both, const typename A::Divider& by_union) {
+  static R FloatChannel(R cs, R as, R cd, R ad, R only_s, R only_d, R both, const typename A::Divider& by_union) {
     const R blend = Rule::Blend(cs, cd);
-    const R mix = by_union(only_s * cs + only_d * cd + both * blend);
-    return A::kFloat ? A::Pin(as == R(1), cs + (blend - cs) * ad, mix) : mix;
+    return A::Pin(as == R(1), cs + (blend - cs) * ad, by_union(only_s * cs + only_d * cd + both * blend));
+  }
+
+  template <class A, class R = typename A::R>
+  static R IntegerChannel(R cs, R cd, R only_s, R only_d, R both, R by_union) {
+    const R blend = Rule::Blend(cs * A::Unit(), cd * A::Unit());
+    return (only_s * cs + only_d * cd + both * blend) * by_union;
   }
 
   template <class A, class R = typename A::R>
   static Quad<R> Apply(const Quad<R>& s, const Quad<R>& d) {
-    const R alpha = A::Union(s.a, d.a);
-    const auto by_union = A::By(alpha);
-    const R only_s = s.a * (R(1) - d.a), only_d = d.a * (R(1) - s.a), both = s.a * d.a;
-    return {A::Pin(s.a == R(1), R(1), alpha), Channel<A>(s.r, s.a, d.r, d.a, only_s, only_d, both, by_union),
-            Channel<A>(s.g, s.a, d.g, d.a, only_s, only_d, both, by_union),
-            Channel<A>(s.b, s.a, d.b, d.a, only_s, only_d, both, by_union)};
+    const R only_s = s.a * (A::Full() - d.a), only_d = d.a * (A::Full() - s.a), both = s.a * d.a;
+    if constexpr (A::kFloat) {
+      const R alpha = A::Union(s.a, d.a);
+      const auto by_union = A::By(alpha);
+      return {A::Pin(s.a == R(1), R(1), alpha), FloatChannel<A>(s.r, s.a, d.r, d.a, only_s, only_d, both, by_union),
+              FloatChannel<A>(s.g, s.a, d.g, d.a, only_s, only_d, both, by_union),
+              FloatChannel<A>(s.b, s.a, d.b, d.a, only_s, only_d, both, by_union)};
+    } else {
+      const R divisor = A::Full() * s.a + only_d, by_union = R(1) / divisor, scaled = both * A::Full();
+      return {divisor * A::Unit(), IntegerChannel<A>(s.r, d.r, only_s, only_d, scaled, by_union),
+              IntegerChannel<A>(s.g, d.g, only_s, only_d, scaled, by_union),
+              IntegerChannel<A>(s.b, d.b, only_s, only_d, scaled, by_union)};
+    }
   }
 };
 

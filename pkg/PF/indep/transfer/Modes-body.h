@@ -59,6 +59,10 @@ struct AddMode : OnNeutral<AddMode, Neutral::kBlack> {
   static R Blend(R s, R b) {
     return s + b;
   }
+  template <class R>
+  static R Change(R s, R, R) {
+    return s;
+  }
 };
 
 struct MultiplyMode : OnNeutral<MultiplyMode, Neutral::kWhite> {
@@ -75,6 +79,10 @@ struct ScreenMode : OnNeutral<ScreenMode, Neutral::kBlack> {
   static R Blend(R s, R b) {
     return R(1) - (R(1) - s) * (R(1) - b);
   }
+  template <class R>
+  static R Change(R s, R b, R) {
+    return s * (R(1) - b);
+  }
 };
 
 struct OverlayMode : OnNeutral<OverlayMode, Neutral::kGrey> {
@@ -82,6 +90,11 @@ struct OverlayMode : OnNeutral<OverlayMode, Neutral::kGrey> {
   template <class R>
   static R Blend(R s, R b) {
     return Select(b < R(0.5), R(2) * s * b, R(1) - R(2) * (R(1) - b) * (R(1) - s));
+  }
+  // (2 s - 1) b below grey, (2 s - 1) (1 - b) above.
+  template <class R>
+  static R Change(R s, R, R offset) {
+    return (R(2) * s - R(1)) * (R(0.5) - Abs(offset));
   }
 };
 
@@ -103,6 +116,12 @@ struct HardLightMode : OnNeutral<HardLightMode, Neutral::kGrey> {
   template <class R>
   static R Blend(R s, R b) {
     return Select(s >= R(0.5), b + (R(2) * s - R(1)) * (R(1) - b), b * R(2) * s);
+  }
+  // t (1 - b) for t = 2 s - 1 >= 0, t b below.
+  template <class R>
+  static R Change(R s, R, R offset) {
+    const R t = R(2) * s - R(1);
+    return R(0.5) * t - Abs(t) * offset;
   }
 };
 
@@ -246,9 +265,8 @@ struct ColorBurnMode : OnNeutral<ColorBurnMode, Neutral::kWhite> {
     return Select(none, R(0), R(1) - Quotient(none, R(0), R(1) - b, s));
   }
   // A background near white over a small source needs its distance from white as it is.
-  template <class A, class R = typename A::R>
+  template <class R>
   static R Change(R s, R b, R offset) {
-    if constexpr (A::kFloat) return Blend(s, b) - b;
     const auto none = IsTiny(s);
     return Select(none, R(0) - b, Quotient(none, R(0), offset, s) - offset);
   }
@@ -259,6 +277,10 @@ struct ExclusionMode : OnNeutral<ExclusionMode, Neutral::kBlack> {
   template <class R>
   static R Blend(R s, R b) {
     return s + b - R(2) * s * b;
+  }
+  template <class R>
+  static R Change(R s, R b, R) {
+    return s * (R(1) - R(2) * b);
   }
 };
 
