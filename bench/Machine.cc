@@ -12,7 +12,7 @@
 namespace pfbench {
 namespace {
 
-constexpr std::array kKnownPeers = {"OpenCV", "Qt", "libvips", "libyuv", "zimg"};
+constexpr std::array kKnownPeers = {"Little CMS", "OpenCV", "Qt", "libvips", "libyuv", "pixman", "zimg"};
 
 std::string CpuName() {
   std::ifstream info("/proc/cpuinfo");

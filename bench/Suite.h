@@ -27,7 +27,8 @@ enum class Work {
   kMaskBell,         // bells of a mask along one direction
   kMaskAdd,          // s + d - s d of two masks
   kBlend,            // cross-fades and painting
-  kTransfer          // a picture laid onto a copy of a second one by a transfer mode
+  kTransfer,         // a picture laid onto a copy of a second one by a transfer mode
+  kColour            // from one profile to another
 };
 
 constexpr float kBenchFade = 0.99f;
@@ -128,6 +129,7 @@ void AddMaskCases(Size size, std::vector<Case>& cases);
 void AddMaskScanCases(Size size, std::vector<Case>& cases);
 void AddBlendCases(Size size, std::vector<Case>& cases);
 void AddTransferCases(Size size, std::vector<Case>& cases);
+void AddColorCases(Size size, std::vector<Case>& cases);
 void AddAlphaCases(Size size, std::vector<Case>& cases);
 // @}
 

@@ -37,8 +37,9 @@ Size ParseSize(const std::string& text) {
 
 std::vector<Case> WantedCases(const Options& options) {
   std::vector<Case> cases;
-  for (const auto add : {&AddConvertCases, &AddDraftCases, &AddEnlargeCases, &AddReduceCases, &AddIterateCases,
-                         &AddMaskCases, &AddMaskScanCases, &AddBlendCases, &AddAlphaCases, &AddTransferCases}) {
+  for (const auto add :
+       {&AddConvertCases, &AddDraftCases, &AddEnlargeCases, &AddReduceCases, &AddIterateCases, &AddMaskCases,
+        &AddMaskScanCases, &AddBlendCases, &AddAlphaCases, &AddTransferCases, &AddColorCases}) {
     for (const std::string& size : options.sizes) add(ParseSize(size), cases);
   }
   std::erase_if(cases, [&](const Case& one) {

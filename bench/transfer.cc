@@ -27,13 +27,21 @@ PF_Err LayBands(Picture& src, Picture& dst, const PF_TransferParams& params) {
 }
 
 template <std::int32_t kMode, bool kLinear>
-PF_Err Installed(Picture& src, Picture& dst) {
-  return LayBands(src, dst, {kMode, 0, 1.0f, kLinear ? &Light() : nullptr, nullptr, {0, 0}});
+PF_TransferParams Params() {
+  return {kMode, 0, 1.0f, kLinear ? &Light() : nullptr, nullptr, {0, 0}};
 }
+
 template <std::int32_t kMode, bool kLinear>
 PF_Err Own(Picture& src, Picture& dst) {
   const OnCallingThread own;
-  return Installed<kMode, kLinear>(src, dst);
+  return LayBands(src, dst, Params<kMode, kLinear>());
+}
+// The library shares rows out by itself, so the whole picture at once.
+template <std::int32_t kMode, bool kLinear>
+PF_Err Installed(Picture& src, Picture& dst) {
+  const PF_TransferParams params = Params<kMode, kLinear>();
+  for (std::int32_t y = 0; y < dst.height(); ++y) std::memcpy(dst.row(y), src.second->row(y), dst.used_row_bytes());
+  return PF_TransferRect(nullptr, &params, src.record(), nullptr, dst.record(), nullptr);
 }
 
 // Opacity and an 8-bit mask: the source's own alpha once more.

@@ -79,7 +79,7 @@ void AddLoops(const Task& task, std::vector<Contender>& contenders) {
   }
 }
 
-const PeerRegistration kRegistration({"plain loop", "1", &AddLoops});
+const PeerRegistration kRegistration({"plain loop", "", &AddLoops});
 
 }  // namespace
 }  // namespace pfbench

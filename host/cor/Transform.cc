@@ -12,12 +12,15 @@
 #include "cor/Layouts.h"
 #include "cor/Profile.h"
 #include "cor/Shaper.h"
+#include "threaded/Parts.h"
 
 namespace pfhost {
 namespace {
 
 // Pixels of a run that stay in the first-level cache as floats.
 constexpr std::uint64_t kRun = 512;
+// Pixels that a thread takes at once.
+constexpr std::uint64_t kPart = 65536;
 // Pixels that the colour library is given at once.
 constexpr std::uint64_t kLongRun = std::uint64_t{1} << 24;
 
@@ -195,8 +198,19 @@ U_Err COR_ApplyTransform(COR_XCE_Transform transform, XCE_Layout source_layout, 
                          XCE_Layout destination_layout, void* destination, std::uint64_t count) {
   if (transform == nullptr) return XCE_ERR_BAD_PARAMETER;
   if (count > 0 && (source == nullptr || destination == nullptr)) return XCE_ERR_BAD_PARAMETER;
-  return pfhost::EngineCall([&] {
-    transform->Apply(pfhost::IndexOf(source_layout), static_cast<const std::byte*>(source),
-                     pfhost::IndexOf(destination_layout), static_cast<std::byte*>(destination), count);
-  });
+  const auto apply = [&](std::uint64_t first, std::uint64_t pixels) {
+    return pfhost::EngineCall([&] {
+      const pfhost::LayoutIndex from = pfhost::IndexOf(source_layout), to = pfhost::IndexOf(destination_layout);
+      transform->Apply(from, static_cast<const std::byte*>(source) + first * pfhost::kTraits[from].pixel_bytes, to,
+                       static_cast<std::byte*>(destination) + first * pfhost::kTraits[to].pixel_bytes, pixels);
+    });
+  };
+  if (count < 2 * pfhost::kPart || U_GetNumThreads() < 2) return apply(0, count);
+  // Pixels are independent, so long runs are shared out.
+  const auto parts = static_cast<std::int64_t>((count + pfhost::kPart - 1) / pfhost::kPart);
+  const auto part = [&](std::int32_t, std::int64_t i) {
+    const std::uint64_t first = static_cast<std::uint64_t>(i) * pfhost::kPart;
+    return apply(first, std::min(pfhost::kPart, count - first));
+  };
+  return pfhost::RunParts(parts, part, [] { return U_Err{0}; });
 }
