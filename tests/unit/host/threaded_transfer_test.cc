@@ -1,7 +1,10 @@
-// After: rows that are laid twice or not at all when several threads share them, and bits that depend on how many.
+// After: rows that are laid twice or not at all when several threads share them, and bits that depend on how many or
+// on the vector target.
 #include "PF/PF_Compositing.h"
 #include "Support.h"
+#include "lifecycle/Globals.h"
 #include "support/LightTables.h"
+#include "support/Targets.h"
 #include "support/TestMask.h"
 
 namespace {
@@ -9,15 +12,16 @@ namespace {
 using pftest::Random;
 using pftest::TestWorld;
 
-std::vector<std::vector<std::byte>> Results(std::int32_t threads) {
+std::vector<std::vector<std::byte>> Results(std::int32_t threads, bool portable = false) {
   const pftest::RunningHost host(threads);
+  pf::g_kernels.Set(portable ? pf::kPortableKernels : pf::VectorKernels());
   const PF_LinearBlendingTables tables = pftest::LightTables(2.2);
   std::vector<std::vector<std::byte>> results;
   for (const std::int32_t depth : {8, 16, 32}) {
     Random random(5);
-    TestWorld src(depth, 250, 211, 16), dst(depth, 260, 230, 8);
+    TestWorld src(depth, 67, 131, 16), dst(depth, 70, 140, 8);
     src.Fill(random, TestWorld::kSparse);
-    pftest::TestMask mask(8, 240, 200, random);
+    pftest::TestMask mask(8, 60, 125, random);
     for (std::int32_t mode = -3; mode < PF_Xfer_COUNT; ++mode) {
       if (mode == -1) continue;
       dst.Fill(random, TestWorld::kRandom);
@@ -30,9 +34,11 @@ std::vector<std::vector<std::byte>> Results(std::int32_t threads) {
   return results;
 }
 
-TEST(ThreadedTransfer, EveryNumberOfThreadsGivesTheSameBits) {
-  const auto expected = Results(1);
-  for (const std::int32_t threads : {2, 7}) EXPECT_TRUE(Results(threads) == expected) << threads;
+TEST(ThreadedTransfer, EveryNumberOfThreadsAndEveryVectorTargetGiveTheSameBits) {
+  const auto expected = Results(1, true);
+  pftest::ForEachTarget([&] {
+    for (const std::int32_t threads : {1, 2, 7}) EXPECT_TRUE(Results(threads) == expected) << threads;
+  });
 }
 
 }  // namespace
