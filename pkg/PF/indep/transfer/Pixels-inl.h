@@ -10,6 +10,7 @@
 #include <hwy/highway.h>
 
 #include "pixel/Depth.h"
+#include "simd/MaskMath-inl.h"
 #include "simd/Saturate-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -71,9 +72,8 @@ struct Pixels<PF_Pixel8> {
 
   HWY_INLINE static V32 Scaled(V32 v, V32 opacity) {
     const hn::Repartition<std::uint16_t, D32> d16;
-    const V32 product = hn::BitCast(D32(), hn::Mul(hn::BitCast(d16, v), hn::BitCast(d16, opacity)));
-    const V32 t = hn::Add(product, hn::Set(D32(), 128));
-    return hn::ShiftRight<8>(hn::Add(t, hn::ShiftRight<8>(t)));
+    const auto product = hn::Mul(hn::BitCast(d16, v), hn::BitCast(d16, opacity));
+    return hn::BitCast(D32(), DivideBy255(d16, product));
   }
 };
 
