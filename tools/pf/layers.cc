@@ -38,7 +38,8 @@ void AddBlendOptions(CLI::App& app, BlendOptions* options) {
   each("--mode", &options->modes, "NAME|NUMBER", "Transfer mode, see 'pf modes'; without it over");
   each("--opacity", &options->opacities, "O", "0 to 1; without it 1");
   each("--mask", &options->masks, "MASK", "Coverage of the layer: a mask, placed as the layer is");
-  each("--at", &options->places, "X,Y", "Where the layer's top left pixel lies in the base; without it 0,0");
+  each(options->place_option, &options->places, "X,Y",
+       "Where the layer's top left pixel lies in the base; without it 0,0");
   AddChannelOption(app, &options->mask_channel);
   AddLightOptions(app, &options->light);
   AddDepthOption(app, &options->depth, "Bits per channel to work with and to write; without it the deepest picture's");
@@ -50,14 +51,14 @@ std::vector<LayerPlan> PlanLayers(const BlendOptions& options) {
   CheckCount("--mode", options.modes, layers);
   CheckCount("--opacity", options.opacities, layers);
   CheckCount("--mask", options.masks, layers);
-  CheckCount("--at", options.places, layers);
+  CheckCount(options.place_option, options.places, layers);
   std::vector<LayerPlan> plan(layers);
   for (std::size_t i = 0; i < layers; ++i) {
     plan[i].mode = options.modes.empty() ? &ModeOf(2) : &ParseMode(ValueFor(options.modes, i));
     if (!options.opacities.empty()) {
       plan[i].opacity = static_cast<float>(ParseNumber("--opacity", ValueFor(options.opacities, i), 0, 1));
     }
-    if (!options.places.empty()) plan[i].at = ParsePoint("--at", ValueFor(options.places, i));
+    if (!options.places.empty()) plan[i].at = ParsePoint(options.place_option, ValueFor(options.places, i));
     if (!options.masks.empty()) plan[i].mask = ValueFor(options.masks, i);
   }
   return plan;
@@ -107,14 +108,23 @@ int WorkingDepth(const std::vector<LoadedPicture>& pictures, int asked) {
   return depth;
 }
 
-void LayOnto(LoadedPicture* base, LoadedPicture* layer, const LayerPlan& plan, const PF_UnoBuffer* mask,
-             const PF_LinearBlendingTables* tables, Reporter* reporter) {
+void BringFor(const LayerPlan& plan, LoadedPicture* base, LoadedPicture* layer, Reporter* reporter) {
   const std::int32_t mode = plan.mode->number;
   const int depth = base->world->Depth();
   Bring(base, depth, TakesPremultiplied(mode) ? Alpha::kPremultiplied : Alpha::kStraight, reporter);
   if (TakesPremultipliedSource(mode)) Bring(layer, depth, Alpha::kPremultiplied, reporter);
+}
+
+bool DividesLayer(const LayerPlan& plan, const LoadedPicture& layer) {
+  return layer.alpha == Alpha::kPremultiplied && !TakesPremultipliedSource(plan.mode->number);
+}
+
+void LayOnto(LoadedPicture* base, LoadedPicture* layer, const LayerPlan& plan, const PF_UnoBuffer* mask,
+             const PF_LinearBlendingTables* tables, Reporter* reporter) {
+  const std::int32_t mode = plan.mode->number;
+  BringFor(plan, base, layer, reporter);
   const PF_TransferParams params = {
-      mode, layer->alpha == Alpha::kPremultiplied ? 1 : 0, plan.opacity, tables, mask, {plan.at.x, plan.at.y}};
+      mode, DividesLayer(plan, *layer) ? 1 : 0, plan.opacity, tables, mask, {plan.at.x, plan.at.y}};
   const M_LPoint at = {plan.at.x, plan.at.y};
   const PF_LayerDef from = RecordOf(*layer->world);
   PF_LayerDef to = RecordOf(*base->world);

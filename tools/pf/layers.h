@@ -23,8 +23,9 @@ struct BlendOptions {
   LightOptions light;
   ReadOptions read;
   int depth = 0;
+  const char* place_option = "--at";  ///< what `places` are called
 };
-/// All but the output.
+/// All but the output. `place_option` is read.
 void AddBlendOptions(CLI::App& app, BlendOptions* options);
 
 /// One layer, with everything parsed.
@@ -51,6 +52,11 @@ LoadedPicture LoadPicture(const InputName& input, const ReadOptions& options, Re
 void Bring(LoadedPicture* picture, int depth, Alpha alpha, Reporter* reporter);
 /// The depth that a stack of pictures is composed at.
 int WorkingDepth(const std::vector<LoadedPicture>& pictures, int asked);
+
+/// Brings both to the conventions of alpha that the layer's mode takes.
+void BringFor(const LayerPlan& plan, LoadedPicture* base, LoadedPicture* layer, Reporter* reporter);
+/// Whether the compositor divides the layer's colours by their alpha before the mode.
+bool DividesLayer(const LayerPlan& plan, const LoadedPicture& layer);
 
 /// Lays one layer onto the base; both are brought to what the mode takes.
 void LayOnto(LoadedPicture* base, LoadedPicture* layer, const LayerPlan& plan, const PF_UnoBuffer* mask,

@@ -77,6 +77,7 @@ Verb CompareVerb();
 Verb FadeVerb();
 Verb BlendVerb();
 Verb ModesVerb();
+Verb ExplainVerb();
 Verb MaskMakeVerb();
 Verb MaskInvertVerb();
 Verb MaskFadeVerb();
