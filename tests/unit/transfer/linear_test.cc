@@ -73,15 +73,14 @@ bool CopiesWhole(int mode) { return mode == 0 || mode == 2 || mode == 22 || mode
 
 // The dispatch in linear light around the plain functions.
 template <class P>
-P ReferenceInLinearLight(int mode, const PF_LinearBlendingTables& t, P s, pf::ChannelOf<P> opacity, const P& d) {
-  s.alpha = ReferenceScaled(s.alpha, opacity);
+P ReferenceInLinearLight(int mode, const PF_LinearBlendingTables& t, P s, pf::ChannelOf<P> opacity,
+                         pf::ChannelOf<P> opacity2, const P& d) {
+  s.alpha = ReferenceScaled(ReferenceScaled(s.alpha, opacity), opacity2);
   if (s.alpha == 0) return d;
   LinearPixel<P> linear_s = ToLinear(t, s), linear_d = ToLinear(t, d);
-  if (mode == 21) {
-    const auto alpha = linear_s.alpha;
-    linear_s = ReferenceSource(mode, linear_s, WidenedAlpha<P>(opacity));
-    linear_s.alpha = alpha;
-  }
+  const auto alpha = linear_s.alpha;
+  for (const auto scale : {opacity, opacity2}) linear_s = ReferenceSource(mode, linear_s, WidenedAlpha<P>(scale));
+  linear_s.alpha = alpha;
   const LinearPixel<P> r = Transferred(mode, linear_s, linear_d);
   if (CopiesWhole(mode) && SameBits(r, linear_s)) return s;
   P out = d;
@@ -101,13 +100,16 @@ void ExpectTheDispatch() {
         P s, d;
         AnyPair(random, s, d);
         const auto opacity = i % 2 == 0 ? kFull<P> : EdgeOrAny<P>(random);
+        const auto opacity2 = i % 3 == 0 ? kFull<P> : EdgeOrAny<P>(random);
         P by_one = d, by_two = d;
         TransferTables<P>::opacity(mode)(&s, &t, opacity, &by_one);
-        TransferTables<P>::opacity2(mode)(&s, &t, opacity, kFull<P>, &by_two);
-        const P want = ReferenceInLinearLight(mode, t, s, opacity, d);
-        ASSERT_TRUE(SameBits(by_one, want) && SameBits(by_two, want))
-            << "mode " << mode << ", gamma " << t.gamma << ", opacity " << +opacity << ", s " << TextOf(s) << ", d "
-            << TextOf(d) << ", got " << TextOf(by_one) << " for " << TextOf(want);
+        TransferTables<P>::opacity2(mode)(&s, &t, opacity, opacity2, &by_two);
+        const P want_one = ReferenceInLinearLight(mode, t, s, opacity, kFull<P>, d);
+        const P want_two = ReferenceInLinearLight(mode, t, s, opacity, opacity2, d);
+        ASSERT_TRUE(SameBits(by_one, want_one) && SameBits(by_two, want_two))
+            << "mode " << mode << ", gamma " << t.gamma << ", opacities " << +opacity << " and " << +opacity2 << ", s "
+            << TextOf(s) << ", d " << TextOf(d) << ", got " << TextOf(by_one) << " and " << TextOf(by_two) << " for "
+            << TextOf(want_one) << " and " << TextOf(want_two);
         ASSERT_TRUE(opacity != kFull<P> || SameBits(Transferred(mode, s, d, &t), by_one)) << "mode " << mode;
       }
     }
@@ -180,7 +182,8 @@ TEST(LinearLight, PowersAreNearWithinTwoUnitsInTheLastPlace) {
       PF_PixelFloat out = {};
       pf::kPortableLinearLightKernels.of_float.to_linear(&in, &out, 1, t);
       worst = std::max(worst, UnitsOff(out.red, ReferencePower(v, exponent)));
-      ASSERT_LE(worst, 2) << v << " to the power " << exponent << " gave " << out.red;
+      // Callers may count on 2; the series leave next to nothing of it.
+      ASSERT_LE(worst, 0.51) << v << " to the power " << exponent << " gave " << out.red;
       ASSERT_TRUE(out.green == -out.red && out.alpha == -3.0f) << v;
     }
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
