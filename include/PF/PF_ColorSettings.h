@@ -192,7 +192,7 @@ PF_EXPORT PF_Err PF_ConvertProfileToProfile(XCE_ProfileCode from, XCE_ProfileCod
 /// Converts a world into another world's depth by the rules of PF_World::CopyRectPossiblyDifferentBitdepth, without
 /// dither; what lies outside either is left alone.
 /// \param tables those of the settings in force, or null; values do not depend on it.
-/// \return 0; 516, reported, for null worlds; 3, reported, for an unknown depth.
+/// \return 0; 516, reported, for null worlds and worlds without pixels; 3, reported, for an unknown depth.
 PF_EXPORT PF_Err PF_DepthConvertWorld(const PF_LinearBlendingTables* tables, const PF_World* source,
                                       PF_World* destination);
 /// @}

@@ -17,6 +17,7 @@
 #ifndef PF_COMPOSITING_H
 #define PF_COMPOSITING_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "PF/PF_Errors.h"
@@ -30,13 +31,18 @@
 struct PF_TransferParams {
   std::int32_t mode;           ///< PF_Xfer_*: -3 to 40 except -1
   std::int32_t premultiplied;  ///< not 0: the source's colour is premultiplied; it is divided by its alpha (as
-                               ///< PF_WorldX::Unmultiply) before the mode. Modes -3, -2 and 21 take it as it is
+                               ///< PF_WorldX::Unmultiply) before the mode. Modes -3, -2 and 21 take it as it is, in
+                               ///< linear light through the same curve
   float opacity;               ///< 0..1, limited; integer depths: trunc(opacity * full + 1/2). NaN gives 516
   const PF_LinearBlendingTables* linear;  ///< blend in linear light; null: on stored values
-  const PF_UnoBuffer* mask;  ///< coverage that scales alpha after the opacity, converted to the depth (values
+  const PF_UnoBuffer* mask;  ///< coverage that scales as the opacity does, after it, converted to the depth (values
                              ///< outside 0..full are limited; floats on floats are not); null: full
   M_LPoint mask_at;          ///< where the mask's first value lies in the destination; beside it coverage is 0
 };
+static_assert(sizeof(PF_TransferParams) == 40 && offsetof(PF_TransferParams, opacity) == 8 &&
+                  offsetof(PF_TransferParams, linear) == 16 && offsetof(PF_TransferParams, mask) == 24 &&
+                  offsetof(PF_TransferParams, mask_at) == 32,
+              "crosses the plug-in boundary");
 
 extern "C" {
 
@@ -47,17 +53,17 @@ extern "C" {
 /// destination (null: 0, 0). What lies outside either world is left out.
 ///
 /// Where the effective alpha of the source is 0 the destination stays as it is. Modes -2, 17 and 18 are mattes: inside
-/// the rectangle they cut the destination's alpha (mode -2: all channels) to 0 where the source is transparent, where
-/// it or the mask does not reach, and where the mask is 0.
+/// the rectangle they multiply the destination's alpha (mode -2: all channels) by 0 where the effective alpha is 0 and
+/// where the source or the mask does not reach.
 ///
-/// Source and destination may be one world or share pixels: the result is as if from a copy of the source, which is
-/// made only when a pixel would be written before it is read.
+/// Source and destination may be one world or share pixels: the result is as if from a copy of the source. One is made
+/// where their memory overlaps, unless every pixel lies onto itself.
 /// \param progress see above. \param src, dst worlds of one depth with pixels.
 /// \return 0. In this order: 516, reported, for null parameters; 5 for a mode that is none ("unimplemented blending
-///   mode."); 516, reported, for an opacity that is not a number; 3, reported, for a missing world or missing pixels; a
-///   damaged mask as in PF_Masks.h, 516 for a mask of another depth than 8, 16 and 32; 3, reported, for unequal or
-///   unknown depths; 4 when memory for a copy of the source is short ("blending scratch buffer", told to the
-///   host); what the progress record's functions answer.
+///   mode."); 516, reported, for an opacity that is not a number; 3, reported, for a missing destination or missing
+///   pixels; a damaged mask as in PF_Masks.h, 516 for a mask of another depth than 8, 16 and 32; 3, reported, for a
+///   missing source or missing pixels, and for unequal or unknown depths; 4 when memory for a copy of the source is
+///   short ("blending scratch buffer", told to the host); what the progress record's functions answer.
 PF_EXPORT PF_Err PF_TransferRect(const PF_ProgressInfo* progress, const PF_TransferParams* params,
                                  const PF_LayerDef* src, const M_LRect* src_rect, PF_LayerDef* dst, const M_LPoint* at);
 

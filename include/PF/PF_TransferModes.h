@@ -10,9 +10,9 @@
 ///   (v + 128 + ((v + 128) >> 8)) >> 8 with v = opacity * alpha, 16 bits (opacity * alpha + 16383) >> 15, limited to
 ///   full, float the product. A full opacity changes nothing.
 /// - Integer depths compute the whole formula on the unit interval (single precision, modes 13 to 20, 35 and 36 in
-///   double) and round once, at the end, limited to 0..full; they are within one step of the formula. Float follows the
-///   formulas in the order they are written here and in single precision, without limits; a division by a union alpha
-///   of 0 or a denormal one counts as 1.
+///   double) and round once, at the end, limited to 0..full; they are within one step of the formula. Float takes the
+///   formulas in single precision, without limits; mixes are kept as their distance from the neutral colour. A quotient
+///   by a union alpha of 0 or a denormal one counts as 1.
 /// - Linear light: with tables the colours of both pixels go to linear light, the mode runs there and its colours come
 ///   back; alpha stays. 8 bits work on 16-bit linear values with the effective alpha widened. Integers look up with
 ///   interpolation between table entries (values above full count as full), linear 0 comes back as 0; float takes
@@ -45,7 +45,8 @@ struct PF_LinearBlendingTables;
 /// c = L + (c - L) (1 - L) / (max - L) when max > 1, neither when L is outside 0..1. Integer depths compare luminances
 /// exactly: equal is equal.
 enum : std::int32_t {
-  PF_Xfer_PremulOntoPremul = -3,  ///< pipeline only; both premultiplied: s + d (1 - a_s), all channels
+  PF_Xfer_PremulOntoPremul = -3,  ///< pipeline only; both premultiplied, the opacities scale the
+                                  ///< source's colour too: s + d (1 - a_s), all channels
   PF_Xfer_PremulIn = -2,          ///< pipeline only; both premultiplied: d a_s, all channels
   PF_Xfer_Copy = 0,               ///< s, all channels
   PF_Xfer_Behind = 1,             ///< (c_s a_s + (c_d - c_s a_s) a_d) / a_r; unchanged where a_d is 1
@@ -155,6 +156,7 @@ struct PF_OverFuncs {
   PF_Xfer1_Func16 over16;
   PF_Xfer1_FuncF overF;
 };
+static_assert(sizeof(PF_OverFuncs) == 24, "record layout");
 PF_EXPORT extern const PF_OverFuncs PFp_G_OverFuncs;
 }
 

@@ -101,6 +101,9 @@ struct COR_XCE_TransformOptions {
   /// Non-zero: float results are limited to 0..1. Integers always are limited to their range.
   std::int32_t clip_float;
 };
+static_assert(sizeof(COR_XCE_TransformOptions) == 32 && offsetof(COR_XCE_TransformOptions, proofs) == 8 &&
+                  offsetof(COR_XCE_TransformOptions, clip_float) == 24,
+              "record layout");
 
 /// What can be told of a profile.
 struct COR_XCE_ProfileInfo {
@@ -111,6 +114,7 @@ struct COR_XCE_ProfileInfo {
   std::int32_t is_grey;     ///< 1: made from a grey profile
   char name[256];           ///< UTF-8, ends in zero, cut at a character's end; empty when there is none
 };
+static_assert(sizeof(COR_XCE_ProfileInfo) == 288 && offsetof(COR_XCE_ProfileInfo, name) == 32, "record layout");
 
 extern "C" {
 

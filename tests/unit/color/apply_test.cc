@@ -6,6 +6,7 @@
 
 #include "PF/PF_ColorSettings.h"
 #include "PF/PF_Worlds.h"
+#include "support/ForeignWorld.h"
 #include "support/TestEngine.h"
 #include "support/TestHost.h"
 #include "support/Throws.h"
@@ -180,6 +181,13 @@ TEST_F(ApplyTransform, DepthConversionIsThatOfWorldsWithTablesAndWithout) {
   const auto object = WorldOf(world);
   EXPECT_EQ(PF_DepthConvertWorld(nullptr, nullptr, object.get()), 516);
   EXPECT_EQ(PF_DepthConvertWorld(nullptr, object.get(), nullptr), 516);
+  pftest::ForeignWorld odd(12);
+  EXPECT_EQ(PF_DepthConvertWorld(nullptr, object.get(), &odd), 3);
+  EXPECT_EQ(Host().reports.back().text, "Unknown bit depth attempting to depth convert.");
+  pftest::ForeignWorld without_pixels(8);
+  without_pixels.width = without_pixels.height = 4;
+  EXPECT_EQ(PF_DepthConvertWorld(nullptr, &without_pixels, object.get()), 516);
+  EXPECT_EQ(PF_DepthConvertWorld(nullptr, object.get(), &without_pixels), 516);
 }
 
 TEST_F(ApplyTransform, DisplayTransformsGoThroughTheirProofsAndLimitFloatsWhenPreferred) {

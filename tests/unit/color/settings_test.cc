@@ -87,7 +87,7 @@ TEST_F(Settings, AdjustTheProfileAndItsGammaOnce) {
   EXPECT_EQ(settings.GetCalGrayGamma(), 2.5f);
   EXPECT_EQ(Host().counts["COR_DescribeProfile"], 1);
   settings.SetLinearize(true);
-  EXPECT_EQ(settings.GetCalGrayGamma(), 2.5f) << "a flag clears no cache";
+  EXPECT_EQ(settings.GetCalGrayGamma(), 2.5f) << "a flag clears no cache, QUIRK-46";
   const auto linear = settings.GetAdjustedProfile();
   EXPECT_NE(linear, profile);
   EXPECT_EQ(settings.GetAdjustedProfile(), linear);

@@ -158,20 +158,87 @@ TEST_F(Compositing, EveryPixelIsWhatTheFunctionOfTheModeMakesOfIt) {
   }
 }
 
+// One row of memory further down is one row further up in a record with negative row bytes.
+PF_LayerDef UpsideDown(const TestWorld& world) {
+  PF_LayerDef record = *world.record();
+  record.data = world.Row(world.height() - 1);
+  record.row_bytes = -record.row_bytes;
+  return record;
+}
+
+// Lays a part of a world onto the world, and onto a copy of it from another copy.
+void ExpectAsIfFromACopy(Random& random, std::int32_t depth, std::int32_t mode, const M_LRect& rect, M_LPoint at,
+                         bool upside_down) {
+  TestWorld world(depth, 60, 50, 8), copy(depth, 60, 50, 8), expected(depth, 60, 50, 8);
+  world.Fill(random, TestWorld::kRandom);
+  for (TestWorld* other : {&copy, &expected}) {
+    for (int y = 0; y < 50; ++y) std::memcpy(other->Row(y), world.Row(y), 60 * world.PixelSize());
+  }
+  const auto record = [&](TestWorld& of) { return upside_down ? UpsideDown(of) : *of.record(); };
+  PF_LayerDef onto = record(world), from = record(copy), to = record(expected);
+  const PF_TransferParams params = {mode, 0, 1.0f, nullptr, nullptr, {0, 0}};
+  ASSERT_EQ(PF_TransferRect(nullptr, &params, &from, &rect, &to, &at), 0);
+  ASSERT_EQ(PF_TransferRect(nullptr, &params, &onto, &rect, &onto, &at), 0);
+  EXPECT_EQ(world.FirstDifference(expected), "")
+      << depth << ", mode " << mode << " at " << at.h << ", " << at.v << (upside_down ? ", upside down" : "");
+}
+
 TEST_F(Compositing, AWorldOntoItselfIsAsIfFromACopy) {
   Random random(7);
+  constexpr M_LRect kAll = {0, 0, 60, 50}, kAbove = {-5, -20, 60, 10};  // the latter begins outside the world
   for (const std::int32_t depth : {8, 16, 32}) {
-    for (const M_LPoint at : {M_LPoint{3, 2}, M_LPoint{-3, 0}, M_LPoint{0, -4}, M_LPoint{0, 0}, M_LPoint{1, 0}}) {
-      TestWorld world(depth, 60, 50, 8), copy(depth, 60, 50, 4), expected(depth, 60, 50);
-      world.Fill(random, TestWorld::kRandom);
-      for (TestWorld* other : {&copy, &expected}) {
-        for (int y = 0; y < 50; ++y) std::memcpy(other->Row(y), world.Row(y), 60 * world.PixelSize());
+    for (const bool upside_down : {false, true}) {
+      for (const M_LPoint at : {M_LPoint{3, 2}, M_LPoint{-3, 0}, M_LPoint{0, -4}, M_LPoint{0, 0}, M_LPoint{1, 0}}) {
+        ExpectAsIfFromACopy(random, depth, PF_Xfer_Screen, kAll, at, upside_down);
+        ExpectAsIfFromACopy(random, depth, PF_Xfer_AlphaMultiply, kAbove, at, upside_down);
       }
-      const PF_TransferParams params = {PF_Xfer_Screen, 0, 1.0f, nullptr, nullptr, {0, 0}};
-      ASSERT_EQ(PF_TransferRect(nullptr, &params, copy.record(), nullptr, expected.record(), &at), 0);
-      ASSERT_EQ(PF_TransferRect(nullptr, &params, world.record(), nullptr, world.record(), &at), 0);
-      EXPECT_EQ(world.FirstDifference(expected), "") << depth << " at " << at.h << ", " << at.v;
     }
+  }
+}
+
+// Straight from the formulas: what the pipeline's own two modes make of channels on the unit interval.
+double PremultipliedFormula(std::int32_t mode, double s, double as, double d, double o, double m) {
+  return mode == PF_Xfer_PremulOntoPremul ? s * o * m + d * (1 - as * o * m) : d * as * o * m;
+}
+
+template <class P>
+void ExpectPremultipliedFormulas(Random& random, std::int32_t depth, std::int32_t mode) {
+  constexpr double kFull = pf::DepthTraits<P>::kFull;
+  TestWorld src(depth, 40, 3), dst(depth, 40, 3), before(depth, 40, 3);
+  src.Fill(random, TestWorld::kRandom);
+  dst.Fill(random, TestWorld::kRandom);
+  TestMask mask(depth, 40, 3);
+  mask.FillWith(kFull / 4);
+  const PF_TransferParams params = {mode, 1, 0.5f, nullptr, mask.record(), {0, 0}};
+  for (int y = 0; y < 3; ++y) std::memcpy(before.Row(y), dst.Row(y), 40 * dst.PixelSize());
+  ASSERT_EQ(PF_TransferRect(nullptr, &params, src.record(), nullptr, dst.record(), nullptr), 0);
+  for (int y = 0; y < 3; ++y) {
+    for (int x = 0; x < 40; ++x) {
+      const P s = src.At<P>(x, y), d = before.At<P>(x, y), out = dst.At<P>(x, y);
+      const double cs[] = {static_cast<double>(s.alpha), static_cast<double>(s.red), static_cast<double>(s.green),
+                           static_cast<double>(s.blue)};
+      const double cd[] = {static_cast<double>(d.alpha), static_cast<double>(d.red), static_cast<double>(d.green),
+                           static_cast<double>(d.blue)};
+      const double got[] = {static_cast<double>(out.alpha), static_cast<double>(out.red),
+                            static_cast<double>(out.green), static_cast<double>(out.blue)};
+      const double m = mask.Get(x, y) / kFull, o = depth == 8 ? 128 / 255.0 : 0.5;
+      if (depth != 32 && cs[0] * o * m < 1) continue;  // its rounding may leave nothing
+      for (int c = 0; c < 4; ++c) {
+        const double want = PremultipliedFormula(mode, cs[c] / kFull, cs[0] / kFull, cd[c] / kFull, o, m) * kFull;
+        // Opacity and mask are rounded on the way.
+        EXPECT_NEAR(got[c], depth == 32 ? want : std::clamp(want, 0.0, kFull), depth == 32 ? 1e-5 : 2.01)
+            << depth << ", mode " << mode << ", channel " << c;
+      }
+    }
+  }
+}
+
+TEST_F(Compositing, TheModesOfPremultipliedPixelsScaleAllChannels) {
+  Random random(11);
+  for (const std::int32_t mode : {PF_Xfer_PremulOntoPremul, PF_Xfer_PremulIn}) {
+    ExpectPremultipliedFormulas<PF_Pixel8>(random, 8, mode);
+    ExpectPremultipliedFormulas<PF_Pixel16>(random, 16, mode);
+    ExpectPremultipliedFormulas<PF_PixelFloat>(random, 32, mode);
   }
 }
 

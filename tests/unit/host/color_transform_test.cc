@@ -39,6 +39,24 @@ TEST(Transforms, OfCurvesAreRightToHalfAStepForEveryCode) {
   }
 }
 
+TEST(Transforms, OfLongRunsAreTheSameForEveryNumberOfThreads) {
+  constexpr std::size_t kCount = 3 * 65536 + 17;
+  std::vector<Rgb16> in(kCount), expected;
+  std::mt19937 random(3);
+  for (Rgb16& p : in) {
+    const auto any = [&] { return static_cast<std::uint16_t>(random() % 32769); };
+    p = {any(), any(), any(), any()};
+  }
+  for (const std::int32_t threads : {1, 2, 5}) {
+    const RunningHost host(threads);
+    const Conversion conversion(Standard(XCE_Profile_SRGB).get(), Standard(XCE_Profile_ROMM).get());
+    std::vector<Rgb16> out(kCount);
+    ASSERT_EQ(COR_ApplyTransform(conversion.get(), XCE_Layout_16, in.data(), XCE_Layout_16, out.data(), kCount), 0);
+    if (threads == 1) expected = out;
+    EXPECT_EQ(std::memcmp(out.data(), expected.data(), kCount * sizeof(Rgb16)), 0) << threads;
+  }
+}
+
 TEST(Transforms, BetweenStandardSpacesGiveKnownColours) {
   const auto convert8 = [](XCE_ProfileCode from, XCE_ProfileCode to, std::vector<std::uint8_t> rgb) {
     rgb.insert(rgb.begin(), 77);

@@ -3,6 +3,7 @@
 // when they are full; and exact rules that come out nearly.
 #include <bit>
 #include <cmath>
+#include <cstring>
 
 #include "unit/transfer/Support.h"
 
@@ -40,7 +41,7 @@ testing::AssertionResult IsNear(int mode, const P& s, const P& d, const P& got) 
   const Unit4 want = ReferenceTransfer(mode, s, d), out = UnitsOf(got);
   const double w[] = {want.a, want.r, want.g, want.b}, o[] = {out.a, out.r, out.g, out.b};
   if constexpr (kIsFloatPixel<P>) {
-    if (MayGoEitherWay(mode, s, d)) return testing::AssertionSuccess();
+    if (MayGoEitherWay(mode, s, d) && got.alpha == static_cast<float>(w[0])) return testing::AssertionSuccess();
   }
   for (int c = 0; c < 4; ++c) {
     bool near = false;
@@ -165,7 +166,8 @@ TEST(TransferModes, ExactRulesHoldToTheBit) {
 }
 
 TEST(TransferModes, AUnionAlphaOfNothingCountsAsOne) {
-  // 1 - (1 - a_s)(1 - a_d) is 0 where a_s is too small to show, and denormal where a_d is and both alphas cancel.
+  // QUIRK-43: 1 - (1 - a_s)(1 - a_d) is 0 where a_s is too small to show, and denormal where a_d is and both alphas
+  // cancel.
   for (const PF_PixelFloat& s : {PF_PixelFloat{1e-30f, 0.25f, 0.5f, 0.75f}, PF_PixelFloat{0x1p-140f, 0.25f, 0.5f, 3}}) {
     const PF_PixelFloat d = {0, 0.5f, 0.5f, 0.5f};
     for (int mode = 4; mode <= 40; ++mode) {
@@ -189,7 +191,7 @@ TEST(TransferModes, WhatIsNotANumberHasOneForm) {
       -3e38f,    0.5f};
   Random random(5);
   for (int mode = 4; mode <= 40; ++mode) {
-    const bool keeps = (mode >= 17 && mode <= 20) || mode == 22 || mode == 40;  // colours are kept or copied
+    const bool keeps = (mode >= 17 && mode <= 20) || mode == 22 || mode >= 39;  // colours are kept or copied
     for (int i = 0; i < 3000; ++i) {
       float v[8];
       for (float& c : v) c = odd[random() % std::size(odd)];
@@ -205,7 +207,7 @@ TEST(TransferModes, WhatIsNotANumberHasOneForm) {
 TEST(TransferModes, ValuesAboveFullStayWithinTheirDepth) {
   Random random(6);
   for (int mode = 0; mode <= 40; ++mode) {
-    const bool keeps = mode <= 3 || (mode >= 17 && mode <= 20) || mode == 22 || mode == 40;
+    const bool keeps = mode <= 3 || (mode >= 17 && mode <= 20) || mode == 22 || mode >= 39;
     for (int i = 0; i < 5000; ++i) {
       auto s = RawPixel<PF_Pixel16>(random), d = RawPixel<PF_Pixel16>(random);
       s.alpha |= 1;
@@ -230,7 +232,7 @@ TEST(TransferModes, TablesNamesAndFlags) {
     EXPECT_EQ(PF_Get_Xfer1_Opacity2_table8(mode), PFp_G_Xfer1_Opacity2_table8[entry]);
     EXPECT_EQ(PF_Get_Xfer1_Opacity2_table16(mode), PFp_G_Xfer1_Opacity2_table16[entry]);
     EXPECT_EQ(PF_Get_Xfer1_Opacity2_tableF(mode), PFp_G_Xfer1_Opacity2_tableF[entry]);
-    EXPECT_EQ(PFp_G_Xfer1_table8[entry] != nullptr, is_mode) << mode;
+    EXPECT_EQ(PFp_G_Xfer1_table8[entry] != nullptr, is_mode) << mode << ", QUIRK-44";
     EXPECT_EQ(PFp_G_Xfer1_Opacity2_tableF[entry] != nullptr, is_mode) << mode;
   }
   EXPECT_EQ(PFp_G_OverFuncs.over8, PFp_G_Xfer1_table8[2]);
@@ -249,6 +251,32 @@ TEST(TransferModes, TablesNamesAndFlags) {
   }
   EXPECT_STREQ(PF_GetTransferModeName(PF_Xfer_PremulIn), "PF_Xfer_PremulIn");
   EXPECT_STREQ(PF_GetTransferModeName(PF_Xfer_Subtract), "PF_Xfer_Subtract");
+}
+
+// QUIRK-45: in the middle of the ramp, where a step would give 0 or full.
+TEST(TransferModes, HardMixHasARamp) {
+  const PF_PixelFloat s = {1, 0.5f, 0.5f, 0.5f};
+  PF_PixelFloat d = {1, 0.5f, 0.5f - 0x1p-18f, 0.5f + 0x1p-10f};
+  PFp_G_Xfer1_tableF[PF_Xfer_HardMix](&s, nullptr, &d);
+  EXPECT_NEAR(d.red, 0.5, 0.01);
+  EXPECT_GT(d.green, 0.05f);
+  EXPECT_LT(d.green, 0.2f);
+  EXPECT_EQ(d.blue, 1.0f);
+}
+
+// Values that mean nothing too.
+TEST(TransferModes, WhatAModeLeavesKeepsEveryBit) {
+  const PF_Pixel16 s = {9000, 1, 2, 3}, odd = {32768, 40000, 0, 50001};
+  for (const int mode : {PF_Xfer_Behind, PF_Xfer_Mode39, PF_Xfer_Mode40}) {
+    PF_Pixel16 d = mode == PF_Xfer_Mode40 ? PF_Pixel16{100, 0, 65535, 7} : odd;
+    const PF_Pixel16 before = d;
+    PFp_G_Xfer1_table16[static_cast<std::size_t>(mode)](&s, nullptr, &d);
+    EXPECT_EQ(std::memcmp(&d, &before, sizeof d), 0) << mode;
+  }
+  PF_PixelFloat nan = {1, std::bit_cast<float>(0xFFC00123u), -1, 0};
+  const PF_PixelFloat before = nan, over = {0.25f, 1, 1, 1};
+  PFp_G_Xfer1_tableF[PF_Xfer_Behind](&over, nullptr, &nan);
+  EXPECT_EQ(std::memcmp(&nan, &before, sizeof nan), 0);
 }
 
 }  // namespace

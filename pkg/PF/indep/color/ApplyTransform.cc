@@ -115,6 +115,7 @@ PF_Err ConvertDepth(const PF_World* source, PF_World* destination) {
   if (DepthIndex(source->Depth()) < 0 || DepthIndex(destination->Depth()) < 0) {
     return FailVerification("Unknown bit depth attempting to depth convert.", Site::kColorTransform);
   }
+  if (source->data == nullptr || destination->data == nullptr) return Refuse();
   const M_LRect all = {0, 0, source->width, source->height};
   destination->CopyRectPossiblyDifferentBitdepth(source, all, PF_Dither_OFF, 0, 0, nullptr);
   return PF_Err_NONE;

@@ -84,6 +84,7 @@ boost::shared_ptr<PF_LinearBlendingTables> PF_ColorSettings::GetLinearBlendingTa
   return blendingTables;
 }
 
+// QUIRK-46: a cached value stays when a flag has changed.
 float PF_ColorSettings::GetCalGrayGamma() {
   if (cachedGamma == 0) cachedGamma = static_cast<float>(pf::GammasOf(GetAdjustedProfile().get()).green);
   return cachedGamma;

@@ -82,22 +82,28 @@ PF_Err Run(const PF_ProgressInfo* progress, TransferRows<P> rows, const PF_Trans
 struct Bytes {
   const std::byte *begin, *end;
 };
+// From the lowest to the highest of a box; a stride may be negative.
 template <class P>
 Bytes BytesOf(const Plane<P>& plane, const Box& box) {
-  const auto* first = reinterpret_cast<const std::byte*>(plane.At(box.columns.begin, box.rows.begin));
-  const auto* last = reinterpret_cast<const std::byte*>(plane.At(box.columns.end, box.rows.end - 1));
-  return {std::min(first, last), std::max(first, last)};  // a stride may be negative
+  const auto [left, right] = box.columns;
+  const auto address = [&](std::int64_t x, std::int64_t y) {
+    return reinterpret_cast<const std::byte*>(plane.At(x, y));
+  };
+  const std::int64_t top = box.rows.begin, bottom = box.rows.end - 1;
+  return {std::min(address(left, top), address(left, bottom)), std::max(address(right, top), address(right, bottom))};
 }
 
-// Whether writing the destination would change source pixels that are read later. A pixel that lies onto itself does
-// not.
+// Whether writing the destination may change source pixels that are read later. Pixels that lie onto themselves do
+// not. Mattes write beside the source too.
 template <class P>
-bool Disturbs(const TransferRows<P>& rows) {
+bool Disturbs(const TransferRows<P>& rows, std::int32_t mode) {
   if (rows.present.Empty()) return false;
-  const Box from = rows.present.MovedBy(rows.src_h, rows.src_v);
-  const Bytes s = BytesOf(rows.src, from), d = BytesOf(rows.dst, rows.present);
-  if (s.begin >= d.end || d.begin >= s.end) return false;
-  return s.begin != d.begin || rows.src.stride != rows.dst.stride;
+  const std::int64_t x = rows.present.columns.begin, y = rows.present.rows.begin;
+  const bool onto_itself =
+      rows.src.At(x + rows.src_h, y + rows.src_v) == rows.dst.At(x, y) && rows.src.stride == rows.dst.stride;
+  const Bytes s = BytesOf(rows.src, rows.present.MovedBy(rows.src_h, rows.src_v));
+  const Bytes d = BytesOf(rows.dst, TraitsOf(mode).matte ? rows.target : rows.present);
+  return !onto_itself && s.begin < d.end && d.begin < s.end;
 }
 
 // A copy of what is read of the source, in its place.
@@ -139,7 +145,7 @@ PF_Err TransferWorld(const PF_ProgressInfo* progress, const PF_TransferParams& p
   rows.premultiplied = params.premultiplied != 0 && params.mode >= 0 && params.mode != PF_Xfer_PremulOver;
   rows.target = rect.MovedBy(-rows.src_h, -rows.src_v).And(Box::OfSize(dst.width, dst.height));
   rows.present = rows.target.And(whole.MovedBy(-rows.src_h, -rows.src_v));
-  if (!Disturbs(rows)) return Run(progress, rows, params);
+  if (!Disturbs(rows, params.mode)) return Run(progress, rows, params);
   const SourceCopy<P> copy(rows);
   return Run(progress, rows, params);
 }

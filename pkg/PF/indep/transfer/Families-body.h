@@ -45,7 +45,7 @@ struct OfFloats {
 
   static R Union(R as, R ad) { return R(1) - (R(1) - as) * (R(1) - ad); }
 
-  // Nothing is divided by zero or a denormal number; the quotient counts as 1.
+  // QUIRK-43: nothing is divided by zero or a denormal number; the quotient counts as 1.
   struct Divider {
     R divisor;
     R operator()(R v) const { return Quotient(IsTiny(divisor), R(1), v, divisor); }
@@ -72,6 +72,8 @@ struct Mode {
   static constexpr bool kMatte = false;
   // Has Copies(s, d): where the source is copied whole.
   static constexpr bool kCopies = false;
+  // Has Leaves(s, d): where the destination stays as it is, whatever it holds.
+  static constexpr bool kLeaves = false;
 };
 
 // Union alpha, channels apart: the destination is put onto a neutral background, mixed with the mode's Blend(c_s, c_b)

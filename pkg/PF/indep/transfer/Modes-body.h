@@ -15,8 +15,13 @@ struct CopyMode : Mode {
 };
 
 struct BehindMode : Mode, BehindRule {
-  static constexpr bool kRaw = true;
   static constexpr ModeRow kRow{PF_Xfer_Behind, "PF_Xfer_Behind", 1};
+  static constexpr bool kRaw = true;
+  static constexpr bool kLeaves = true;
+  template <class A, class R>
+  static auto Leaves(const Quad<R>&, const Quad<R>& d) {
+    return d.a == A::Full();
+  }
 };
 
 struct OverMode : Mode {
@@ -353,7 +358,7 @@ struct PinLightMode : Overlap<PinLightMode> {
   }
 };
 
-// A ramp of one hundred-thousandth instead of a step.
+// QUIRK-45: a ramp of one hundred-thousandth instead of a step.
 struct HardMixMode : Overlap<HardMixMode> {
   static constexpr ModeRow kRow{PF_Xfer_HardMix, "PF_Xfer_HardMix", 0};
   template <class R>
@@ -405,6 +410,11 @@ struct DivideMode : Overlap<DivideMode> {
 // Blue where the source covers at least half.
 struct BlueMode : Mode {
   static constexpr ModeRow kRow{PF_Xfer_Mode39, "PF_Xfer_Mode39", 0};
+  static constexpr bool kLeaves = true;
+  template <class A, class R>
+  static auto Leaves(const Quad<R>& s, const Quad<R>&) {
+    return !(s.a >= R(0.5));
+  }
   template <class A, class R = typename A::R>
   static Quad<R> Apply(const Quad<R>& s, const Quad<R>& d) {
     const auto covers = s.a >= R(0.5);
@@ -419,6 +429,11 @@ struct RedAndBlueMode : Mode {
   template <class A, class R>
   static auto Copies(const Quad<R>& s, const Quad<R>& d) {
     return !((s.a == R(0)) | (d.r == R(0)) | (d.b == R(0)));
+  }
+  static constexpr bool kLeaves = true;
+  template <class A, class R>
+  static auto Leaves(const Quad<R>& s, const Quad<R>& d) {
+    return !Copies<A>(s, d);
   }
   template <class A, class R = typename A::R>
   static Quad<R> Apply(const Quad<R>&, const Quad<R>& d) {

@@ -58,6 +58,9 @@ P Transferred(const P& s, const P& d) {
   if constexpr (Which::kCopies) {
     if (Which::template Copies<A>(quad_s, quad_d)) return s;
   }
+  if constexpr (Which::kLeaves) {
+    if (Which::template Leaves<A>(quad_s, quad_d)) return d;
+  }
   const auto out = Which::template Apply<A>(quad_s, quad_d);
   const auto alpha = ChannelOfReal<P, Which>(out.a);
   if constexpr (Which::kAlphaOnly) {

@@ -88,7 +88,7 @@ constinit const std::array<PF_Xfer1_Opacity2_FuncF, PF_Xfer1_TABLE_SIZE> PFp_G_X
 constinit const PF_OverFuncs PFp_G_OverFuncs = {
     &pf::Plain<pf::OverMode, PF_Pixel8>, &pf::Plain<pf::OverMode, PF_Pixel16>, &pf::Plain<pf::OverMode, PF_PixelFloat>};
 
-// No bounds are checked: the null entries behind the modes are the only help.
+// QUIRK-44: no bounds are checked; the null entries behind the modes are the only help.
 namespace {
 template <class Table>
 auto Entry(const Table& table, std::int32_t mode) {

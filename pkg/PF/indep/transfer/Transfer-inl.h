@@ -143,7 +143,7 @@ class Transfer {
       if (mask != nullptr) Scale(from, pixels_.LoadValues(mask));
       s = Which::kScalesColour ? pixels_.Pack(from) : pixels_.WithAlpha(s, from.a);
     }
-    const M32 active = IsNotZero(from.a);
+    M32 active = IsNotZero(from.a);
     if (!matte_ && hn::AllFalse(D32(), active)) return;
     if constexpr (std::is_same_v<P, PF_Pixel8> && Which::kRow.number == PF_Xfer_PremulOntoPremul) {
       const Words d = pixels_.Load(dst);
@@ -152,6 +152,7 @@ class Transfer {
 
     const auto d = pixels_.Load(dst);
     const auto onto = pixels_.Unpack(d);
+    if constexpr (Which::kLeaves) active = hn::And(active, hn::Not(Leaves(from, onto)));
     if constexpr (Which::kCopies) {
       const M32 copies = hn::And(active, Copies(from, onto));
       if (hn::AllTrue(D32(), copies)) return pixels_.Store(s, dst);
@@ -182,6 +183,10 @@ class Transfer {
     }
   }
 
+  HWY_INLINE static M32 Leaves(const Channels<Value>& s, const Channels<Value>& d) {
+    using Unit = Conditions<P, Which>;
+    return hn::RebindMask(D32(), Which::template Leaves<typename Unit::A>(Unit::Of(s), Unit::Of(d)).m);
+  }
   HWY_INLINE static M32 Copies(const Channels<Value>& s, const Channels<Value>& d) {
     using Unit = Conditions<P, Which>;
     return hn::RebindMask(D32(), Which::template Copies<typename Unit::A>(Unit::Of(s), Unit::Of(d)).m);
