@@ -29,6 +29,7 @@ enum class Site : std::uint16_t {
   kColorSettings = 19,
   kColorTransform = 20,
   kAlphaConventions = 21,
+  kGaussianKernel = 22,
   kBlendSizesStraight = 46,  // the two sources; 47: the destination
   kBlendDestinationStraight = 47,
   kIterateGeneric = 70,
