@@ -133,11 +133,12 @@ struct Range {
     low = std::min(low, v);
     high = std::max(high, v);
   }
-  double DistanceOf(double v) const {
+  double DistanceOf(double v, double step) const {
     if (std::isnan(v)) return nan ? 0 : std::numeric_limits<double>::infinity();
-    const double distance = v < low ? low - v : v > high ? v - high : 0;
-    return distance / (1e-6 * std::max(1.0, std::abs(v)));
+    return v < low ? (low - v) / step : v > high ? (v - high) / step : 0;
   }
+  // In steps of floats.
+  double DistanceOf(double v) const { return DistanceOf(v, 1e-6 * std::max(1.0, std::abs(v))); }
 };
 
 double FloatSteps(const ExplainCase& c, const Explanation& e, const Quad& library) {
@@ -147,14 +148,13 @@ double FloatSteps(const ExplainCase& c, const Explanation& e, const Quad& librar
     for (std::size_t i = 1; i < 4; ++i) p.*kParts[i] *= 1 + by * kTwoUlp;
     return p;
   };
-  const int reach = c.tables ? 1 : 0;
-  for (int ms = -reach; ms <= reach; ++ms) {
-    for (int md = -reach; md <= reach; ++md) {
+  for (int ms = -1; ms <= 1; ++ms) {
+    for (int md = -1; md <= 1; ++md) {
       const Quad s = moved(e.source, ms), d = moved(e.base, md);
       const FormulaResult result = FormulaInSingle(CaseOf(c, s, d));
       for (std::size_t i = 0; i < 4; ++i) {
         const double v = result.value.*kParts[i];
-        const bool linear = c.tables && i > 0;
+        const bool linear = i > 0;
         ranges[i].Take(linear ? FromLinear(v, 32, *c.tables) : v);
         if (linear && v == d.*kParts[i]) ranges[i].Take(e.stored_base.*kParts[i]);
         if (linear && v == s.*kParts[i]) ranges[i].Take(e.stored_source.*kParts[i]);
@@ -189,21 +189,32 @@ double LinearSteps(const ExplainCase& c, const Explanation& e, double library, s
 
 Explanation Explain(const ExplainCase& c) { return Explainer(c).Run(); }
 
+double StepsInStoredLight(const FormulaCase& c, const Quad& library) {
+  const double full = FullOf(c.depth);
+  const FormulaResult result = c.depth == 32 ? FormulaInSingle(c) : Formula(c, nullptr);
+  const bool limited = c.depth != 32 && !result.keeps && !result.copies;
+  double steps = 0;
+  for (std::size_t i = 0; i < 4; ++i) {
+    const double v = library.*kParts[i];
+    double expected = result.value.*kParts[i] * full;
+    if (limited) expected = std::clamp(expected, 0.0, full);
+    Range range;
+    range.Take(expected);
+    steps = std::max(steps, c.depth == 32 ? range.DistanceOf(v) : range.DistanceOf(v, 1));
+  }
+  return steps;
+}
+
 double StepsFrom(const ExplainCase& c, const Explanation& e, const Quad& library) {
+  if (!c.tables) return StepsInStoredLight(CaseOf(c, e.source, e.base), library);
   const bool whole = e.result.keeps || e.result.copies;
   if (c.depth == 32 && !whole) return FloatSteps(c, e, library);
   double steps = 0;
   for (std::size_t i = 0; i < 4; ++i) {
     const double v = library.*kParts[i], expected = e.stored.*kParts[i];
     if (v == expected || (std::isnan(v) && std::isnan(expected))) continue;
-    if (whole) {
-      steps = std::max(steps, std::abs(v - expected) / (c.depth == 32 ? 1e-6 : 1.0));
-    } else if (c.tables) {
-      steps = std::max(steps, LinearSteps(c, e, v, i));
-    } else {
-      const double full = FullOf(c.depth);
-      steps = std::max(steps, std::abs(v - std::clamp(e.result.value.*kParts[i] * full, 0.0, full)));
-    }
+    const double step = c.depth == 32 ? 1e-6 : 1;
+    steps = std::max(steps, whole ? std::abs(v - expected) / step : LinearSteps(c, e, v, i));
   }
   return steps;
 }

@@ -43,9 +43,13 @@ struct Explanation {
 };
 Explanation Explain(const ExplainCase& c);
 
-/// How far the library's stored result is from the formula, in steps: of 1/255 or 1/32768; in linear light of as many
-/// linear 1/32768 as are needed to reach it; for floats of a millionth (of the value where that is above 1), against
-/// the formula in single precision and, in linear light, within what powers rounded to 2 units in the last place allow.
+/// How far a stored result of the library is from a formula on stored values, in steps: of 1/255 or 1/32768 from the
+/// unrounded result within 0..1; for floats of a millionth (of the value where that is above 1) from the formula in
+/// single precision. `library` is of the depth of the case.
+double StepsInStoredLight(const FormulaCase& c, const Quad& library);
+
+/// The same for an explained pixel. In linear light a step is a linear 1/32768, and floats may differ by what powers
+/// allow that are rounded to within 2 units in the last place.
 double StepsFrom(const ExplainCase& c, const Explanation& explanation, const Quad& library);
 
 }  // namespace pftool

@@ -135,7 +135,13 @@ class Evaluation {
   using Q = QuadOf<R>;
 
   Evaluation(const FormulaCase& c, std::vector<Term>* terms)
-      : mode_(c.mode), depth_(c.depth), s_(Of(c.s)), d_(Of(c.d)), in_rect_(c.in_rect), terms_(terms) {}
+      : mode_(c.mode), depth_(c.depth), s_(Of(c.s)), d_(Of(c.d)), in_rect_(c.in_rect), terms_(terms) {
+    // Its ramp is so steep that 8 bits must be the very single-precision numbers that they convert to.
+    const auto single = [](R v) { return R(static_cast<float>(std::round(v * R(255))) * (1.0f / 255)); };
+    if (mode_ != 34 || depth_ != 8) return;
+    s_ = EachColour(s_, single);
+    d_ = EachColour(d_, single);
+  }
 
   FormulaResult Run() {
     const bool matte = in_rect_ && (mode_ == -2 || mode_ == 17 || mode_ == 18);

@@ -2,33 +2,11 @@
 
 #include <filesystem>
 
+#include "html.h"
 #include "sheet.h"
 
 namespace pftool {
 namespace {
-
-std::string Escaped(const std::string& text) {
-  std::string out;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        out += "&amp;";
-        break;
-      case '<':
-        out += "&lt;";
-        break;
-      case '>':
-        out += "&gt;";
-        break;
-      case '"':
-        out += "&quot;";
-        break;
-      default:
-        out += c;
-    }
-  }
-  return out;
-}
 
 /// A relative link: bytes that a URL path cannot hold are percent-encoded.
 std::string Link(const std::string& page_path, const std::string& target) {
@@ -50,7 +28,7 @@ std::string Link(const std::string& page_path, const std::string& target) {
 std::string SheetPage(const std::string& page_path, const std::string& sheet_path, const std::string& title,
                       const SheetLayout& layout, const std::vector<SheetEntry>& entries) {
   const std::string sheet = Link(page_path, sheet_path);
-  const std::string shown_title = Escaped(title.empty() ? "Contact sheet" : title);
+  const std::string shown_title = HtmlText(title.empty() ? "Contact sheet" : title);
   std::string page = fmt::format(
       "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
       "<meta name=\"viewport\" content=\"width=device-width\">\n<title>{0}</title>\n<style>\n"
@@ -61,11 +39,11 @@ std::string SheetPage(const std::string& page_path, const std::string& sheet_pat
       "<p><a href=\"{3}\">The whole sheet</a></p>\n",
       shown_title, layout.cell_width, layout.cell_height, sheet);
   for (std::size_t i = 0; i < entries.size(); ++i) {
-    const std::string caption = Escaped(entries[i].caption);
+    const std::string caption = HtmlText(entries[i].caption);
     page += fmt::format(
         "<figure><a href=\"{}\" title=\"{}\" style=\"background-position: -{}px -{}px\"></a>"
         "<figcaption>{}<br><span>{}</span></figcaption></figure>\n",
-        Link(page_path, entries[i].name), caption, layout.left(i), layout.top(i), caption, Escaped(entries[i].facts));
+        Link(page_path, entries[i].name), caption, layout.left(i), layout.top(i), caption, HtmlText(entries[i].facts));
   }
   return page + "</body>\n</html>\n";
 }

@@ -36,6 +36,21 @@ class UnfinishedFile {
   int slot_;
 };
 
+/// The same for a folder and the files in it; folders inside are left alone.
+class UnfinishedFolder {
+ public:
+  explicit UnfinishedFolder(std::string path);
+  ~UnfinishedFolder();
+  UnfinishedFolder(const UnfinishedFolder&) = delete;
+  UnfinishedFolder& operator=(const UnfinishedFolder&) = delete;
+
+  const std::string& path() const { return path_; }
+  void Keep();
+
+ private:
+  std::string path_;
+};
+
 }  // namespace pftool
 
 #endif

@@ -78,6 +78,7 @@ Verb FadeVerb();
 Verb BlendVerb();
 Verb ModesVerb();
 Verb ExplainVerb();
+Verb GalleryVerb();
 Verb MaskMakeVerb();
 Verb MaskInvertVerb();
 Verb MaskFadeVerb();

@@ -7,6 +7,7 @@
 
 #include "engine.h"
 #include "explain.h"
+#include "gallery.h"
 #include "layers.h"
 
 namespace pftool {
@@ -92,11 +93,10 @@ std::string LineOf(const ExplainRow& row) {
 }
 
 std::string Verdict(const Finding& finding) {
-  if (finding.steps == 0) return "The library's compositor gives the same.\n";
-  return fmt::format("The library's compositor is {:.3g} of a step from the formula.\n", finding.steps);
+  const Quad &a = finding.library, &b = finding.explanation.stored;
+  const char* same = a.a == b.a && a.r == b.r && a.g == b.g && a.b == b.b ? " gives the same: it" : "";
+  return fmt::format("The library's compositor{} is within {:.3g} of a step of the formula.\n", same, finding.steps);
 }
-
-std::string DepthText(int depth) { return depth == 32 ? "float" : fmt::format("{} bits", depth); }
 
 std::string TextOf(const Finding& finding, const BlendOptions& options) {
   const LayerPlan& plan = *finding.plan;

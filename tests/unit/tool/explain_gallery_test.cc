@@ -1,6 +1,8 @@
 // After explanations that tell another story than the compositor's, and galleries that leave half a folder behind.
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <fstream>
 #include <random>
 
 #include "PF/PF_Compositing.h"
@@ -9,6 +11,7 @@
 #include "explain.h"
 #include "light.h"
 #include "mask.h"
+#include "output_folder.h"
 #include "world.h"
 
 namespace {
@@ -152,6 +155,80 @@ TEST(Explain, TellsWhatBlendWrites) {
   EXPECT_EQ(refused({"layer.tif", "--at", "0,0", "--mode", "41"}), 64);
   EXPECT_EQ(refused({"layer.png", "--at", "0,0"}), 66);
   EXPECT_EQ(refused({"layer.tif", "--at", "0,0", "--place", "100,100"}), 0);
+}
+
+void WriteText(const std::string& path, const std::string& text) { std::ofstream(path) << text; }
+
+TEST(OutputFolders, AppearWholeOrNotAtAll) {
+  const Folder folder;
+  const std::string target = folder / "made";
+  {
+    const pftool::OutputFolder abandoned(target, false);
+    WriteText(abandoned / "a", "1");
+  }
+  EXPECT_TRUE(folder.Names().empty());
+  const auto make = [&](bool overwrite, const std::string& text) {
+    pftool::OutputFolder made(target, overwrite);
+    for (const char* name : {"a", "index.html"}) WriteText(made / name, text);
+    made.Commit("index.html");
+  };
+  std::filesystem::create_directory(target);
+  make(false, "first");
+  WriteText(target + "/mine", "kept");
+  EXPECT_THROW(make(false, "second"), pftool::Failure);
+  EXPECT_EQ(pftest::Slurp(target + "/a"), "first");
+  make(true, "third");
+  EXPECT_EQ(pftest::Slurp(target + "/a") + pftest::Slurp(target + "/index.html"), "thirdthird");
+  EXPECT_EQ(pftest::Slurp(target + "/mine"), "kept");
+  EXPECT_THROW(pftool::OutputFolder(target + "/mine", true), pftool::Failure);
+  EXPECT_THROW(pftool::OutputFolder(folder / "no/such", true), pftool::Failure);
+  EXPECT_EQ(folder.Names(), (std::set<std::string>{"made"}));
+}
+
+TEST(Gallery, ShowsEveryModeAndItsDifferenceFromTheFormula) {
+  const Folder folder;
+  pftest::FilePicture base(30, 20, 3, TypeDesc::UINT8), layer(7, 40, 4, TypeDesc::UINT16);
+  FillRandom(&base, 1), FillRandom(&layer, 2);
+  Write(folder / "base.png", base);
+  Write(folder / "layer.tif", layer);
+  const auto outcome = RunPf(folder, {"gallery", "-o", "g/", "--base", "base.png", "--layer", "layer.tif", "--json"});
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  const auto told = nlohmann::json::parse(outcome.out);
+  ASSERT_EQ(told["modes"].size(), 43u);
+  const std::string page = pftest::Slurp(folder / "g/index.html");
+  for (const auto& mode : told["modes"]) {
+    for (const auto& [depth, steps] : mode["difference_in_steps"].items()) {
+      EXPECT_LE(steps.get<double>(), depth == "32" ? 0.0 : 0.51) << mode["name"] << " at " << depth;
+    }
+    for (const char* kind : {"maps", "examples"}) {
+      for (const std::string name : mode[kind]) {
+        EXPECT_NE(page.find("src=\"" + name + "\""), std::string::npos) << name;
+        EXPECT_TRUE(std::filesystem::exists(folder / ("g/" + name))) << name;
+      }
+    }
+  }
+  // Source 51 / 255 on the x axis, destination 102 / 255 on the y axis, from below.
+  const auto pixel = [&](const char* file) {
+    return pftest::Read(folder / file).as<std::uint8_t>()[((255 - 102) * 256 + 51) * 4];
+  };
+  EXPECT_EQ(pixel("g/add-map-opaque.png"), 153);
+  EXPECT_EQ(pixel("g/multiply-map-opaque.png"), 20);
+  EXPECT_EQ(pixel("g/difference-map-opaque.png"), 51);
+  EXPECT_EQ(RunPf(folder, {"gallery", "-o", "g"}).status, 73);
+  EXPECT_EQ(RunPf(folder, {"gallery", "-o", "base.png", "--overwrite"}).status, 73);
+  EXPECT_EQ(RunPf(folder, {"gallery", "-o", "h", "--base", "none.png"}).status, 66);
+  EXPECT_EQ(folder.Names(), (std::set<std::string>{"base.png", "g", "layer.tif"}));
+}
+
+TEST(Gallery, LeavesNothingAfterASignal) {
+  for (const int signals : {1, 2}) {
+    const Folder folder;
+    pftest::Child child(folder, {"gallery", "-o", "g", "--progress", "plain"});
+    ASSERT_TRUE(child.WaitForError("overlay"));
+    for (int i = 0; i < signals; ++i) child.Signal(SIGINT);
+    EXPECT_EQ(child.Wait().status, 130);
+    EXPECT_TRUE(folder.Names().empty()) << *folder.Names().begin();
+  }
 }
 
 }  // namespace
