@@ -3,7 +3,9 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
 
 #include "choices.h"
 #include "engine.h"
@@ -39,8 +41,9 @@ constexpr StandardProfile kStandardProfiles[] = {
     {"grey-srgb", XCE_Profile_GREY_SRGB},
 };
 
-Failure BadProfile(const std::string& name, U_Err status) {
-  const std::string where = "'" + name + "'";
+}  // namespace
+
+Failure ProfileFailure(const std::string& where, U_Err status) {
   if (status == XCE_ERR_FILE) {
     return {ExitCode::kNoInput, "cannot read the profile", where, "the file cannot be read", "check the name"};
   }
@@ -56,19 +59,24 @@ Failure BadProfile(const std::string& name, U_Err status) {
           "give an undamaged .icc file"};
 }
 
-}  // namespace
-
 std::string ProfileNames() {
   std::string names;
   for (const StandardProfile& row : kStandardProfiles) names += (names.empty() ? "" : ", ") + std::string(row.name);
   return names;
 }
 
+bool IsProfileName(const std::string& name) {
+  std::error_code error;
+  const auto* const end = std::end(kStandardProfiles);
+  return std::find_if(kStandardProfiles, end, [&](const auto& row) { return name == row.name; }) != end ||
+         std::filesystem::exists(name, error);
+}
+
 Profile ReadProfile(const std::string& option, const std::string& name) {
   Profile profile;
   for (const StandardProfile& row : kStandardProfiles) {
     if (name != row.name) continue;
-    if (const U_Err status = COR_GetStandardProfile(row.code, &profile)) throw BadProfile(name, status);
+    if (const U_Err status = COR_GetStandardProfile(row.code, &profile)) throw ProfileFailure("'" + name + "'", status);
     return profile;
   }
   std::error_code error;
@@ -76,7 +84,8 @@ Profile ReadProfile(const std::string& option, const std::string& name) {
     throw UsageFailure("cannot use " + option, "'" + name + "'", "there is neither a profile nor a file of that name",
                        "name an .icc file or one of " + ProfileNames());
   }
-  if (const U_Err status = COR_NewProfileFromFile(name.c_str(), &profile)) throw BadProfile(name, status);
+  if (const U_Err status = COR_NewProfileFromFile(name.c_str(), &profile))
+    throw ProfileFailure("'" + name + "'", status);
   return profile;
 }
 

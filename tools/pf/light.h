@@ -16,6 +16,10 @@ using Profile = boost::shared_ptr<COR_XCE_Profile>;
 /// A standard profile by name, or the profile in an ICC file. \throws Failure 64 for a name that is neither, 66 for a
 /// file that cannot be read, 65 for one that is no usable profile.
 Profile ReadProfile(const std::string& option, const std::string& name);
+/// Whether it is a standard name or the name of a file.
+bool IsProfileName(const std::string& name);
+/// What a status of the colour engine means for a profile. \param where the profile, quoted
+Failure ProfileFailure(const std::string& where, U_Err status);
 /// The names of the standard profiles, separated by commas.
 std::string ProfileNames();
 /// What to call a profile in messages.

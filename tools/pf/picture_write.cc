@@ -177,7 +177,11 @@ void NoteEncoding(const PictureFacts& like, const WriteRequest& request, Reporte
   if (request.format->lossy) reporter->Note(fmt::format("{} files are lossy", request.format->name));
   const bool linear = like.encoding == "Linear" || like.encoding == "linear" || like.encoding == "scene_linear" ||
                       like.encoding == "lin_srgb";
-  const bool to_exr = std::string(request.format->plugin) == "openexr";
+  const std::string plugin = request.format->plugin;
+  const bool to_exr = plugin == "openexr", holds_profile = plugin == "png" || plugin == "jpeg" || plugin == "tiff";
+  if (like.spec.find_attribute("ICCProfile") && !holds_profile) {
+    reporter->Note(fmt::format("{} files hold no profile, so it is left out", request.format->name));
+  }
   if (to_exr && !linear) {
     reporter->Note(
         fmt::format("exr files usually hold linear light, these values stay as they were ({})", like.encoding));
