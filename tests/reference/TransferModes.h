@@ -37,7 +37,7 @@ PFTEST_INLINE double SoftLight(double s, double b) {
 PFTEST_INLINE double Dodge(double s, double b) { return 1 - s == 0 || b >= 1 - s ? 1.0 : b / (1 - s); }
 PFTEST_INLINE double DodgeB(double s, double d) { return d == 0 ? 0.0 : Dodge(s, d); }
 PFTEST_INLINE double BurnB(double s, double d) {
-  const double q = (1 - d) / s;
+  const double q = (1 - d) / (s == 0 ? 1 : s);
   return s == 0 ? (d >= 1 ? 1.0 : 0.0) : 1 - (1 < q ? 1 : q);
 }
 PFTEST_INLINE double HardMix(float s, float d) {
