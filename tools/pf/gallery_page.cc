@@ -49,8 +49,7 @@ std::string Section(const GalleryEntry& entry) {
   }
   text += " steps</p>\n<div class=\"row\">\n";
   for (const MapAlphas& alphas : kMapAlphas) {
-    text += Figure(MapFile(mode, alphas), std::string("source \u2192, destination \u2191, ") + alphas.text, "map",
-                   mode.name);
+    text += Figure(MapFile(mode, alphas), std::string("s \u2192, d \u2191, ") + alphas.text, "map", mode.name);
   }
   text += "<div class=\"grid\">\n";
   for (const bool linear : {false, true}) {
