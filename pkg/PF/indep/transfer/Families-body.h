@@ -133,6 +133,32 @@ struct OnNeutral : Mode {
   }
 };
 
+// On neutral grey by straight lines. For o, the background's distance from grey, t, the source's (both from -1 to 1),
+// and u = a_s t the mix is o + u - |o| u or o + u - o |u|; the rule's Product(u, o) says which.
+template <class Rule>
+struct OnGrey : OnNeutral<Rule, Neutral::kGrey> {
+  template <class A, class R = typename A::R>
+  static R TiltedChannel(R cs, R as, R twice_as, R cd, R twice_ad, R by_union) {
+    const R grey = R(0.5) * A::Full();
+    const R u = cs * twice_as - as, o = (cd - grey) * twice_ad;
+    return grey + ((o - Rule::Product(u, o)) + u) * by_union;
+  }
+
+  template <class A, class R = typename A::R>
+  static Quad<R> Apply(const Quad<R>& s, const Quad<R>& d) {
+    if constexpr (A::kFloat) {
+      return OnNeutral<Rule, Neutral::kGrey>::template Apply<A>(s, d);
+    } else {
+      const R divisor = A::Full() * s.a + d.a * (A::Full() - s.a);  // the union alpha times full squared
+      const R by_union = R(0.5 * A::kCube) / divisor, twice = R(2) * A::Unit() * A::Unit();
+      const R as = s.a * A::Unit(), twice_as = s.a * twice, twice_ad = d.a * twice;
+      return {divisor * A::Unit(), TiltedChannel<A>(s.r, as, twice_as, d.r, twice_ad, by_union),
+              TiltedChannel<A>(s.g, as, twice_as, d.g, twice_ad, by_union),
+              TiltedChannel<A>(s.b, as, twice_as, d.b, twice_ad, by_union)};
+    }
+  }
+};
+
 // Union alpha, channels apart: what only the source covers shows it, what only the destination covers shows that, and
 // the mode's Blend(c_s, c_d) shows where both are.
 template <class Rule>

@@ -90,16 +90,15 @@ struct ScreenMode : OnNeutral<ScreenMode, Neutral::kBlack> {
   }
 };
 
-struct OverlayMode : OnNeutral<OverlayMode, Neutral::kGrey> {
+struct OverlayMode : OnGrey<OverlayMode> {
   static constexpr ModeRow kRow{PF_Xfer_Overlay, "PF_Xfer_Overlay", 1};
   template <class R>
   static R Blend(R s, R b) {
     return Select(b < R(0.5), R(2) * s * b, R(1) - R(2) * (R(1) - b) * (R(1) - s));
   }
-  // (2 s - 1) b below grey, (2 s - 1) (1 - b) above.
   template <class R>
-  static R Change(R s, R, R offset) {
-    return (R(2) * s - R(1)) * (R(0.5) - Abs(offset));
+  static R Product(R u, R o) {
+    return u * Abs(o);
   }
 };
 
@@ -116,17 +115,15 @@ struct SoftLightMode : OnNeutral<SoftLightMode, Neutral::kGrey> {
   }
 };
 
-struct HardLightMode : OnNeutral<HardLightMode, Neutral::kGrey> {
+struct HardLightMode : OnGrey<HardLightMode> {
   static constexpr ModeRow kRow{PF_Xfer_HardLight, "PF_Xfer_HardLight", 1};
   template <class R>
   static R Blend(R s, R b) {
     return Select(s >= R(0.5), b + (R(2) * s - R(1)) * (R(1) - b), b * R(2) * s);
   }
-  // t (1 - b) for t = 2 s - 1 >= 0, t b below.
   template <class R>
-  static R Change(R s, R, R offset) {
-    const R t = R(2) * s - R(1);
-    return R(0.5) * t - Abs(t) * offset;
+  static R Product(R u, R o) {
+    return Abs(u) * o;
   }
 };
 
