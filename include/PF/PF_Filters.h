@@ -1,7 +1,26 @@
 /// \file
-/// Filters: the bell that every Gaussian weight of the library comes from, and kernels filled from it.
+/// Filters: the bell that every Gaussian weight of the library comes from, kernels filled from it, and blurs along one
+/// direction.
 ///
 /// Nothing here keeps state; every function may be called from any thread.
+///
+/// Rules of blurs
+/// - A line is a row or a column. Line i of the destination is what the blur makes of line i of the source; where the
+///   directions differ the result is transposed. Source and destination have as many lines, and lines as long, as each
+///   other, and one depth. They may be one world or share pixels: the result is as if from a copy of the source.
+/// - Weights are divided by their sum. Integer depths round once, halves up, and are limited to their full value.
+/// - Beyond the ends of a line its end pixels repeat; with PF_BlurFlag_TRANSPARENT_EDGES all channels are 0 there.
+/// - Channels are blurred alike, each by itself (premultiplied pixels stay premultiplied), or, when `straight` is not
+///   0, colour is weighted by alpha: it is the blurred product of colour and alpha, divided by the blurred alpha, and 0
+///   where that is 0.
+/// - A line of one colour keeps it exactly. A sample reaches as far as the radius, rounded up, and no further, and so
+///   does one that is not finite; what lies further from all samples but 0 is exactly 0.
+/// - The cost does not grow with the radius.
+/// - The work goes line by line through PF_IterateGeneric, one call for each destination line, so possibly on several
+///   threads; a call may do the work of lines beside its own. Before each line that the first worker (index 0) runs the
+///   abort function is asked, after it the progress function hears how many lines are done of how many; a non-zero
+///   answer ends the call and is its result. `progress` may be null.
+/// - The same bits on every processor and for any number of threads.
 #ifndef PF_FILTERS_H
 #define PF_FILTERS_H
 
@@ -10,6 +29,14 @@
 #include "PF/PF_Errors.h"
 #include "PF/PF_Export.h"
 #include "PF/PF_Types.h"
+#include "PF/PF_Worlds.h"
+
+/// Flags of blurs.
+enum : std::int32_t {
+  PF_BlurFlag_TRANSPARENT_EDGES = 1 << 1,  ///< beyond the ends of a line there is nothing, instead of its end pixels
+  PF_BlurFlag_ALPHA_ONLY = 1 << 2,         ///< colour is copied
+  PF_BlurFlag_COLOR_ONLY = 1 << 3          ///< alpha is copied; with both flags all is
+};
 
 /// Flags of PF_GaussianKernel.
 enum : std::int32_t {
@@ -36,6 +63,30 @@ PF_EXPORT double PFp_GaussianValue(double x);
 ///   a number, and for a null diameter or kernel; nothing is written then.
 PF_EXPORT PF_Err PF_GaussianKernel(void* ignored, double radius, std::int32_t flags, double multiplier,
                                    std::int32_t* diameter_out, std::int32_t* kernel);
+
+/// \name Blurs along one direction
+/// \param radius 0..32767, in pixels. \param flags PF_BlurFlag_*, others are ignored.
+/// \param source_direction, destination_direction 0: lines are rows, else columns.
+/// \param straight not 0: colour is weighted by alpha.
+/// \return 0; 516, reported ("bad parameter passed to effect callback"), for a null world or one without pixels, for
+///   lines that do not match, and for a radius that is negative, above 32767 or not a number; 3, reported, for unequal
+///   or unknown depths; 4 when memory is short (told to the host as "memory for blurring" or "gaussian weight array").
+///   Nothing is written then.
+/// @{
+
+/// The bell of PFp_GaussianValue: weight i is the bell at i / (radius + 1), for i up to ceil(radius). Radius 0 copies.
+///
+/// Results are those of the exact sums of these weights to within one step of integer depths, and 10^-6 of the largest
+/// sample in reach in float.
+PF_EXPORT PF_Err PF_GaussianBlur1D(const PF_World* source, PF_World* destination, float radius, std::int32_t flags,
+                                   std::int32_t source_direction, std::int32_t destination_direction,
+                                   std::int32_t straight, const PF_ProgressInfo* progress);
+
+/// The mean of the 2 n + 1 pixels around each, n = trunc(radius + 1/2). n = 0 copies.
+PF_EXPORT PF_Err PF_BoxBlur1D(const PF_World* source, PF_World* destination, float radius, std::int32_t flags,
+                              std::int32_t source_direction, std::int32_t destination_direction, std::int32_t straight,
+                              const PF_ProgressInfo* progress);
+/// @}
 
 /// \name Entries without a filter behind them
 /// Touch no pixel and return 5 at once.

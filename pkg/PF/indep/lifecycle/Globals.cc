@@ -2,6 +2,7 @@
 
 #include "blend/BlendKernels.h"
 #include "copy/ReplicateKernels.h"
+#include "filter/LaneKernels.h"
 #include "mask/MaskCombineKernels.h"
 #include "mask/MaskKernels.h"
 #include "mask/MaskScanKernels.h"
@@ -15,18 +16,18 @@
 namespace pf {
 
 const KernelSet kPortableKernels = {
-    &kPortableConvertKernels,    &kPortableAlphaKernels,       &kPortableSampleKernels,
-    &kPortableReplicateKernels,  &kPortableMaskKernels,        &kPortablePaintKernels,
-    &kPortableBlendKernels,      &kPortableMaskCombineKernels, &kPortableMaskScanKernels,
-    &kPortableTransferKernels8,  &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
-    &kPortableLinearLightKernels};
+    &kPortableConvertKernels,     &kPortableAlphaKernels,       &kPortableSampleKernels,
+    &kPortableReplicateKernels,   &kPortableMaskKernels,        &kPortablePaintKernels,
+    &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortableMaskScanKernels,
+    &kPortableTransferKernels8,   &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
+    &kPortableLinearLightKernels, &kPortableBlurKernels};
 
 KernelSet VectorKernels() {
-  return {&VectorConvertKernels(),    &VectorAlphaKernels(),       &VectorSampleKernels(),
-          &VectorReplicateKernels(),  &VectorMaskKernels(),        &VectorPaintKernels(),
-          &VectorBlendKernels(),      &VectorMaskCombineKernels(), &VectorMaskScanKernels(),
-          &VectorTransferKernels8(),  &VectorTransferKernels16(),  &VectorTransferKernelsFloat(),
-          &VectorLinearLightKernels()};
+  return {&VectorConvertKernels(),     &VectorAlphaKernels(),       &VectorSampleKernels(),
+          &VectorReplicateKernels(),   &VectorMaskKernels(),        &VectorPaintKernels(),
+          &VectorBlendKernels(),       &VectorMaskCombineKernels(), &VectorMaskScanKernels(),
+          &VectorTransferKernels8(),   &VectorTransferKernels16(),  &VectorTransferKernelsFloat(),
+          &VectorLinearLightKernels(), &VectorBlurKernels()};
 }
 
 void KernelSlots::Set(const KernelSet& kernels) {
@@ -43,19 +44,20 @@ void KernelSlots::Set(const KernelSet& kernels) {
   transfer16 = kernels.transfer16;
   transfer_float = kernels.transfer_float;
   linear_light = kernels.linear_light;
+  blur = kernels.blur;
 }
 
 KernelSet KernelSlots::Get() const {
-  return {convert,      alpha,     sample,    replicate,  mask,           paint,       blend,
-          mask_combine, mask_scan, transfer8, transfer16, transfer_float, linear_light};
+  return {convert,      alpha,     sample,    replicate,  mask,           paint,        blend,
+          mask_combine, mask_scan, transfer8, transfer16, transfer_float, linear_light, blur};
 }
 
 constinit KernelSlots g_kernels = {
-    &kPortableConvertKernels,    &kPortableAlphaKernels,       &kPortableSampleKernels,
-    &kPortableReplicateKernels,  &kPortableMaskKernels,        &kPortablePaintKernels,
-    &kPortableBlendKernels,      &kPortableMaskCombineKernels, &kPortableMaskScanKernels,
-    &kPortableTransferKernels8,  &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
-    &kPortableLinearLightKernels};
+    &kPortableConvertKernels,     &kPortableAlphaKernels,       &kPortableSampleKernels,
+    &kPortableReplicateKernels,   &kPortableMaskKernels,        &kPortablePaintKernels,
+    &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortableMaskScanKernels,
+    &kPortableTransferKernels8,   &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
+    &kPortableLinearLightKernels, &kPortableBlurKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};
 constinit std::atomic<std::int64_t> g_live_worlds{0};
 constinit std::atomic<std::int64_t> g_live_chunks{0};

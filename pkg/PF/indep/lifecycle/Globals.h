@@ -27,6 +27,7 @@ struct MaskScanKernels;
 template <class P>
 struct TransferKernels;
 struct LinearLightKernels;
+struct BlurKernels;
 
 // One choice of kernels for every concern.
 struct KernelSet {
@@ -43,6 +44,7 @@ struct KernelSet {
   const TransferKernels<PF_Pixel16>* transfer16;
   const TransferKernels<PF_PixelFloat>* transfer_float;
   const LinearLightKernels* linear_light;
+  const BlurKernels* blur;
 };
 // Plain C++: the reference.
 extern const KernelSet kPortableKernels;
@@ -65,6 +67,7 @@ struct KernelSlots {
   std::atomic<const TransferKernels<PF_Pixel16>*> transfer16;
   std::atomic<const TransferKernels<PF_PixelFloat>*> transfer_float;
   std::atomic<const LinearLightKernels*> linear_light;
+  std::atomic<const BlurKernels*> blur;
 
   void Set(const KernelSet& kernels);
   KernelSet Get() const;

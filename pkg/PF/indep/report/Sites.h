@@ -30,6 +30,7 @@ enum class Site : std::uint16_t {
   kColorTransform = 20,
   kAlphaConventions = 21,
   kGaussianKernel = 22,
+  kBlurs = 23,
   kBlendSizesStraight = 46,  // the two sources; 47: the destination
   kBlendDestinationStraight = 47,
   kIterateGeneric = 70,

@@ -1,0 +1,240 @@
+// Blurs of worlds along one direction.
+#include <cstring>
+#include <optional>
+
+#include "PF/PF_Filters.h"
+#include "edge/Guard.h"
+#include "filter/LaneFilter.h"
+#include "filter/LineGroup.h"
+#include "host/vexcore.h"
+#include "lifecycle/Globals.h"
+#include "mask/MaskRows.h"
+#include "mask/ScratchLines.h"
+#include "pixel/Depth.h"
+#include "report/Report.h"
+
+namespace pf {
+namespace {
+
+constexpr double kLargestRadius = 32767;
+
+// What a caller asks for, in the terms of one depth.
+struct WorldBlur {
+  const PF_World& src;
+  PF_World& dst;
+  double radius;
+  std::int32_t flags;
+  bool src_columns, dst_columns;
+  bool straight;
+  const PF_ProgressInfo* progress;
+
+  bool Has(std::int32_t flag) const { return (flags & flag) != 0; }
+  // Whether anything is filtered, and colour needs alpha for it.
+  bool Copies() const { return Has(PF_BlurFlag_ALPHA_ONLY) && Has(PF_BlurFlag_COLOR_ONLY); }
+  bool Weighs() const { return straight && !Has(PF_BlurFlag_ALPHA_ONLY); }
+};
+
+template <class T>
+LinePlane PlaneOfWorld(const PF_World& world, void* base, bool columns) {
+  return LinePlane::Of(base, world.row_bytes, world.width, world.height, sizeof(T), 4, columns);
+}
+
+struct Bytes {
+  const std::byte *begin, *end;
+};
+Bytes BytesOf(const PF_World& world, std::int64_t pixel_size) {
+  const auto* first = static_cast<const std::byte*>(world.data);
+  const auto* last = first + (std::int64_t{world.height} - 1) * world.row_bytes;
+  return {std::min(first, last), std::max(first, last) + world.width * pixel_size};
+}
+
+// Whether lines that are written may be read later. Lines onto themselves are not.
+bool Disturbs(const WorldBlur& blur, std::int64_t pixel_size) {
+  const bool onto_itself = blur.src.data == blur.dst.data && blur.src.row_bytes == blur.dst.row_bytes &&
+                           blur.src_columns == blur.dst_columns;
+  const Bytes s = BytesOf(blur.src, pixel_size), d = BytesOf(blur.dst, pixel_size);
+  return !onto_itself && s.begin < d.end && d.begin < s.end;
+}
+
+// The source's rows, in a block of scratch.
+class SourceCopy {
+ public:
+  SourceCopy(const PF_World& world, std::int64_t pixel_size)
+      : row_bytes_(world.width * pixel_size),
+        block_(static_cast<std::uint64_t>(row_bytes_ * world.height), Message::kBlurMemory) {
+    for (std::int64_t y = 0; y < world.height; ++y) {
+      std::memcpy(block_.data() + y * row_bytes_, static_cast<const std::byte*>(world.data) + y * world.row_bytes,
+                  static_cast<std::size_t>(row_bytes_));
+    }
+  }
+  std::byte* data() const { return block_.data(); }
+  std::int64_t row_bytes() const { return row_bytes_; }
+
+ private:
+  std::int64_t row_bytes_;
+  HostBlock block_;
+};
+
+// Memory for one group: its samples with the margins, its results, and what the filter needs.
+struct GroupScratch {
+  std::int64_t samples, results, sums;  // in doubles
+
+  GroupScratch(const LaneFilter* filter, std::int64_t length)
+      : samples(kLanes * (length + 2 * (filter != nullptr ? filter->margin() : 0))),
+        results(kLanes * length),
+        sums(filter != nullptr ? filter->scratch() : 0) {}
+  std::uint64_t bytes() const { return sizeof(double) * static_cast<std::uint64_t>(samples + results + sums); }
+};
+
+// Repeats the ends of eight lines beyond them, or puts nothing there.
+void FillMargins(double* lanes, std::int64_t n, std::int64_t margin, bool transparent) {
+  const auto fill = [&](std::int64_t begin, const double* sample) {
+    double* to = lanes + kLanes * begin;
+    if (transparent) {
+      std::fill_n(to, kLanes * margin, 0.0);
+    } else {
+      for (std::int64_t i = 0; i < margin; ++i) std::copy_n(sample, kLanes, to + kLanes * i);
+    }
+  };
+  fill(-margin, lanes);
+  fill(n, lanes + kLanes * (n - 1));
+}
+
+// Puts the channels that are not to change back to those of the source.
+void Restore(const WorldBlur& blur, const double* samples, double* results, std::int64_t n) {
+  for (std::int64_t i = 0; i < 2 * n; ++i) {
+    if (blur.Has(PF_BlurFlag_COLOR_ONLY)) results[4 * i] = samples[4 * i];
+    if (blur.Has(PF_BlurFlag_ALPHA_ONLY)) std::copy_n(samples + 4 * i + 1, 3, results + 4 * i + 1);
+  }
+}
+
+template <class T>
+class BlurLines {
+ public:
+  BlurLines(const WorldBlur& blur, const BlurKernels& kernels, const LaneFilter* filter, const LinePlane& src,
+            const LinePlane& dst)
+      : blur_(blur),
+        kernels_(kernels),
+        filter_(filter),
+        src_(src),
+        dst_(dst),
+        size_(filter, src.length),
+        scratch_(size_.bytes(), Message::kBlurMemory) {}
+
+  PF_Err Run() {
+    return ForRows(blur_.progress, RowReports::kProgress, static_cast<std::int32_t>(src_.count),
+                   [&](std::int32_t line) {
+                     if (line % src_.group() == 0) Group(line);
+                   });
+  }
+
+ private:
+  void Group(std::int64_t line) {
+    const LineGroup<T> from(kernels_, src_, line), to(kernels_, dst_, line);
+    const ScratchLines::Line memory(scratch_);
+    const std::int64_t n = src_.length, margin = filter_ != nullptr ? filter_->margin() : 0;
+    auto* samples = reinterpret_cast<double*>(memory.data());
+    double *in = samples + kLanes * margin, *results = samples + size_.samples;
+    from.Load(in);
+    if (filter_ == nullptr) return to.Store(in);
+    if (blur_.Weighs()) kernels_.lanes.weigh(in, n);
+    FillMargins(in, n, margin, blur_.Has(PF_BlurFlag_TRANSPARENT_EDGES));
+    filter_->Run(in, results, n, results + size_.results);
+    if (blur_.Weighs()) kernels_.lanes.unweigh(results, n);
+    if (blur_.Has(PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY)) {
+      from.Load(in);
+      Restore(blur_, in, results, n);
+    }
+    to.Store(results);
+  }
+
+  const WorldBlur& blur_;
+  const BlurKernels& kernels_;
+  const LaneFilter* filter_;
+  const LinePlane &src_, &dst_;
+  GroupScratch size_;
+  ScratchLines scratch_;
+};
+
+template <class T>
+LaneDemands DemandsOf(bool weighs) {
+  if constexpr (sizeof(T) == 1) {
+    return {kBellBits8, weighs ? 6 : 4, weighs};
+  } else if constexpr (sizeof(T) == 2) {
+    return {kBellBits16, weighs ? 7 : 5, weighs};
+  } else {
+    return {0, weighs ? 8 : 6, true};
+  }
+}
+
+enum class Shape { kBell, kBox };
+
+template <class T>
+PF_Err BlurOf(Shape shape, const WorldBlur& blur) {
+  const BlurKernels& kernels = *g_kernels.blur.load(std::memory_order_relaxed);
+  std::optional<SourceCopy> copy;
+  LinePlane src = PlaneOfWorld<T>(blur.src, blur.src.data, blur.src_columns);
+  const LinePlane dst = PlaneOfWorld<T>(blur.dst, blur.dst.data, blur.dst_columns);
+  if (Disturbs(blur, 4 * sizeof(T))) {
+    copy.emplace(blur.src, 4 * sizeof(T));
+    src =
+        LinePlane::Of(copy->data(), copy->row_bytes(), blur.src.width, blur.src.height, sizeof(T), 4, blur.src_columns);
+  }
+  std::optional<LaneFilter> filter;
+  const auto span = static_cast<std::int64_t>(blur.radius + 0.5);
+  if (shape == Shape::kBell && blur.radius > 0 && !blur.Copies()) {
+    filter.emplace(kernels.lanes, blur.radius, DemandsOf<T>(blur.Weighs()));
+  }
+  if (shape == Shape::kBox && span > 0 && !blur.Copies()) filter.emplace(kernels.lanes, span);
+  return BlurLines<T>(blur, kernels, filter ? &*filter : nullptr, src, dst).Run();
+}
+
+PF_Err Refuse() {
+  ReportCaller(Site::kBlurs, Message::kBadCallbackParameter);
+  return PF_Err_BAD_PARAMETER;
+}
+
+bool IsWorld(const PF_World* world) { return world != nullptr && world->data != nullptr; }
+
+PF_Err Blur(Shape shape, const PF_World* source, PF_World* destination, float radius, std::int32_t flags,
+            std::int32_t source_direction, std::int32_t destination_direction, std::int32_t straight,
+            const PF_ProgressInfo* progress) {
+  const bool fits = radius >= 0 && radius <= kLargestRadius;  // false for what is not a number
+  if (!fits || !IsWorld(source) || !IsWorld(destination)) return Refuse();
+  if (destination->Depth() != source->Depth()) {
+    return FailVerification("Blur requires source and destination of the same depth", Site::kBlurs);
+  }
+  const bool src_columns = source_direction != 0, dst_columns = destination_direction != 0;
+  const bool turned = src_columns != dst_columns;
+  if (destination->width != (turned ? source->height : source->width) ||
+      destination->height != (turned ? source->width : source->height)) {
+    return Refuse();
+  }
+  if (source->width <= 0 || source->height <= 0) return PF_Err_NONE;
+  const WorldBlur blur = {*source,     *destination, double{radius}, flags,
+                          src_columns, dst_columns,  straight != 0,  progress};
+  return DispatchDepth(
+      source->Depth(), [&]<class P>(P) -> PF_Err { return BlurOf<ChannelOf<P>>(shape, blur); },
+      []() -> PF_Err { return FailVerification("Unknown depth in blur", Site::kBlurs); });
+}
+
+}  // namespace
+}  // namespace pf
+
+PF_Err PF_GaussianBlur1D(const PF_World* source, PF_World* destination, float radius, std::int32_t flags,
+                         std::int32_t source_direction, std::int32_t destination_direction, std::int32_t straight,
+                         const PF_ProgressInfo* progress) {
+  return pf::Guard([&] {
+    return pf::Blur(pf::Shape::kBell, source, destination, radius, flags, source_direction, destination_direction,
+                    straight, progress);
+  });
+}
+
+PF_Err PF_BoxBlur1D(const PF_World* source, PF_World* destination, float radius, std::int32_t flags,
+                    std::int32_t source_direction, std::int32_t destination_direction, std::int32_t straight,
+                    const PF_ProgressInfo* progress) {
+  return pf::Guard([&] {
+    return pf::Blur(pf::Shape::kBox, source, destination, radius, flags, source_direction, destination_direction,
+                    straight, progress);
+  });
+}

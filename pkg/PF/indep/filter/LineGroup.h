@@ -1,0 +1,102 @@
+// Lines of a plane of values, eight lanes at a time.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "filter/LaneKernels.h"
+
+namespace pf {
+
+// `count` lines of `length` samples. A sample is one value, or a pixel of four, `step` bytes from the next one on its
+// line and `pitch` bytes from its neighbour on the next line.
+struct LinePlane {
+  std::byte* base;
+  std::int64_t step, pitch;
+  std::int64_t length, count;
+  int channels;  // 1 or 4
+
+  // The plane of rows of `width` samples, seen as rows or as columns.
+  static LinePlane Of(void* base, std::int64_t row_bytes, std::int64_t width, std::int64_t height,
+                      std::int64_t value_size, int channels, bool columns) {
+    const std::int64_t size = value_size * channels;
+    auto* bytes = static_cast<std::byte*>(base);
+    if (columns) return {bytes, row_bytes, size, height, width, channels};
+    return {bytes, size, row_bytes, width, height, channels};
+  }
+  // Lines that share the lanes.
+  std::int64_t group() const { return kLanes / channels; }
+  template <class T>
+  T* At(std::int64_t line, std::int64_t i) const {
+    return reinterpret_cast<T*>(base + line * pitch + i * step);
+  }
+};
+
+// The lines from `first` on, as many as share the lanes, and their lanes. Lanes without a line are 0.
+template <class T>
+class LineGroup {
+ public:
+  LineGroup(const BlurKernels& kernels, const LinePlane& plane, std::int64_t first)
+      : values_(kernels.Of<T>()),
+        plane_(plane),
+        first_(first),
+        lines_(std::min(plane.group(), plane.count - first)),
+        size_(static_cast<std::int64_t>(sizeof(T))) {}
+
+  std::int64_t lines() const { return lines_; }
+
+  void Load(double* lanes) const {
+    if (Across()) return values_.load_across(At(0), plane_.step, plane_.length, lanes);
+    if (lines_ < plane_.group()) std::fill_n(lanes, kLanes * plane_.length, 0.0);
+    for (std::int64_t line = 0; line < lines_; ++line) {
+      double* to = lanes + line * plane_.channels;
+      if (Along()) {
+        values_.load_along(At(line), plane_.length, to);
+      } else {
+        Each(line, to, [](T& value, double& lane) { lane = static_cast<double>(value); });
+      }
+    }
+  }
+
+  void Store(const double* lanes) const {
+    if (Across()) return values_.store_across(lanes, plane_.length, At(0), plane_.step);
+    for (std::int64_t line = 0; line < lines_; ++line) {
+      const double* from = lanes + line * plane_.channels;
+      if (Along()) {
+        values_.store_along(from, plane_.length, At(line));
+      } else {
+        StoreEach(line, from);
+      }
+    }
+  }
+
+ private:
+  T* At(std::int64_t line) const { return plane_.template At<T>(first_ + line, 0); }
+  bool Across() const { return lines_ == plane_.group() && plane_.pitch == plane_.channels * size_; }
+  bool Along() const { return plane_.channels == 4 && plane_.step == 4 * size_; }
+
+  template <class Lane, class F>
+  void Each(std::int64_t line, Lane* lanes, const F& f) const {
+    for (std::int64_t i = 0; i < plane_.length; ++i) {
+      T* values = plane_.template At<T>(first_ + line, i);
+      for (int c = 0; c < plane_.channels; ++c) f(values[c], lanes[kLanes * i + c]);
+    }
+  }
+  // Through a vector of values, so that they are rounded as everywhere.
+  void StoreEach(std::int64_t line, const double* lanes) const {
+    for (std::int64_t i = 0; i < plane_.length; ++i) {
+      double sample[kLanes] = {};
+      T rounded[kLanes];
+      std::copy_n(lanes + kLanes * i, plane_.channels, sample);
+      values_.store_across(sample, 1, rounded, 0);
+      std::copy_n(rounded, plane_.channels, plane_.template At<T>(first_ + line, i));
+    }
+  }
+
+  const LaneValueKernels<T>& values_;
+  const LinePlane& plane_;
+  std::int64_t first_, lines_, size_;
+};
+
+}  // namespace pf

@@ -1,0 +1,206 @@
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "filter/blur_kernels.cc"
+#include <hwy/foreach_target.h>
+//
+#include <hwy/highway.h>
+
+#include <algorithm>
+#include <type_traits>
+
+#include "PF/PF_Types.h"
+#include "filter/LaneKernels.h"
+#include "simd/Lanes-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pf {
+namespace HWY_NAMESPACE {
+namespace {
+
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+
+const BlurKernels* BlurKernelsOfTarget() { return &kPortableBlurKernels; }
+
+#else
+
+using DD = hn::CappedTag<double, 8>;
+using RD = Lanes<DD>;
+using DI = hn::Rebind<std::int32_t, DD>;
+
+template <class R>
+HWY_INLINE R Load(const double* p) {
+  return R(hn::LoadU(DD(), p));
+}
+HWY_INLINE void Store(RD v, double* p) { hn::StoreU(v.v, DD(), p); }
+template <class R>
+HWY_INLINE constexpr std::int64_t kLanesOf() {
+  return static_cast<std::int64_t>(hn::MaxLanes(DD()));
+}
+
+#include "filter/Lanes-body.h"
+
+constexpr std::int64_t kStep = static_cast<std::int64_t>(hn::MaxLanes(DD()));
+
+void Peaks(const double* lanes, std::int64_t n, std::uint32_t* peaks) {
+  const hn::Repartition<std::uint32_t, DD> d;
+  const auto magnitude = hn::BitCast(d, hn::Set(hn::RebindToUnsigned<DD>(), 0x7FFFFFFF00000000u));
+  for (std::int64_t lane = 0; lane < kLanes; lane += kStep) {
+    auto largest = hn::Zero(d);
+    for (std::int64_t i = 0; i < n; ++i) {
+      largest = hn::Max(largest, hn::And(hn::BitCast(d, hn::LoadU(DD(), lanes + kLanes * i + lane)), magnitude));
+    }
+    HWY_ALIGN std::uint32_t words[hn::MaxLanes(d)];
+    hn::Store(largest, d, words);
+    for (std::int64_t i = 0; i < kStep; ++i) peaks[lane + i] = words[2 * i + 1];
+  }
+}
+
+// Lanes times factors that stand four lanes apart, but for the first lane of four.
+HWY_INLINE void ScaleColours(double* lanes, std::int64_t n, const double* factors) {
+  for (std::int64_t i = 0; i < 2 * n; ++i) {
+    double* p = lanes + 4 * i;
+    const hn::CappedTag<double, 4> d;
+    if constexpr (hn::MaxLanes(d) == 4) {
+      const auto v = hn::LoadU(d, p);
+      const auto scaled = hn::Mul(v, hn::Set(d, factors[i]));
+      hn::StoreU(hn::IfThenElse(hn::FirstN(d, 1), v, scaled), d, p);
+    } else {
+      for (int c = 1; c < 4; ++c) p[c] *= factors[i];
+    }
+  }
+}
+
+// Alphas of a run of pixels in order.
+constexpr std::int64_t kRun = 64;
+HWY_INLINE void Alphas(const double* lanes, std::int64_t n, double* alphas) {
+  for (std::int64_t i = 0; i < 2 * n; ++i) alphas[i] = lanes[4 * i];
+}
+
+void Weigh(double* lanes, std::int64_t n) {
+  HWY_ALIGN double factors[2 * kRun];
+  for (std::int64_t i = 0; i < n; i += kRun) {
+    const std::int64_t count = std::min(kRun, n - i);
+    Alphas(lanes + kLanes * i, count, factors);
+    ScaleColours(lanes + kLanes * i, count, factors);
+  }
+}
+
+void Unweigh(double* lanes, std::int64_t n) {
+  HWY_ALIGN double factors[2 * kRun];
+  std::fill_n(factors, 2 * kRun, 1.0);
+  for (std::int64_t i = 0; i < n; i += kRun) {
+    const std::int64_t count = std::min(kRun, n - i);
+    Alphas(lanes + kLanes * i, count, factors);
+    for (std::int64_t f = 0; f < 2 * count; f += kStep) {
+      const RD alpha(hn::Load(DD(), factors + f));
+      hn::Store(Quotient(alpha == RD(0), RD(0), RD(1), alpha).v, DD(), factors + f);
+    }
+    ScaleColours(lanes + kLanes * i, count, factors);
+  }
+}
+
+template <class T>
+HWY_INLINE hn::Vec<DD> LoadValues(const T* p) {
+  const hn::Rebind<T, DD> d;
+  if constexpr (std::is_same_v<T, float>) {
+    return hn::PromoteTo(DD(), hn::LoadU(d, p));
+  } else {
+    return hn::PromoteTo(DD(), hn::PromoteTo(DI(), hn::LoadU(d, p)));
+  }
+}
+
+template <class T>
+HWY_INLINE void StoreValues(hn::Vec<DD> v, T* p) {
+  const hn::Rebind<T, DD> d;
+  if constexpr (std::is_same_v<T, float>) {
+    hn::StoreU(hn::DemoteTo(d, v), d, p);
+  } else {
+    const auto full = hn::Set(DD(), sizeof(T) == 1 ? PF_MAX_CHAN8 : PF_MAX_CHAN16);
+    const auto limited = hn::Min(hn::Max(hn::Add(v, hn::Set(DD(), 0.5)), hn::Zero(DD())), full);
+    hn::StoreU(hn::DemoteTo(d, hn::DemoteTo(DI(), limited)), d, p);
+  }
+}
+
+template <class T>
+void LoadAcross(const T* at, std::int64_t step, std::int64_t n, double* lanes) {
+  for (std::int64_t i = 0; i < n; ++i) {
+    const T* from = reinterpret_cast<const T*>(reinterpret_cast<const std::byte*>(at) + step * i);
+    for (std::int64_t lane = 0; lane < kLanes; lane += kStep) {
+      hn::StoreU(LoadValues(from + lane), DD(), lanes + kLanes * i + lane);
+    }
+  }
+}
+template <class T>
+void StoreAcross(const double* lanes, std::int64_t n, T* at, std::int64_t step) {
+  for (std::int64_t i = 0; i < n; ++i) {
+    T* to = reinterpret_cast<T*>(reinterpret_cast<std::byte*>(at) + step * i);
+    for (std::int64_t lane = 0; lane < kLanes; lane += kStep) {
+      StoreValues(hn::LoadU(DD(), lanes + kLanes * i + lane), to + lane);
+    }
+  }
+}
+
+// A pixel, or two where a vector holds them.
+template <class T>
+void LoadAlong(const T* at, std::int64_t n, double* lanes) {
+  std::int64_t i = 0;
+  if constexpr (kStep == 8) {
+    const hn::Half<DD> half;
+    for (; i + 2 <= n; i += 2) {
+      const auto v = LoadValues(at + 4 * i);
+      hn::StoreU(hn::LowerHalf(half, v), half, lanes + kLanes * i);
+      hn::StoreU(hn::UpperHalf(half, v), half, lanes + kLanes * (i + 1));
+    }
+    for (; i < n; ++i) std::copy_n(at + 4 * i, 4, lanes + kLanes * i);
+  } else {
+    for (; i < n; ++i) {
+      for (std::int64_t c = 0; c < 4; c += kStep) {
+        hn::StoreU(LoadValues(at + 4 * i + c), DD(), lanes + kLanes * i + c);
+      }
+    }
+  }
+}
+template <class T>
+void StoreAlong(const double* lanes, std::int64_t n, T* at) {
+  std::int64_t i = 0;
+  if constexpr (kStep == 8) {
+    const hn::Half<DD> half;
+    for (; i + 2 <= n; i += 2) {
+      StoreValues(hn::Combine(DD(), hn::LoadU(half, lanes + kLanes * (i + 1)), hn::LoadU(half, lanes + kLanes * i)),
+                  at + 4 * i);
+    }
+    for (; i < n; ++i) kPortableBlurKernels.Of<T>().store_along(lanes + kLanes * i, 1, at + 4 * i);
+  } else {
+    for (; i < n; ++i) {
+      for (std::int64_t c = 0; c < 4; c += kStep) {
+        StoreValues(hn::LoadU(DD(), lanes + kLanes * i + c), at + 4 * i + c);
+      }
+    }
+  }
+}
+
+template <class T>
+constexpr LaneValueKernels<T> kValues = {&LoadAcross<T>, &StoreAcross<T>, &LoadAlong<T>, &StoreAlong<T>};
+
+constexpr BlurKernels kKernels = {{&Convolve<RD>, &Series<RD>, &Box<RD>, &Peaks, &Weigh, &Unweigh},
+                                  kValues<std::uint8_t>,
+                                  kValues<std::uint16_t>,
+                                  kValues<float>};
+
+const BlurKernels* BlurKernelsOfTarget() { return &kKernels; }
+
+#endif  // HWY_TARGET
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace pf
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace pf {
+
+HWY_EXPORT(BlurKernelsOfTarget);
+
+const BlurKernels& VectorBlurKernels() { return *HWY_DYNAMIC_DISPATCH(BlurKernelsOfTarget)(); }
+
+}  // namespace pf
+#endif
