@@ -8,7 +8,7 @@
 #include "PF/PF_Worlds.h"
 #include "composite/TransferRows.h"
 #include "edge/Guard.h"
-#include "mask/MaskRows.h"
+#include "iterate/ForRows.h"
 #include "pixel/ConvertDepth.h"
 #include "report/HostMemory.h"
 #include "report/Report.h"

@@ -7,9 +7,9 @@
 #include "filter/LaneFilter.h"
 #include "filter/LineGroup.h"
 #include "host/vexcore.h"
+#include "iterate/ForRows.h"
+#include "iterate/ScratchLines.h"
 #include "lifecycle/Globals.h"
-#include "mask/MaskRows.h"
-#include "mask/ScratchLines.h"
 #include "pixel/Depth.h"
 #include "report/Report.h"
 

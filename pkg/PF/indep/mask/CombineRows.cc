@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "iterate/ForRows.h"
 #include "lifecycle/Globals.h"
 #include "mask/ConvertValues.h"
 #include "mask/MaskCombineKernels.h"
 #include "mask/MaskKernels.h"
-#include "mask/MaskRows.h"
 #include "pixel/Depth.h"
 
 namespace pf {

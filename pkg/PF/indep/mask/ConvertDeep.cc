@@ -3,11 +3,11 @@
 #include <cstring>
 
 #include "edge/Guard.h"
+#include "iterate/ForRows.h"
 #include "lifecycle/Globals.h"
 #include "mask/ConvertValues.h"
 #include "mask/LockedMask.h"
 #include "mask/MaskArea.h"
-#include "mask/MaskRows.h"
 #include "pixel/Depth.h"
 #include "world/ConvertKernels.h"
 #include "world/Dither.h"

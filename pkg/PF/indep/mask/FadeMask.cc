@@ -1,9 +1,9 @@
 // Inversion and fading.
 #include "PF/PF_Masks.h"
 #include "edge/Guard.h"
+#include "iterate/ForRows.h"
 #include "mask/LockedMask.h"
 #include "mask/MaskKernels.h"
-#include "mask/MaskRows.h"
 
 namespace pf {
 namespace {

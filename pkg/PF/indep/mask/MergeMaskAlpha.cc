@@ -4,10 +4,10 @@
 #include "PF/PF_Masks.h"
 #include "PF/PF_Worlds.h"
 #include "edge/Guard.h"
+#include "iterate/ForRows.h"
 #include "lifecycle/Globals.h"
 #include "mask/LockedMask.h"
 #include "mask/MaskKernels.h"
-#include "mask/MaskRows.h"
 #include "pixel/Depth.h"
 #include "report/Report.h"
 

@@ -4,12 +4,12 @@
 #include <optional>
 
 #include "edge/Guard.h"
+#include "iterate/ForRows.h"
+#include "iterate/ScratchLines.h"
 #include "lifecycle/Globals.h"
 #include "mask/GaussWeights.h"
 #include "mask/LockedMask.h"
-#include "mask/MaskRows.h"
 #include "mask/MaskScanKernels.h"
-#include "mask/ScratchLines.h"
 
 namespace pf {
 namespace {

@@ -1,4 +1,4 @@
-// Rows of a mask through the iteration engine.
+// Rows of anything through the iteration engine.
 #pragma once
 
 #include <atomic>
