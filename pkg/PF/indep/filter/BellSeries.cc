@@ -35,8 +35,15 @@ BellSeries::BellSeries(double radius, int terms)
       block_(static_cast<std::uint64_t>(8 * terms * (reach_ + 1)), Message::kGaussianWeights) {
   const Fit& fit = kFits[terms - kFewestTerms];
   auto* cosine = reinterpret_cast<double*>(block_.data());
+  // The recurrence multiplies by 2 cos(f), rounded. Its own f is where that is exact: with any other, what a sample
+  // brought in is not what it takes away when it leaves, and large radii show it.
   const double unit = std::acos(-1.0) / (fit.period * (radius + 1));
-  const auto value = [&](int t, std::int64_t i) { return fit.a[t] * std::cos(t * unit * static_cast<double>(i)); };
+  double frequency[kMaxTerms];
+  for (int t = 0; t < terms; ++t) {
+    terms_.twice[t] = 2 * std::cos(t * unit);
+    frequency[t] = 2 * std::asin(std::sqrt((2 - terms_.twice[t]) / 4));
+  }
+  const auto value = [&](int t, std::int64_t i) { return fit.a[t] * std::cos(frequency[t] * static_cast<double>(i)); };
   double sum = 0;
   for (int t = 0; t < terms; ++t) {
     double* row = cosine + t * (reach_ + 1);
@@ -46,9 +53,9 @@ BellSeries::BellSeries(double radius, int terms)
     }
   }
   for (std::int64_t i = 0; i < terms * (reach_ + 1); ++i) cosine[i] /= sum;
-  terms_ = {terms, cosine, {}, {}, {}};
+  terms_.terms = terms;
+  terms_.cosine = cosine;
   for (int t = 0; t < terms; ++t) {
-    terms_.twice[t] = 2 * std::cos(t * unit);
     terms_.entering[t] = value(t, reach_) / sum;
     terms_.leaving[t] = value(t, reach_ + 1) / sum;
   }

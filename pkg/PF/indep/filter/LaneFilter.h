@@ -34,9 +34,13 @@ class LaneFilter {
   void Run(const double* in, double* out, std::int64_t n, double* scratch) const;
 
  private:
+  // By the series as far as that is fine enough.
+  void RunInPieces(const double* in, double* out, std::int64_t n) const;
+
   const LaneKernels& kernels_;
   std::int64_t reach_;
   bool is_box_, residues_;
+  std::uint32_t widest_range_;  // of samples under one run of sums, in high words
   double scale_ = 1;
   std::optional<BellWeights> weights_;
   std::optional<BellSeries> series_;
