@@ -33,5 +33,6 @@ void AddLazyTiles(OperationTable& table);
 void AddCompositing(OperationTable& table);
 void AddColorSpaces(OperationTable& table);
 void AddColor(OperationTable& table);
+void AddFilters(OperationTable& table);
 
 }  // namespace pftest

@@ -241,6 +241,7 @@ Table Build() {
   AddCompositing(table);
   AddColorSpaces(table);
   AddColor(table);
+  AddFilters(table);
   return table;
 }
 

@@ -1,0 +1,63 @@
+#include "PF/PF_Filters.h"
+#include "reference/Blur.h"
+#include "support/OperationTable.h"
+
+namespace pftest {
+namespace {
+
+BlurWish AnyWish(Trial& run, bool box, float radius) {
+  BlurWish wish = {box, radius};
+  wish.flags = static_cast<std::int32_t>(run.random() % 8) * PF_BlurFlag_TRANSPARENT_EDGES;
+  wish.straight = run.random() % 2 == 0;
+  return wish;
+}
+
+PF_Err Turned(Trial& run, int depth, BlurWish wish) {
+  Picture in(run, depth, 37);
+  wish.src_columns = run.random() % 2 == 0;
+  wish.dst_columns = !wish.src_columns;
+  TestWorld out(depth, in.height(), in.width(), 8);
+  const PF_Err code = CallBlur(in, out, wish, run.progress);
+  run.results.Add(out);
+  return code;
+}
+
+void AddBlur(OperationTable& table, const char* name, bool box, float radius) {
+  for (const int depth : {8, 16, 32}) {
+    table.push_back({At(name, depth), depth, true, [=](Trial& run) {
+                       Picture in(run, depth), out(run, depth);
+                       TestWorld& to = out.width() == in.width() ? out : in;
+                       const PF_Err code = CallBlur(in, to, AnyWish(run, box, radius), run.progress);
+                       run.results.Add(to);
+                       return code;
+                     }});
+    table.push_back({At(name, depth) + " turned", depth, false,
+                     [=](Trial& run) { return Turned(run, depth, AnyWish(run, box, radius)); }});
+  }
+}
+
+// The source is copied first.
+void AddTransposition(OperationTable& table) {
+  for (const int depth : {8, 16, 32}) {
+    table.push_back({At("blur turned onto itself", depth), depth, false, [=](Trial& run) {
+                       TestWorld picture(depth, 29, 29, 4);
+                       picture.Fill(run.random, AnyKind(run.random));
+                       BlurWish wish = AnyWish(run, false, 15.5f);
+                       wish.dst_columns = true;
+                       const PF_Err code = CallBlur(picture, picture, wish);
+                       run.results.Add(picture);
+                       return code;
+                     }});
+  }
+}
+
+}  // namespace
+
+void AddFilters(OperationTable& table) {
+  AddBlur(table, "bell blur, short", false, 2.6f);
+  AddBlur(table, "bell blur, long", false, 21.0f);
+  AddBlur(table, "box blur", true, 6.0f);
+  AddTransposition(table);
+}
+
+}  // namespace pftest
