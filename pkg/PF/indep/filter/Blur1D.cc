@@ -139,7 +139,8 @@ class BlurLines {
     if (filter_ == nullptr) return to.Store(in);
     if (blur_.Weighs()) kernels_.lanes.weigh(in, n);
     FillMargins(in, n, margin, blur_.Has(PF_BlurFlag_TRANSPARENT_EDGES));
-    filter_->Run(in, results, n, results + size_.results);
+    const LineGroup<T> next(kernels_, src_, line + src_.group());
+    filter_->Run(in, results, n, results + size_.results, next.wanted(), to.wanted());
     if (blur_.Weighs()) kernels_.lanes.unweigh(results, n);
     if (blur_.Has(PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY)) {
       from.Load(in);

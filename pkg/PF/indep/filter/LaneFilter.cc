@@ -60,8 +60,9 @@ LaneFilter::LaneFilter(const LaneKernels& kernels, std::int64_t span)
       widest_range_(0),
       scale_(1 / static_cast<double>(2 * span + 1)) {}
 
-void LaneFilter::Run(const double* in, double* out, std::int64_t n, double* scratch) const {
-  const LaneRun run = {in, out, n, reach_};
+void LaneFilter::Run(const double* in, double* out, std::int64_t n, double* scratch, const Wanted& source,
+                     const Wanted& destination) const {
+  const LaneRun run = {in, out, n, reach_, source, destination};
   if (is_box_) return kernels_.box(run, scale_, scratch);
   if (!series_) return kernels_.convolve(run, weights_->values());
   if (!residues_) return kernels_.series(run, series_->terms());

@@ -1,16 +1,61 @@
-// Filters of lines in lanes. This file is included inside a namespace that has Load<R>(p), Store(v, p) and
-// kLanesOf<R>: once for single values, once for the lanes of each vector target. R is a double, or lanes of them.
+// Filters of lines in lanes. This file is included inside a namespace that has Load<R>(p), Store(v, p), kLanesOf<R> and
+// Fetch(p): once for single values, once for the lanes of each vector target. R is a double, or lanes of them.
+
+inline void FetchWanted(const LaneRun& run, std::int64_t x) {
+  for (const Wanted& wanted : {run.source, run.destination}) {
+    if ((x & wanted.mask) != 0) continue;
+    for (const std::byte* begin : wanted.begin) Fetch(begin + x * wanted.step);
+  }
+}
+
+// One result.
+template <class R>
+R Convolved(const double* at, const double* weights, std::int64_t reach) {
+  R sum = R(weights[0]) * Load<R>(at);
+  for (std::int64_t i = 1; i <= reach; ++i) {
+    sum = sum + R(weights[i]) * (Load<R>(at - kLanes * i) + Load<R>(at + kLanes * i));
+  }
+  return sum;
+}
+
+// Four results at once: their samples move up by one from weight to weight, and only one of them is new on each side.
+template <class R>
+void ConvolveFour(const double* at, const double* weights, std::int64_t reach, double* out) {
+  R left0 = Load<R>(at), left1 = Load<R>(at + kLanes), left2 = Load<R>(at + 2 * kLanes), left3;
+  R right0, right1 = left1, right2 = left2, right3 = Load<R>(at + 3 * kLanes);
+  const R centre(weights[0]);
+  R sum0 = centre * left0, sum1 = centre * left1, sum2 = centre * left2, sum3 = centre * right3;
+  for (std::int64_t i = 1; i <= reach; ++i) {
+    left3 = left2;
+    left2 = left1;
+    left1 = left0;
+    left0 = Load<R>(at - kLanes * i);
+    right0 = right1;
+    right1 = right2;
+    right2 = right3;
+    right3 = Load<R>(at + kLanes * (i + 3));
+    const R weight(weights[i]);
+    sum0 = sum0 + weight * (left0 + right0);
+    sum1 = sum1 + weight * (left1 + right1);
+    sum2 = sum2 + weight * (left2 + right2);
+    sum3 = sum3 + weight * (left3 + right3);
+  }
+  Store(sum0, out);
+  Store(sum1, out + kLanes);
+  Store(sum2, out + 2 * kLanes);
+  Store(sum3, out + 3 * kLanes);
+}
 
 template <class R>
 void ConvolveLanes(const LaneRun& run, const double* weights, std::int64_t lane) {
-  for (std::int64_t x = 0; x < run.n; ++x) {
-    const double* at = run.in + kLanes * x + lane;
-    R sum = R(weights[0]) * Load<R>(at);
-    for (std::int64_t i = 1; i <= run.reach; ++i) {
-      sum = sum + R(weights[i]) * (Load<R>(at - kLanes * i) + Load<R>(at + kLanes * i));
-    }
-    Store(sum, run.out + kLanes * x + lane);
+  const double* at = run.in + lane;
+  double* out = run.out + lane;
+  std::int64_t x = 0;
+  for (; x + 4 <= run.n; x += 4) {
+    for (std::int64_t i = 0; i < 4; ++i) FetchWanted(run, x + i);
+    ConvolveFour<R>(at + kLanes * x, weights, run.reach, out + kLanes * x);
   }
+  for (; x < run.n; ++x) Store(Convolved<R>(at + kLanes * x, weights, run.reach), out + kLanes * x);
 }
 
 // The terms of a series from number kFirst on: their sums at two neighbouring samples, and what leads from both to the
@@ -111,7 +156,9 @@ void SeriesLanes(const LaneRun& run, const SeriesTerms& terms, std::int64_t lane
   double* out = run.out + lane;
   std::int64_t x = 0;
   for (; x + 2 <= run.n; x += 2) {
+    FetchWanted(run, x);
     line.template Step<true>(out + kLanes * x);
+    FetchWanted(run, x + 1);
     line.template Step<false>(out + kLanes * (x + 1));
   }
   if (x < run.n) line.template Step<true>(out + kLanes * x);
@@ -133,6 +180,7 @@ void BoxLanes(const LaneRun& run, double scale, double* sums, std::int64_t lane)
     double* out = run.out + kLanes * begin + lane;
     R beginning(0);
     for (std::int64_t i = 0; i < window && begin + i < run.n; ++i) {
+      FetchWanted(run, begin + i);
       Store((Load<R>(sums + kLanes * i + lane) + beginning) * factor, out + kLanes * i);
       beginning = beginning + Load<R>(next + kLanes * i);
     }

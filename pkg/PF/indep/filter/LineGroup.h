@@ -45,6 +45,14 @@ class LineGroup {
         size_(static_cast<std::int64_t>(sizeof(T))) {}
 
   std::int64_t lines() const { return lines_; }
+  // The first and the last line; of a group beyond the last one, nothing in particular.
+  Wanted wanted() const {
+    if (lines_ <= 0) return {{plane_.base, plane_.base}, 0, INT64_MAX};
+    const std::int64_t mask = plane_.step > 16 ? 0 : 3;  // every line of the cache, more or less
+    return {{reinterpret_cast<const std::byte*>(At(0)), reinterpret_cast<const std::byte*>(At(lines_ - 1))},
+            plane_.step,
+            mask};
+  }
 
   void Load(double* lanes) const {
     if (Across()) return values_.load_across(At(0), plane_.step, plane_.length, lanes);
