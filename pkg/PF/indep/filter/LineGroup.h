@@ -49,56 +49,53 @@ class LineGroup {
   Wanted wanted() const {
     if (lines_ <= 0) return {{plane_.base, plane_.base}, 0, INT64_MAX};
     const std::int64_t mask = plane_.step > 16 ? 0 : 3;  // every line of the cache, more or less
-    return {{reinterpret_cast<const std::byte*>(At(0)), reinterpret_cast<const std::byte*>(At(lines_ - 1))},
+    return {{reinterpret_cast<const std::byte*>(At(0, 0)), reinterpret_cast<const std::byte*>(At(lines_ - 1, 0))},
             plane_.step,
             mask};
   }
 
-  void Load(double* lanes) const {
-    if (Across()) return values_.load_across(At(0), plane_.step, plane_.length, lanes);
-    if (lines_ < plane_.group()) std::fill_n(lanes, kLanes * plane_.length, 0.0);
+  // Samples begin..begin + n - 1 of the lines, to and from `lanes` on.
+  void Load(std::int64_t begin, std::int64_t n, double* lanes) const {
+    if (Across()) return values_.load_across(At(0, begin), plane_.step, n, lanes);
+    if (lines_ < plane_.group()) std::fill_n(lanes, kLanes * n, 0.0);
     for (std::int64_t line = 0; line < lines_; ++line) {
       double* to = lanes + line * plane_.channels;
       if (Along()) {
-        values_.load_along(At(line), plane_.length, to);
+        values_.load_along(At(line, begin), n, to);
       } else {
-        Each(line, to, [](T& value, double& lane) { lane = static_cast<double>(value); });
+        LoadEach(line, begin, n, to);
       }
     }
   }
 
-  void Store(const double* lanes) const {
-    if (Across()) return values_.store_across(lanes, plane_.length, At(0), plane_.step);
+  void Store(std::int64_t begin, std::int64_t n, const double* lanes) const {
+    if (Across()) return values_.store_across(lanes, n, At(0, begin), plane_.step);
     for (std::int64_t line = 0; line < lines_; ++line) {
       const double* from = lanes + line * plane_.channels;
       if (Along()) {
-        values_.store_along(from, plane_.length, At(line));
+        values_.store_along(from, n, At(line, begin));
       } else {
-        StoreEach(line, from);
+        StoreEach(line, begin, n, from);
       }
     }
   }
 
  private:
-  T* At(std::int64_t line) const { return plane_.template At<T>(first_ + line, 0); }
+  T* At(std::int64_t line, std::int64_t i) const { return plane_.template At<T>(first_ + line, i); }
   bool Across() const { return lines_ == plane_.group() && plane_.pitch == plane_.channels * size_; }
   bool Along() const { return plane_.channels == 4 && plane_.step == 4 * size_; }
 
-  template <class Lane, class F>
-  void Each(std::int64_t line, Lane* lanes, const F& f) const {
-    for (std::int64_t i = 0; i < plane_.length; ++i) {
-      T* values = plane_.template At<T>(first_ + line, i);
-      for (int c = 0; c < plane_.channels; ++c) f(values[c], lanes[kLanes * i + c]);
-    }
+  void LoadEach(std::int64_t line, std::int64_t begin, std::int64_t n, double* lanes) const {
+    for (std::int64_t i = 0; i < n; ++i) std::copy_n(At(line, begin + i), plane_.channels, lanes + kLanes * i);
   }
   // Through a vector of values, so that they are rounded as everywhere.
-  void StoreEach(std::int64_t line, const double* lanes) const {
-    for (std::int64_t i = 0; i < plane_.length; ++i) {
+  void StoreEach(std::int64_t line, std::int64_t begin, std::int64_t n, const double* lanes) const {
+    for (std::int64_t i = 0; i < n; ++i) {
       double sample[kLanes] = {};
       T rounded[kLanes];
       std::copy_n(lanes + kLanes * i, plane_.channels, sample);
       values_.store_across(sample, 1, rounded, 0);
-      std::copy_n(rounded, plane_.channels, plane_.template At<T>(first_ + line, i));
+      std::copy_n(rounded, plane_.channels, At(line, begin + i));
     }
   }
 

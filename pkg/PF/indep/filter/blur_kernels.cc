@@ -6,6 +6,7 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <bit>
 #include <type_traits>
 
 #include "PF/PF_Types.h"
@@ -56,47 +57,55 @@ void Peaks(const double* lanes, std::int64_t n, std::uint32_t* peaks) {
   }
 }
 
-// Lanes times factors that stand four lanes apart, but for the first lane of four.
-HWY_INLINE void ScaleColours(double* lanes, std::int64_t n, const double* factors) {
-  for (std::int64_t i = 0; i < 2 * n; ++i) {
-    double* p = lanes + 4 * i;
-    const hn::CappedTag<double, 4> d;
-    if constexpr (hn::MaxLanes(d) == 4) {
-      const auto v = hn::LoadU(d, p);
-      const auto scaled = hn::Mul(v, hn::Set(d, factors[i]));
-      hn::StoreU(hn::IfThenElse(hn::FirstN(d, 1), v, scaled), d, p);
-    } else {
-      for (int c = 1; c < 4; ++c) p[c] *= factors[i];
-    }
-  }
-}
+// Of pixels in a vector: each one's alpha in all its lanes, and the lanes of colour.
+class PixelLanes {
+ public:
+  HWY_INLINE PixelLanes()
+      : of_alpha_(hn::SetTableIndices(DD(), kAlphas)), colours_(hn::MaskFromVec(hn::Load(DD(), kColours))) {}
 
-// Alphas of a run of pixels in order.
-constexpr std::int64_t kRun = 64;
-HWY_INLINE void Alphas(const double* lanes, std::int64_t n, double* alphas) {
-  for (std::int64_t i = 0; i < 2 * n; ++i) alphas[i] = lanes[4 * i];
-}
+  HWY_INLINE hn::Vec<DD> Alphas(hn::Vec<DD> v) const { return hn::TableLookupLanes(v, of_alpha_); }
+  HWY_INLINE hn::Vec<DD> ScaleColours(hn::Vec<DD> v, hn::Vec<DD> factors) const {
+    return hn::IfThenElse(colours_, hn::Mul(v, factors), v);
+  }
+
+ private:
+  static constexpr double kSet = std::bit_cast<double>(~std::uint64_t{0});
+  alignas(64) static constexpr double kColours[8] = {0, kSet, kSet, kSet, 0, kSet, kSet, kSet};
+  alignas(64) static constexpr std::int64_t kAlphas[8] = {0, 0, 0, 0, 4, 4, 4, 4};
+
+  decltype(hn::SetTableIndices(DD(), kAlphas)) of_alpha_;
+  hn::Mask<DD> colours_;
+};
 
 void Weigh(double* lanes, std::int64_t n) {
-  HWY_ALIGN double factors[2 * kRun];
-  for (std::int64_t i = 0; i < n; i += kRun) {
-    const std::int64_t count = std::min(kRun, n - i);
-    Alphas(lanes + kLanes * i, count, factors);
-    ScaleColours(lanes + kLanes * i, count, factors);
+  if constexpr (kStep < 4) return kPortableBlurKernels.lanes.weigh(lanes, n);
+  const PixelLanes pixels;
+  for (double* p = lanes; p < lanes + kLanes * n; p += kStep) {
+    const auto v = hn::LoadU(DD(), p);
+    hn::StoreU(pixels.ScaleColours(v, pixels.Alphas(v)), DD(), p);
   }
 }
 
+// Divisions take long: those of a run of alphas, side by side.
 void Unweigh(double* lanes, std::int64_t n) {
+  if constexpr (kStep < 4) return kPortableBlurKernels.lanes.unweigh(lanes, n);
+  constexpr std::int64_t kRun = 32;
   HWY_ALIGN double factors[2 * kRun];
   std::fill_n(factors, 2 * kRun, 1.0);
+  const PixelLanes pixels;
   for (std::int64_t i = 0; i < n; i += kRun) {
-    const std::int64_t count = std::min(kRun, n - i);
-    Alphas(lanes + kLanes * i, count, factors);
-    for (std::int64_t f = 0; f < 2 * count; f += kStep) {
+    const std::int64_t count = 2 * std::min(kRun, n - i);
+    double* const run = lanes + kLanes * i;
+    for (std::int64_t f = 0; f < count; ++f) factors[f] = run[4 * f];
+    for (std::int64_t f = 0; f < count; f += kStep) {
       const RD alpha(hn::Load(DD(), factors + f));
       hn::Store(Quotient(alpha == RD(0), RD(0), RD(1), alpha).v, DD(), factors + f);
     }
-    ScaleColours(lanes + kLanes * i, count, factors);
+    for (std::int64_t f = 0; f < count; f += kStep / 4) {
+      auto each = hn::Set(DD(), factors[f]);
+      if constexpr (kStep == 8) each = hn::ConcatLowerLower(DD(), hn::Set(DD(), factors[f + 1]), each);
+      hn::StoreU(pixels.ScaleColours(hn::LoadU(DD(), run + 4 * f), each), DD(), run + 4 * f);
+    }
   }
 }
 
