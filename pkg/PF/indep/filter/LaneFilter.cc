@@ -39,6 +39,15 @@ void ClearGaps(const double* in, double* out, std::int64_t n, std::int64_t reach
   }
 }
 
+LaneRun PieceOf(const LaneRun& run, std::int64_t begin, std::int64_t end) {
+  const auto from = [&](Wanted wanted) {
+    for (const std::byte*& at : wanted.begin) at += begin * wanted.step;
+    return wanted;
+  };
+  return {run.in + kLanes * begin, run.out + kLanes * begin, end - begin, run.reach,
+          from(run.source),        from(run.destination)};
+}
+
 }  // namespace
 
 LaneFilter::LaneFilter(const LaneKernels& kernels, double radius, const LaneDemands& demands)
@@ -66,12 +75,14 @@ void LaneFilter::Run(const double* in, double* out, std::int64_t n, double* scra
   if (is_box_) return kernels_.box(run, scale_, scratch);
   if (!series_) return kernels_.convolve(run, weights_->values());
   if (!residues_) return kernels_.series(run, series_->terms());
-  RunInPieces(in, out, n);
+  RunInPieces(run);
 }
 
 // In blocks so short that whatever reaches a result of a block is at least as large as the block's largest sample; or,
 // where all of the block is 0, as the first that is not 0 on one of its sides.
-void LaneFilter::RunInPieces(const double* in, double* out, std::int64_t n) const {
+void LaneFilter::RunInPieces(const LaneRun& run) const {
+  const double* const in = run.in;
+  const std::int64_t n = run.n;
   using Peaks = std::array<std::uint32_t, kLanes>;
   const std::int64_t size = reach_ + 1;
   const auto count_at = [&](std::int64_t begin) { return std::min(size, n + size - begin); };
@@ -80,9 +91,7 @@ void LaneFilter::RunInPieces(const double* in, double* out, std::int64_t n) cons
     kernels_.peaks(in + kLanes * begin, count_at(begin), peaks.data());
     return peaks;
   };
-  const auto piece = [&](std::int64_t begin, std::int64_t end) {
-    return LaneRun{in + kLanes * begin, out + kLanes * begin, end - begin, reach_};
-  };
+  const auto piece = [&](std::int64_t begin, std::int64_t end) { return PieceOf(run, begin, end); };
   const auto fits = [&](std::uint32_t largest, std::uint32_t least) {
     return largest < kNotFinite && largest - least <= widest_range_;
   };
@@ -122,7 +131,7 @@ void LaneFilter::RunInPieces(const double* in, double* out, std::int64_t n) cons
   }
   if (first < n) kernels_.series(piece(first, n), series_->terms());
   for (std::size_t l = 0; l < kLanes; ++l) {
-    if (gaps[l]) ClearGaps(in + l, out + l, n, reach_);
+    if (gaps[l]) ClearGaps(in + l, run.out + l, n, reach_);
   }
 }
 

@@ -37,7 +37,7 @@ class LaneFilter {
 
  private:
   // By the series as far as that is fine enough.
-  void RunInPieces(const double* in, double* out, std::int64_t n) const;
+  void RunInPieces(const LaneRun& run) const;
 
   const LaneKernels& kernels_;
   std::int64_t reach_;
