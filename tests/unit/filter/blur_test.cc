@@ -1,5 +1,6 @@
 // After: blurs that are not the weighted sums they promise, leave something where nothing was, or move what is even.
 #include "BlurSupport.h"
+#include "reference/BlurPictures.h"
 
 namespace {
 
@@ -59,33 +60,13 @@ TEST_F(Blurs, StayRightAlongLongLines) {
   }
 }
 
-template <class P>
-void FillRowsWithOneColourEach(TestWorld& world, Random& random) {
-  constexpr bool kFloat = sizeof(P) == sizeof(PF_PixelFloat);
-  using C = pf::ChannelOf<P>;
-  for (std::int32_t y = 0; y < world.height(); ++y) {
-    const auto channel = [&](bool not_0) -> C {
-      if constexpr (kFloat) {
-        const auto unit = static_cast<float>(random() >> 40) * 0x1p-24f + (not_0 ? 0x1p-24f : 0);
-        return std::ldexp(unit, static_cast<int>(Between(random, -60, 40)));
-      } else {
-        return static_cast<C>(Between(random, not_0 ? 1 : 0, pf::DepthTraits<P>::kFull));
-      }
-    };
-    P p = {channel(true), channel(false), channel(false), channel(false)};
-    if (!kFloat && y < 255) p.alpha = static_cast<C>(y + 1);
-    std::fill_n(&world.At<P>(0, y), world.width(), p);
-  }
-}
-
 TEST_F(Blurs, ALineOfOneColourKeepsIt) {
   Random random(3);
   for (const std::int32_t depth : kDepths) {
     for (const float radius : {0.3f, 4.7f, 12.5f, 60.0f, 1000.0f}) {
       for (const int variant : {0, 1, 2, 3}) {
         TestWorld src(depth, 50, 600, 8);
-        pf::DispatchDepth(
-            depth, [&]<class P>(P) { FillRowsWithOneColourEach<P>(src, random); }, [] {});
+        FillRowsWithOneColourEach(src, random);
         const BlurWish wish = {variant % 2 != 0, radius, 0, false, false, variant >= 2};
         const auto dst = Blurred(src, wish);
         EXPECT_TRUE(dst->SamePixels(src)) << TextOf(wish) << " " << dst->FirstDifference(src);
@@ -96,38 +77,21 @@ TEST_F(Blurs, ALineOfOneColourKeepsIt) {
 
 TEST_F(Blurs, AreTheSameAlongRowsAndColumnsAndTurned) {
   Random random(4);
-  const auto same_when_turned = [](const TestWorld& a, const TestWorld& b) {
-    for (std::int32_t y = 0; y < a.height(); ++y) {
-      for (std::int32_t x = 0; x < a.width(); ++x) {
-        const std::size_t size = a.PixelSize();
-        const std::byte* q = b.Row(x) + size * static_cast<std::size_t>(y);
-        if (std::memcmp(a.Row(y) + size * static_cast<std::size_t>(x), q, size) != 0) return false;
-      }
-    }
-    return true;
-  };
   for (const std::int32_t depth : kDepths) {
     for (const std::int32_t count : {1, 2, 7}) {
       for (const std::int32_t length : {1, 90}) {
         TestWorld rows(depth, length, count, 4), columns(depth, count, length, 4);
         rows.Fill(random, TestWorld::kSparse);
-        for (std::int32_t y = 0; y < count; ++y) {
-          for (std::int32_t x = 0; x < length; ++x) {
-            const auto at = [&](const TestWorld& w, std::int32_t px, std::int32_t py) {
-              return w.Row(py) + static_cast<std::size_t>(px) * w.PixelSize();
-            };
-            std::memcpy(at(columns, y, x), at(rows, x, y), rows.PixelSize());
-          }
-        }
+        Turn(rows, columns);
         for (const bool box : {false, true}) {
           for (const float radius : {0.0f, 2.5f, 12.5f, 30.0f}) {
             for (const bool straight : {false, true}) {
               BlurWish wish = {box, radius, 0, false, false, straight};
               const auto expected = Blurred(rows, wish);
               wish.dst_columns = true;
-              EXPECT_TRUE(same_when_turned(*expected, *Blurred(rows, wish))) << TextOf(wish) << " depth " << depth;
+              EXPECT_TRUE(IsTurned(*expected, *Blurred(rows, wish))) << TextOf(wish) << " depth " << depth;
               wish.src_columns = true;
-              EXPECT_TRUE(same_when_turned(*expected, *Blurred(columns, wish))) << TextOf(wish) << " depth " << depth;
+              EXPECT_TRUE(IsTurned(*expected, *Blurred(columns, wish))) << TextOf(wish) << " depth " << depth;
               wish.dst_columns = false;
               EXPECT_TRUE(expected->SamePixels(*Blurred(columns, wish))) << TextOf(wish) << " depth " << depth;
             }
