@@ -90,7 +90,9 @@ class TransferRows {
       ConvertLimited(DepthIndex(mask->depth()), DepthIndex(DepthTraits<P>::kDepth),
                      mask->At(columns.begin + mask_h, y + mask_v), coverage, static_cast<std::int64_t>(n));
       if constexpr (std::is_same_v<P, PF_Pixel16>) {
-        for (std::size_t i = 0; i < n; ++i) coverage[i] = std::min<std::uint16_t>(coverage[i], PF_MAX_CHAN16);
+        for (std::size_t i = 0; mask->depth() == 16 && i < n; ++i) {
+          coverage[i] = std::min<std::uint16_t>(coverage[i], PF_MAX_CHAN16);
+        }
       }
     }
     Lay(from, mask != nullptr ? coverage : nullptr, y, columns);
