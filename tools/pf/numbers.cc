@@ -129,6 +129,22 @@ RampText ParseRamp(const std::string& option, const std::string& text, double lo
   return {first, colon == std::string::npos ? first : ParseNumber(option, text.substr(colon + 1), low, high)};
 }
 
+PairText ParsePair(const std::string& option, const std::string& text, double low, double high) {
+  const std::size_t comma = text.find(',');
+  if (comma == std::string::npos) {
+    const double both = ParseNumber(option, text, low, high);
+    return {both, both};
+  }
+  const std::string x = text.substr(0, comma), y = text.substr(comma + 1);
+  const bool more = y.find(',') != std::string::npos;
+  if (more || x.empty() || y.empty()) {
+    throw UsageFailure("cannot use " + option, "'" + text + "'",
+                       more ? "it has more than two numbers" : "a number is missing beside the comma",
+                       "write one number for both directions, or two like 12,4");
+  }
+  return {ParseNumber(option, x, low, high), ParseNumber(option, y, low, high)};
+}
+
 PointText ParsePoint(const std::string& option, const std::string& text) {
   constexpr double kFar = 100000;
   const std::string example = "write it like 100,50";

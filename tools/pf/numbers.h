@@ -37,6 +37,12 @@ struct RampText {
 };
 RampText ParseRamp(const std::string& option, const std::string& text, double low, double high);
 
+/// Two numbers of that kind, "A,B"; a single one means both.
+struct PairText {
+  double x = 0, y = 0;
+};
+PairText ParsePair(const std::string& option, const std::string& text, double low, double high);
+
 /// A place in pixels.
 struct PointText {
   int x = 0, y = 0;

@@ -19,6 +19,10 @@ void AddAlphaOption(CLI::App& app, const char* name, Alpha* alpha, const char* h
 void AddReadOptions(CLI::App& app, ReadOptions* options) {
   AddAlphaOption(app, "--alpha", &options->assume_alpha,
                  "How the input's colours are stored; without it as its format says");
+  AddRgbaOption(app, options);
+}
+
+void AddRgbaOption(CLI::App& app, ReadOptions* options) {
   app.add_flag("--rgba", options->rgba_only, "Of more than four channels use R, G, B and A, and leave the others out");
 }
 

@@ -18,6 +18,9 @@ namespace pftool {
 /// "--alpha" and "--rgba".
 void AddReadOptions(CLI::App& app, ReadOptions* options);
 
+/// "--rgba" alone.
+void AddRgbaOption(CLI::App& app, ReadOptions* options);
+
 /// Inputs, "-o" and "--format".
 struct PictureFiles {
   std::vector<std::string> inputs;

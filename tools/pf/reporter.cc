@@ -77,18 +77,22 @@ void Reporter::Note(const std::string& text) {
 const PF_ProgressInfo* Reporter::Info(std::int64_t total_rows) {
   call_rows_ = 0;
   call_total_ = std::max<std::int64_t>(total_rows, 1);
+  call_tells_rows_ = false;
   return &info_;
 }
 
 PF_Err Reporter::OnAbort(std::uint64_t reference) {
   auto* self = reinterpret_cast<Reporter*>(static_cast<std::uintptr_t>(reference));
   self->Show(static_cast<double>(self->call_rows_) / static_cast<double>(self->call_total_));
-  self->call_rows_ = std::min(self->call_rows_ + kAbortEveryRows, self->call_total_);
+  if (!self->call_tells_rows_) self->call_rows_ = std::min(self->call_rows_ + kAbortEveryRows, self->call_total_);
   return PendingSignal() ? PF_Err_CANCELLED : PF_Err_NONE;
 }
 
 PF_Err Reporter::OnProgress(std::uint64_t reference, std::int32_t current, std::int32_t total) {
   auto* self = reinterpret_cast<Reporter*>(static_cast<std::uintptr_t>(reference));
+  self->call_tells_rows_ = true;
+  self->call_rows_ = current;
+  self->call_total_ = std::max(total, 1);
   self->Show(total > 0 ? static_cast<double>(current) / total : 1.0);
   return PendingSignal() ? PF_Err_CANCELLED : PF_Err_NONE;
 }

@@ -57,6 +57,7 @@ class Reporter {
   std::string name_, stage_;
   double from_ = 0, to_ = 0;
   std::int64_t call_rows_ = 0, call_total_ = 1;
+  bool call_tells_rows_ = false;
   bool bar_drawn_ = false;
   std::chrono::steady_clock::time_point start_, last_;
 };

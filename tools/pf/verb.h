@@ -74,6 +74,7 @@ Verb InfoVerb();
 Verb ConvertVerb();
 Verb ScaleVerb();
 Verb CompareVerb();
+Verb BlurVerb();
 Verb FadeVerb();
 Verb BlendVerb();
 Verb ModesVerb();

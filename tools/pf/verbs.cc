@@ -6,11 +6,11 @@
 namespace pftool {
 
 const std::vector<Verb>& Verbs() {
-  static const std::vector<Verb> verbs = {InfoVerb(),     ConvertVerb(),    ScaleVerb(),      FadeVerb(),
-                                          BlendVerb(),    ModesVerb(),      ExplainVerb(),    GalleryVerb(),
-                                          MaskMakeVerb(), MaskInvertVerb(), MaskFadeVerb(),   MaskCombineVerb(),
-                                          MaskBlurVerb(), MaskApplyVerb(),  PaintVerb(),      CompareVerb(),
-                                          SheetVerb(),    HelpVerb(),       CompletionVerb(), ManVerb()};
+  static const std::vector<Verb> verbs = {
+      InfoVerb(),        ConvertVerb(),    ScaleVerb(),     BlurVerb(),     FadeVerb(),       BlendVerb(),
+      ModesVerb(),       ExplainVerb(),    GalleryVerb(),   MaskMakeVerb(), MaskInvertVerb(), MaskFadeVerb(),
+      MaskCombineVerb(), MaskBlurVerb(),   MaskApplyVerb(), PaintVerb(),    CompareVerb(),    SheetVerb(),
+      HelpVerb(),        CompletionVerb(), ManVerb()};
   return verbs;
 }
 
