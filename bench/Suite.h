@@ -26,6 +26,9 @@ enum class Work {
   kMaskBox,          // means of a mask along one direction
   kMaskBell,         // bells of a mask along one direction
   kMaskAdd,          // s + d - s d of two masks
+  kBlurBox,          // means along rows and columns, channels alike
+  kBlurBell,         // bells along rows and columns, channels alike
+  kBlurStraight,     // the same, colour weighted by alpha
   kBlend,            // cross-fades and painting
   kTransfer,         // a picture laid onto a copy of a second one by a transfer mode
   kColour            // from one profile to another
@@ -33,7 +36,7 @@ enum class Work {
 
 constexpr float kBenchFade = 0.99f;
 
-// Of kMaskBox and kMaskBell: results are made of 2 radius + 1 values of a row or of a column.
+// Of masks and blurs: results are made of 2 radius + 1 values of a row or of a column; of blurs, of both.
 struct Scan {
   int radius;
   bool columns;
@@ -127,6 +130,7 @@ void AddReduceCases(Size size, std::vector<Case>& cases);
 void AddIterateCases(Size size, std::vector<Case>& cases);
 void AddMaskCases(Size size, std::vector<Case>& cases);
 void AddMaskScanCases(Size size, std::vector<Case>& cases);
+void AddBlurCases(Size size, std::vector<Case>& cases);
 void AddBlendCases(Size size, std::vector<Case>& cases);
 void AddTransferCases(Size size, std::vector<Case>& cases);
 void AddColorCases(Size size, std::vector<Case>& cases);

@@ -39,7 +39,7 @@ std::vector<Case> WantedCases(const Options& options) {
   std::vector<Case> cases;
   for (const auto add :
        {&AddConvertCases, &AddDraftCases, &AddEnlargeCases, &AddReduceCases, &AddIterateCases, &AddMaskCases,
-        &AddMaskScanCases, &AddBlendCases, &AddAlphaCases, &AddTransferCases, &AddColorCases}) {
+        &AddMaskScanCases, &AddBlurCases, &AddBlendCases, &AddAlphaCases, &AddTransferCases, &AddColorCases}) {
     for (const std::string& size : options.sizes) add(ParseSize(size), cases);
   }
   std::erase_if(cases, [&](const Case& one) {

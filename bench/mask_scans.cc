@@ -1,4 +1,4 @@
-// Masks: blurs along one direction, which must not cost more along columns nor, for boxes, with the radius, and
+// Masks: blurs along one direction, which must not cost more along columns nor with the radius, and
 // accumulation. The masks are the alphas of the pictures.
 #include <memory>
 
@@ -106,7 +106,9 @@ void AddMaskScanCases(Size size, std::vector<Case>& cases) {
   AddScan<&Box<2, 1>>("box", Work::kMaskBox, 2, true, size, cases);
   AddScan<&Box<50, 1>>("box", Work::kMaskBox, 50, true, size, cases);
   AddScan<&Bell<5, 0>>("bell", Work::kMaskBell, 5, false, size, cases);
+  AddScan<&Bell<50, 0>>("bell", Work::kMaskBell, 50, false, size, cases);
   AddScan<&Bell<5, 1>>("bell", Work::kMaskBell, 5, true, size, cases);
+  AddScan<&Bell<50, 1>>("bell", Work::kMaskBell, 50, true, size, cases);
   for (const std::int32_t depth : {8, 16, 32}) {
     cases.push_back(CaseOf<&Accumulate>("accumulate mask, add", size, Work::kMaskAdd, depth, 3));
   }

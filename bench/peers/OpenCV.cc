@@ -109,6 +109,36 @@ void AddSum(const Task& task, std::vector<Contender>& contenders) {
   contenders.push_back({"OpenCV add", "without the product", "", [=, dst = mask.clone()] { cv::add(mask, dst, dst); }});
 }
 
+// Sums every weight, so it takes seconds where the radius is large.
+void AddGaussianBlur(const Task& task, std::vector<Contender>& contenders) {
+  const int radius = task.scan.radius;
+  if (radius > (task.src.depth() == 16 ? 50 : 200)) return;
+  const char* less = task.work == Work::kBlurStraight ? kNoAlphaWeights
+                     : task.src.depth() == 8          ? "8 bits: weights of 8 bits"
+                                                      : "";
+  const double sigma = (radius + 1) / 2.18;
+  contenders.push_back({"OpenCV GaussianBlur", less,
+                        "16 bits: weights of 16 bits; the textbook curve, cut at the radius",
+                        [=, src = Wrap(task.src), size = 2 * radius + 1, dst = cv::Mat()]() mutable {
+                          cv::GaussianBlur(src, dst, {size, size}, sigma, sigma, cv::BORDER_REPLICATE);
+                        }});
+}
+
+// Also three in a row for a bell of about the same width.
+void AddBoxBlur(const Task& task, int times, std::vector<Contender>& contenders) {
+  const int size = 2 * ((task.scan.radius + times / 2) / times) + 1;
+  const char* less = task.work == Work::kBlurStraight ? "three boxes instead of a bell; does not weight colour by alpha"
+                     : times > 1                      ? "three boxes instead of a bell"
+                                                      : "";
+  contenders.push_back({times > 1 ? "OpenCV blur, three times" : "OpenCV blur", less, "halves to even",
+                        [=, src = Wrap(task.src), dst = cv::Mat()]() mutable {
+                          cv::blur(src, dst, {size, size}, {-1, -1}, cv::BORDER_REPLICATE);
+                          for (int i = 1; i < times; ++i) {
+                            cv::blur(dst, dst, {size, size}, {-1, -1}, cv::BORDER_REPLICATE);
+                          }
+                        }});
+}
+
 void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
   cv::setNumThreads(1);
   const std::string less = LessForAlikeChannels(task);
@@ -151,6 +181,14 @@ void AddOpenCV(const Task& task, std::vector<Contender>& contenders) {
       break;
     case Work::kMaskAdd:
       AddSum(task, contenders);
+      break;
+    case Work::kBlurBox:
+      AddBoxBlur(task, 1, contenders);
+      break;
+    case Work::kBlurBell:
+    case Work::kBlurStraight:
+      AddGaussianBlur(task, contenders);
+      AddBoxBlur(task, 3, contenders);
       break;
     default:
       break;

@@ -2,6 +2,7 @@
 #include <vips/vips.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <stdexcept>
 #include <utility>
@@ -173,6 +174,24 @@ void AddLaying(const Task& task, std::vector<Contender>& contenders) {
        }});
 }
 
+// A mask as wide as ours. Sums every weight.
+void AddGaussianBlur(const Task& task, std::vector<Contender>& contenders) {
+  const double radius = task.scan.radius, sigma = (radius + 1) / 2.18;
+  if (radius > 50) return;
+  const double ends_at = std::exp(-(radius * radius) / (2 * sigma * sigma));
+  contenders.push_back({"libvips gaussblur", task.work == Work::kBlurStraight ? kNoAlphaWeights : "",
+                        "integer depths: whole weights; allocates its result",
+                        [=, src = std::make_shared<Source>(task.src), size = task.dst.size()] {
+                          const Image in = src->Open();
+                          Write(Step([&](VipsImage** out) {
+                                  return vips_gaussblur(
+                                      in.get(), out, sigma, "min_ampl", 0.999 * ends_at, "precision",
+                                      src->depth == 32 ? VIPS_PRECISION_FLOAT : VIPS_PRECISION_INTEGER, nullptr);
+                                }),
+                                size);
+                        }});
+}
+
 // Starts the library on one thread, without the memory of earlier results.
 bool Start() {
   if (vips_init("bench") != 0) Fail();
@@ -201,6 +220,10 @@ void AddLibvips(const Task& task, std::vector<Contender>& contenders) {
     case Work::kToPremultiplied:
     case Work::kToStraight:
       AddAlphaConvention(task, contenders);
+      break;
+    case Work::kBlurBell:
+    case Work::kBlurStraight:
+      AddGaussianBlur(task, contenders);
       break;
     case Work::kTransfer:
       AddLaying(task, contenders);
