@@ -141,21 +141,23 @@ PF_EXPORT PF_Err PF_MergeMaskAlpha(const PF_ProgressInfo* progress, std::int32_t
 
 /// \name Blurs along one direction
 /// A two-dimensional blur is one scan along rows and one along columns. Weights are divided by their sum and
-/// the result is rounded once, half up. A box along columns goes by strips of 256 columns
-/// and asks before each row of a strip. Values beyond the border count as 0. Radius 0 copies.
+/// the result is rounded once, half up, and limited to full. Values beyond the border count as 0. Radius 0 copies. The
+/// cost does not grow with the radius, but for bells of up to 12. The work goes line by line through PF_IterateGeneric
+/// and asks before each line; a call may do the work of lines beside its own.
 /// \param src, dst masks of equal size and of the depth in the name; they may be the same.
 /// \param radius 0..32767, in pixels. \param direction 0 along rows, else along columns.
 /// \return 0; 516 for unequal sizes, another depth, or a radius that is NaN, negative or above 32767; 4 when
 ///   memory is short (told to the host as "memory for blurring" or "gaussian weight array").
 /// @{
 
-/// The bell of PFp_GaussianValue: weight i is the bell at i / (radius + 1), for i up to ceil(radius). Weights
-/// are held as integers that add up to 2^24 (8 bits) or 2^37 (16 bits), so sums are exact in any order.
+/// The bell of PFp_GaussianValue: weight i is the bell at i / (radius + 1), for i up to ceil(radius). For a radius up
+/// to 12 weights are integers that add up to 2^24 (8 bits) or 2^37 (16 bits) and sums are exact; above it results are
+/// those of the exact sums to within one step.
 PF_EXPORT PF_Err PF_GBlurUnoScan(const PF_UnoBuffer* src, PF_UnoBuffer* dst, float radius, std::int32_t direction,
                                  const PF_ProgressInfo* progress);
 PF_EXPORT PF_Err PF_GBlurDeepUnoScan(const PF_UnoBuffer* src, PF_UnoBuffer* dst, float radius, std::int32_t direction,
                                      const PF_ProgressInfo* progress);
-/// The mean of the 2 n + 1 values around each, n = trunc(radius + 0.5). The cost does not grow with the radius.
+/// The mean of the 2 n + 1 values around each, n = trunc(radius + 0.5), exact.
 PF_EXPORT PF_Err PF_BoxBlurUnoScan(const PF_UnoBuffer* src, PF_UnoBuffer* dst, float radius, std::int32_t direction,
                                    const PF_ProgressInfo* progress);
 PF_EXPORT PF_Err PF_BoxBlurDeepUnoScan(const PF_UnoBuffer* src, PF_UnoBuffer* dst, float radius, std::int32_t direction,

@@ -62,14 +62,15 @@ class TestMask {
     if (!bytes.empty()) std::memcpy(bytes.data(), values(), bytes.size());
     return bytes;
   }
-  // The first value that differs from a table of expected ones, row after row; empty when none does.
-  std::string FirstDifference(const std::vector<double>& expected) const {
+  // The first value that differs by more than `most` from a table of expected ones, row after row; empty when none
+  // does.
+  std::string FirstDifference(const std::vector<double>& expected, double most = 0) const {
     for (std::int32_t y = 0; y < record_.height; ++y) {
       for (std::int32_t x = 0; x < record_.width; ++x) {
         const double e = expected[static_cast<std::size_t>(y) * static_cast<std::size_t>(record_.width) +
                                   static_cast<std::size_t>(x)];
         const double v = Get(x, y);
-        if (v == e || (std::isnan(v) && std::isnan(e))) continue;
+        if (v == e || std::abs(v - e) <= most || (std::isnan(v) && std::isnan(e))) continue;
         std::ostringstream text;
         text << "(" << x << ", " << y << ") is " << v << ", expected " << e;
         return text.str();

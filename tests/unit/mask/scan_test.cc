@@ -3,16 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "filter/Bell.h"
-#include "mask/BoxDivider.h"
-#include "mask/MaskScanKernels.h"
 #include "reference/MaskScans.h"
-#include "support/Targets.h"
 #include "support/TestHost.h"
 
 namespace {
 
-using pftest::Between;
-using pftest::GuardedMemory;
 using pftest::Host;
 using pftest::Random;
 using pftest::TestMask;
@@ -41,12 +36,15 @@ class MaskScan : public testing::Test {
   }
 };
 
+// Above it a series stands for the bell, and results may be off by one.
+constexpr float kLargestSummed = 12;
+
 void ExpectScan(const Kind& kind, TestMask& src, float radius, bool along_rows, bool in_place) {
   const auto expected = pftest::ReferenceScan(src, radius, kind.box, along_rows);
   TestMask other(kind.depth, src.width(), src.height());
   TestMask& dst = in_place ? src : other;
   ASSERT_EQ(kind.scan(src.record(), dst.record(), radius, along_rows ? 0 : 1, nullptr), 0);
-  ASSERT_EQ(dst.FirstDifference(expected), "")
+  ASSERT_EQ(dst.FirstDifference(expected, kind.box || radius <= kLargestSummed ? 0 : 1), "")
       << kind.name << ", radius " << radius << (along_rows ? " along rows" : " along columns")
       << (in_place ? ", in place" : "") << ", " << src.width() << "x" << src.height();
 }
@@ -67,7 +65,7 @@ TEST_F(MaskScan, IsTheReferenceForAllRadiiSizesAndDirections) {
   }
 }
 
-TEST_F(MaskScan, TheLargestRadiiStayExact) {
+TEST_F(MaskScan, TheLargestRadiiNeitherOverflowNorDrift) {
   Random random(2);
   for (const Kind& kind : kKinds) {
     for (const float radius : {32767.0f, 12345.6f}) {
@@ -168,127 +166,5 @@ TEST_F(MaskScan, ShortMemoryIsToldByName) {
     EXPECT_EQ(Host().ReportTexts(), n == 0 ? "gaussian weight array\n" : "memory for blurring\n");
   }
 }
-
-TEST(BoxDivider, IsTheRoundedQuotientForEveryWidth) {
-  Random random(5);
-  for (std::uint32_t w = 3; w <= 65535; w += 2) {
-    for (const int bits : {8, 16}) {
-      const pf::BoxDivider divider(w, bits);
-      const std::uint32_t most = (1u << bits) - 1;
-      const auto check = [&](std::uint64_t sum) {
-        ASSERT_EQ(divider.MeanOf(static_cast<std::uint32_t>(sum)), (sum + w / 2) / w) << sum << " / " << w;
-      };
-      check(0);
-      check(std::uint64_t{w} * most);
-      // Where the quotient steps, at the upper end, where errors are largest, and anywhere.
-      for (const std::uint32_t q : {most, most / 2, 1 + static_cast<std::uint32_t>(random() % most)}) {
-        check(std::uint64_t{q} * w - w / 2);
-        check(std::uint64_t{q} * w - w / 2 - 1);
-      }
-    }
-  }
-}
-
-// \name Kernels
-// @{
-
-template <class T>
-std::vector<T> AnyValues(Random& random, std::size_t n) {
-  std::vector<T> values(n);
-  for (T& v : values) v = static_cast<T>(random() % 7 == 0 ? ~0u : random());
-  return values;
-}
-
-// A run whose taps end at the faulting pages on both sides.
-template <class T>
-void ExpectGauss(const pf::MaskScanKernels& kernels, std::int64_t n, std::int64_t step, std::int64_t before,
-                 std::int64_t behind, Random& random) {
-  const std::int64_t last = std::max(before, behind), count = (before + behind) * step + n;
-  std::vector<std::int16_t> high, low;
-  std::vector<double> whole;
-  for (std::int64_t i = 0; i <= last; ++i) {
-    high.push_back(static_cast<std::int16_t>(random() % (4096 / static_cast<std::uint64_t>(2 * last + 1))));
-    low.push_back(static_cast<std::int16_t>(random() % 4096));
-    whole.push_back(static_cast<double>(random() % ((1ull << 37) / static_cast<std::uint64_t>(2 * last + 1))));
-  }
-  high.push_back(77);  // follows the last and must not count
-  low.push_back(77);
-  const auto values = AnyValues<T>(random, static_cast<std::size_t>(count));
-  for (const auto where : {GuardedMemory::kStart, GuardedMemory::kEnd}) {
-    const GuardedMemory in(values.size() * sizeof(T), where), actual(static_cast<std::size_t>(n) * sizeof(T), where),
-        expected(static_cast<std::size_t>(n) * sizeof(T), where);
-    std::copy(values.begin(), values.end(), reinterpret_cast<T*>(in.data()));
-    pf::GaussRun<T> run = {reinterpret_cast<const T*>(in.data()) + before * step,
-                           reinterpret_cast<T*>(actual.data()),
-                           n,
-                           step,
-                           before,
-                           behind};
-    pf::WeightsOf<T> weights;
-    if constexpr (sizeof(T) == 1) {
-      weights = {high.data(), low.data()};
-    } else {
-      weights = whole.data();
-    }
-    kernels.Of<T>().gauss(run, weights);
-    run.out = reinterpret_cast<T*>(expected.data());
-    pf::kPortableMaskScanKernels.Of<T>().gauss(run, weights);
-    ASSERT_EQ(std::memcmp(actual.data(), expected.data(), actual.size()), 0)
-        << n << " values of " << sizeof(T) << " bytes, step " << step << ", taps " << before << ", " << behind;
-  }
-}
-
-template <class T>
-void ExpectBox(const pf::MaskScanKernels& kernels, std::int64_t n, std::int64_t reach, Random& random) {
-  const pf::BoxDivider divider(static_cast<std::uint32_t>(2 * reach + 1), 8 * sizeof(T));
-  const auto size = static_cast<std::size_t>(n) * sizeof(T);
-  const auto values = AnyValues<T>(random, static_cast<std::size_t>(n));
-  const GuardedMemory line(size + static_cast<std::size_t>(2 * reach + 1) * sizeof(T)), actual(size), expected(size);
-  std::memset(line.data(), 0, line.size());
-  T* first = reinterpret_cast<T*>(line.data()) + reach + 1;
-  std::copy(values.begin(), values.end(), first);
-  kernels.Of<T>().box(first, reinterpret_cast<T*>(actual.data()), n, reach, divider);
-  pf::kPortableMaskScanKernels.Of<T>().box(first, reinterpret_cast<T*>(expected.data()), n, reach, divider);
-  ASSERT_EQ(std::memcmp(actual.data(), expected.data(), size), 0) << n << " values, reach " << reach;
-
-  // A row enters and another leaves sums that hold both.
-  const auto other = AnyValues<T>(random, values.size());
-  const GuardedMemory in(size), gone(size);
-  std::copy(values.begin(), values.end(), reinterpret_cast<T*>(in.data()));
-  std::copy(other.begin(), other.end(), reinterpret_cast<T*>(gone.data()));
-  std::vector<std::uint32_t> sums(other.begin(), other.end());
-  for (std::uint32_t& sum : sums) sum += static_cast<std::uint32_t>(random() % 7);
-  auto expected_sums = sums;
-  const auto slide = [&](const pf::MaskScanKernels& of, std::vector<std::uint32_t>& on, const GuardedMemory& out) {
-    of.Of<T>().slide(on.data(), reinterpret_cast<const T*>(in.data()), reinterpret_cast<const T*>(gone.data()),
-                     reinterpret_cast<T*>(out.data()), n, divider);
-  };
-  slide(kernels, sums, actual);
-  slide(pf::kPortableMaskScanKernels, expected_sums, expected);
-  ASSERT_EQ(sums, expected_sums) << n << " values";
-  ASSERT_EQ(std::memcmp(actual.data(), expected.data(), size), 0) << n << " values, slid";
-}
-
-template <class T>
-void ExpectKernels(const pf::MaskScanKernels& kernels) {
-  Random random(6);
-  for (std::int64_t n = 0; n <= 140; n += n < 70 ? 1 : 23) {
-    for (const std::int64_t taps : {0, 1, 2, 5, 6}) {
-      ExpectGauss<T>(kernels, n, 1, taps, taps, random);
-      ExpectGauss<T>(kernels, n, n + 3, taps, Between(random, 0, taps), random);
-      ExpectGauss<T>(kernels, n, n, Between(random, 0, taps), taps, random);
-    }
-    for (const std::int64_t reach : {1, 2, 7, 127, 128, 1000}) ExpectBox<T>(kernels, n, reach, random);
-  }
-  for (const std::int64_t reach : {1, 50, 32767}) ExpectBox<T>(kernels, 700, reach, random);
-}
-
-TEST(MaskScanKernels, EveryTargetGivesThePortableBits) {
-  pftest::ForEachTarget(&pf::VectorMaskScanKernels, [](const pf::MaskScanKernels& kernels) {
-    ExpectKernels<std::uint8_t>(kernels);
-    ExpectKernels<std::uint16_t>(kernels);
-  });
-}
-// @}
 
 }  // namespace

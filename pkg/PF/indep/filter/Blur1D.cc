@@ -1,11 +1,14 @@
 // Blurs of worlds along one direction.
+#include <cmath>
 #include <cstring>
 #include <optional>
+#include <type_traits>
 
 #include "PF/PF_Filters.h"
 #include "edge/Guard.h"
 #include "filter/LaneFilter.h"
 #include "filter/LineGroup.h"
+#include "filter/PlaneBlur.h"
 #include "host/vexcore.h"
 #include "iterate/ForRows.h"
 #include "iterate/ScratchLines.h"
@@ -191,6 +194,33 @@ void TraceVectorPath(const BlurKernels& kernels) {
   vexcore::DebugTrace("untested SSE2 codepath in blur");
 }
 
+// Whether whole numbers do: channels alike, lines that keep their direction, and weights for which there are kernels.
+template <class T>
+bool IsPlain(Shape shape, const WorldBlur& blur) {
+  const bool alike = !blur.straight && !blur.Has(PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY);
+  const bool kernel = shape == Shape::kBox
+                          ? blur.radius >= 0.5
+                          : sizeof(T) == 1 && blur.radius > 0 && std::ceil(blur.radius) <= kDirectReach;
+  return alike && kernel && blur.src_columns == blur.dst_columns;
+}
+
+template <class T>
+BlurredPlane PlainOf(const WorldBlur& blur, const LinePlane& src) {
+  const std::int64_t src_row_bytes = blur.src_columns ? src.step : src.pitch;
+  return {src.base,
+          src_row_bytes,
+          static_cast<std::byte*>(blur.dst.data),
+          blur.dst.row_bytes,
+          blur.src.width,
+          blur.src.height,
+          4,
+          4 * sizeof(T),
+          blur.src_columns,
+          blur.Has(PF_BlurFlag_TRANSPARENT_EDGES),
+          blur.progress,
+          RowReports::kProgress};
+}
+
 template <class T>
 PF_Err BlurOf(Shape shape, const WorldBlur& blur) {
   const BlurKernels& kernels = *g_kernels.blur.load(std::memory_order_relaxed);
@@ -203,8 +233,14 @@ PF_Err BlurOf(Shape shape, const WorldBlur& blur) {
     src =
         LinePlane::Of(copy->data(), copy->row_bytes(), blur.src.width, blur.src.height, sizeof(T), 4, blur.src_columns);
   }
-  std::optional<LaneFilter> filter;
   const auto span = static_cast<std::int64_t>(blur.radius + 0.5);
+  if constexpr (!std::is_same_v<T, float>) {
+    if (IsPlain<T>(shape, blur)) {
+      const BlurredPlane plain = PlainOf<T>(blur, src);
+      return shape == Shape::kBox ? BlurByBox<T>(plain, span) : BlurByBell(plain, blur.radius);
+    }
+  }
+  std::optional<LaneFilter> filter;
   if (shape == Shape::kBell && blur.radius > 0 && !blur.Copies()) {
     filter.emplace(kernels.lanes, blur.radius, DemandsOf<T>(blur.Weighs()));
   }

@@ -3,9 +3,9 @@
 #include "blend/BlendKernels.h"
 #include "copy/ReplicateKernels.h"
 #include "filter/LaneKernels.h"
+#include "filter/PlaneKernels.h"
 #include "mask/MaskCombineKernels.h"
 #include "mask/MaskKernels.h"
-#include "mask/MaskScanKernels.h"
 #include "paint/PaintKernels.h"
 #include "sample/SampleKernels.h"
 #include "transfer/LinearKernels.h"
@@ -18,14 +18,14 @@ namespace pf {
 const KernelSet kPortableKernels = {
     &kPortableConvertKernels,     &kPortableAlphaKernels,       &kPortableSampleKernels,
     &kPortableReplicateKernels,   &kPortableMaskKernels,        &kPortablePaintKernels,
-    &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortableMaskScanKernels,
+    &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortablePlaneKernels,
     &kPortableTransferKernels8,   &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
     &kPortableLinearLightKernels, &kPortableBlurKernels};
 
 KernelSet VectorKernels() {
   return {&VectorConvertKernels(),     &VectorAlphaKernels(),       &VectorSampleKernels(),
           &VectorReplicateKernels(),   &VectorMaskKernels(),        &VectorPaintKernels(),
-          &VectorBlendKernels(),       &VectorMaskCombineKernels(), &VectorMaskScanKernels(),
+          &VectorBlendKernels(),       &VectorMaskCombineKernels(), &VectorPlaneKernels(),
           &VectorTransferKernels8(),   &VectorTransferKernels16(),  &VectorTransferKernelsFloat(),
           &VectorLinearLightKernels(), &VectorBlurKernels()};
 }
@@ -39,7 +39,7 @@ void KernelSlots::Set(const KernelSet& kernels) {
   paint = kernels.paint;
   blend = kernels.blend;
   mask_combine = kernels.mask_combine;
-  mask_scan = kernels.mask_scan;
+  plane = kernels.plane;
   transfer8 = kernels.transfer8;
   transfer16 = kernels.transfer16;
   transfer_float = kernels.transfer_float;
@@ -48,14 +48,14 @@ void KernelSlots::Set(const KernelSet& kernels) {
 }
 
 KernelSet KernelSlots::Get() const {
-  return {convert,      alpha,     sample,    replicate,  mask,           paint,        blend,
-          mask_combine, mask_scan, transfer8, transfer16, transfer_float, linear_light, blur};
+  return {convert,      alpha, sample,    replicate,  mask,           paint,        blend,
+          mask_combine, plane, transfer8, transfer16, transfer_float, linear_light, blur};
 }
 
 constinit KernelSlots g_kernels = {
     &kPortableConvertKernels,     &kPortableAlphaKernels,       &kPortableSampleKernels,
     &kPortableReplicateKernels,   &kPortableMaskKernels,        &kPortablePaintKernels,
-    &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortableMaskScanKernels,
+    &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortablePlaneKernels,
     &kPortableTransferKernels8,   &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
     &kPortableLinearLightKernels, &kPortableBlurKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};

@@ -23,7 +23,7 @@ struct MaskKernels;
 struct PaintKernels;
 struct BlendKernels;
 struct MaskCombineKernels;
-struct MaskScanKernels;
+struct PlaneKernels;
 template <class P>
 struct TransferKernels;
 struct LinearLightKernels;
@@ -39,7 +39,7 @@ struct KernelSet {
   const PaintKernels* paint;
   const BlendKernels* blend;
   const MaskCombineKernels* mask_combine;
-  const MaskScanKernels* mask_scan;
+  const PlaneKernels* plane;
   const TransferKernels<PF_Pixel8>* transfer8;
   const TransferKernels<PF_Pixel16>* transfer16;
   const TransferKernels<PF_PixelFloat>* transfer_float;
@@ -62,7 +62,7 @@ struct KernelSlots {
   std::atomic<const PaintKernels*> paint;
   std::atomic<const BlendKernels*> blend;
   std::atomic<const MaskCombineKernels*> mask_combine;
-  std::atomic<const MaskScanKernels*> mask_scan;
+  std::atomic<const PlaneKernels*> plane;
   std::atomic<const TransferKernels<PF_Pixel8>*> transfer8;
   std::atomic<const TransferKernels<PF_Pixel16>*> transfer16;
   std::atomic<const TransferKernels<PF_PixelFloat>*> transfer_float;

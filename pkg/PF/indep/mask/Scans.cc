@@ -1,25 +1,21 @@
 // Blurs of a mask along one direction.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
-#include <optional>
 
 #include "edge/Guard.h"
+#include "filter/LaneFilter.h"
+#include "filter/LineGroup.h"
+#include "filter/PlaneBlur.h"
 #include "iterate/ForRows.h"
 #include "iterate/ScratchLines.h"
 #include "lifecycle/Globals.h"
-#include "mask/GaussWeights.h"
 #include "mask/LockedMask.h"
-#include "mask/MaskScanKernels.h"
 
 namespace pf {
 namespace {
 
 constexpr double kLargestRadius = 32767;
-
-template <class T>
-const ScanKernels<T>& Kernels() {
-  return g_kernels.mask_scan.load(std::memory_order_relaxed)->template Of<T>();
-}
 
 // Two masks of one size and depth.
 template <class T>
@@ -27,10 +23,13 @@ struct Scan {
   const PF_ProgressInfo* progress;
   const LockedMask& src;
   const LockedMask& dst;
+  bool columns;
 
   std::int64_t width() const { return dst.width(); }
   std::int64_t height() const { return dst.height(); }
-  T* Out(std::int64_t y) const { return dst.template Row<T>(y); }
+  LinePlane Lines(const LockedMask& mask) const {
+    return LinePlane::Of(mask.At(0, 0), mask.stride(), width(), height(), sizeof(T), 1, columns);
+  }
   template <class F>
   PF_Err Rows(const F& row) const {
     return ForRows(progress, RowReports::kNone, static_cast<std::int32_t>(height()), row);
@@ -44,111 +43,58 @@ PF_Err CopyRows(const Scan<T>& scan) {
   });
 }
 
-// The source of a scan along columns, which is a copy when the results would overwrite it.
 template <class T>
-class Columns {
- public:
-  explicit Columns(const Scan<T>& scan) : rows_(scan.src.template Row<T>(0)), width_(scan.width()) {
-    if (rows_ != scan.dst.template Row<T>(0)) return;
-    const auto size = static_cast<std::uint64_t>(scan.height() * scan.dst.stride());
-    copy_.emplace(size, Message::kBlurMemory);
-    std::memcpy(copy_->data(), rows_, size);
-    rows_ = reinterpret_cast<const T*>(copy_->data());
-  }
-  const T* Row(std::int64_t y) const { return rows_ + y * width_; }
+BlurredPlane PlaneOf(const Scan<T>& scan) {
+  return {scan.src.At(0, 0),
+          scan.src.stride(),
+          scan.dst.At(0, 0),
+          scan.dst.stride(),
+          scan.width(),
+          scan.height(),
+          1,
+          sizeof(T),
+          scan.columns,
+          true,
+          scan.progress,
+          RowReports::kNone};
+}
 
- private:
-  std::optional<HostBlock> copy_;
-  const T* rows_;
-  std::int64_t width_;
-};
-
-// Rows with zeros around them, `reach` behind and one more in front.
+// Eight lines at a time. A group that lies on its own source has been read before it is written.
 template <class T>
-class PaddedRows {
- public:
-  PaddedRows(const Scan<T>& scan, std::int64_t reach)
-      : scan_(scan),
-        reach_(reach),
-        lines_(static_cast<std::uint64_t>(scan.width() + 2 * reach + 1) * sizeof(T), Message::kBlurMemory) {}
-
-  // Calls f(source row y, which lies in scratch).
-  template <class F>
-  void With(std::int64_t y, const F& f) {
-    const ScratchLines::Line line(lines_);
-    T* row = reinterpret_cast<T*>(line.data()) + reach_ + 1;
-    std::memcpy(row, scan_.src.At(0, y), static_cast<std::size_t>(scan_.src.stride()));
-    f(row);
-  }
-
- private:
-  const Scan<T>& scan_;
-  std::int64_t reach_;
-  ScratchLines lines_;
-};
-
-template <class T>
-PF_Err Gauss(const Scan<T>& scan, double radius, bool along_rows) {
-  const GaussWeights bell(radius, sizeof(T) == 1 ? kGaussBits8 : kGaussBits16);
-  const WeightsOf<T> weights = bell.For<T>();
-  const auto kernel = Kernels<T>().gauss;
-  const std::int64_t width = scan.width(), height = scan.height();
-  const std::int64_t reach = std::min(bell.radius(), along_rows ? width : height);
-  if (along_rows) {
-    PaddedRows<T> rows(scan, reach);
-    return scan.Rows([&](std::int32_t y) {
-      rows.With(y, [&](const T* row) { kernel({row, scan.Out(y), width, 1, reach, reach}, weights); });
-    });
-  }
-  const Columns<T> columns(scan);
-  return scan.Rows([&](std::int32_t y) {
-    const std::int64_t before = std::min<std::int64_t>(y, reach), behind = std::min(height - 1 - y, reach);
-    kernel({columns.Row(y), scan.Out(y), width, width, before, behind}, weights);
+PF_Err BellInLanes(const Scan<T>& scan, double radius) {
+  const BlurKernels& kernels = *g_kernels.blur.load(std::memory_order_relaxed);
+  const LaneDemands demands = {sizeof(T) == 1 ? kBellBits8 : kBellBits16, sizeof(T) == 1 ? 4 : 5, false};
+  const LaneFilter filter(kernels.lanes, radius, demands);
+  const LinePlane src = scan.Lines(scan.src), dst = scan.Lines(scan.dst);
+  const std::int64_t n = src.length, margin = filter.margin();
+  const std::int64_t doubles = kLanes * (2 * n + 2 * margin) + filter.scratch();
+  ScratchLines scratch(sizeof(double) * static_cast<std::uint64_t>(doubles), Message::kBlurMemory);
+  return ForRows(scan.progress, RowReports::kNone, static_cast<std::int32_t>(src.count), [&](std::int32_t line) {
+    if (line % src.group() != 0) return;
+    const LineGroup<T> from(kernels, src, line), to(kernels, dst, line), next(kernels, src, line + src.group());
+    const ScratchLines::Line memory(scratch);
+    auto* before = reinterpret_cast<double*>(memory.data());
+    double *samples = before + kLanes * margin, *behind = samples + kLanes * n, *results = behind + kLanes * margin;
+    std::fill(before, samples, 0.0);
+    std::fill(behind, results, 0.0);
+    from.Load(0, n, samples);
+    filter.Run(samples, results, n, results + kLanes * n, next.wanted(), to.wanted());
+    to.Store(0, n, results);
   });
 }
 
-// Columns that are scanned together, from top to bottom.
-constexpr std::int64_t kStrip = 256;
-
 template <class T>
-PF_Err BoxStrip(const Scan<T>& scan, const Columns<T>& columns, std::int64_t x, std::int64_t n, std::int64_t reach,
-                const BoxDivider& divider, const RowPoll& poll) {
-  alignas(64) static constexpr T kNothing[kStrip] = {};
-  alignas(64) std::uint32_t sums[kStrip] = {};
-  const auto slide = Kernels<T>().slide;
-  const std::int64_t height = scan.height();
-  for (std::int64_t y = 0; y < std::min(reach, height); ++y) {
-    const T* row = columns.Row(y) + x;
-    for (std::int64_t i = 0; i < n; ++i) sums[i] += row[i];
+PF_Err Bell(const Scan<T>& scan, double radius) {
+  if constexpr (sizeof(T) == 1) {
+    if (std::ceil(radius) <= kDirectReach) return BlurByBell(PlaneOf(scan), radius);
   }
-  for (std::int64_t y = 0; y < height; ++y) {
-    if (const PF_Err stop = poll.Ask()) return stop;
-    const T* entering = y + reach < height ? columns.Row(y + reach) + x : kNothing;
-    const T* leaving = y > reach ? columns.Row(y - reach - 1) + x : kNothing;
-    slide(sums, entering, leaving, scan.Out(y) + x, n, divider);
-  }
-  return PF_Err_NONE;
+  return BellInLanes(scan, radius);
 }
 
 template <class T>
-PF_Err Box(const Scan<T>& scan, double radius, bool along_rows) {
+PF_Err Box(const Scan<T>& scan, double radius) {
   const auto span = static_cast<std::int64_t>(radius + 0.5);
-  if (span == 0) return CopyRows(scan);
-  const BoxDivider divider(static_cast<std::uint32_t>(2 * span + 1), 8 * sizeof(T));
-  const std::int64_t width = scan.width();
-  const std::int64_t reach = std::min(span, along_rows ? width : scan.height());
-  if (along_rows) {
-    const auto box = Kernels<T>().box;
-    PaddedRows<T> rows(scan, reach);
-    return scan.Rows(
-        [&](std::int32_t y) { rows.With(y, [&](const T* row) { box(row, scan.Out(y), width, reach, divider); }); });
-  }
-  const Columns<T> columns(scan);
-  const auto strips = static_cast<std::int32_t>((width + kStrip - 1) / kStrip);
-  return ForRows(scan.progress, RowReports::kNone, strips, [&](std::int32_t strip, const RowPoll& poll) {
-    const std::int64_t x = kStrip * strip;
-    return BoxStrip(scan, columns, x, std::min(kStrip, width - x), reach, divider, poll);
-  });
+  return span == 0 ? CopyRows(scan) : BlurByBox<T>(PlaneOf(scan), span);
 }
 
 enum class Shape { kBell, kBox };
@@ -165,9 +111,9 @@ PF_Err ScanMasks(Shape shape, const PF_UnoBuffer* src, PF_UnoBuffer* dst, double
     if (!fit) return PF_Err_BAD_PARAMETER;
     if (src->width <= 0 || src->height <= 0) return PF_Err_NONE;
     const LockedMask from(src), to(dst);
-    const Scan<T> scan = {progress, from, to};
+    const Scan<T> scan = {progress, from, to, direction != 0};
     if (radius == 0) return CopyRows(scan);
-    return shape == Shape::kBell ? Gauss(scan, radius, direction == 0) : Box(scan, radius, direction == 0);
+    return shape == Shape::kBell ? Bell(scan, radius) : Box(scan, radius);
   });
 }
 

@@ -1,0 +1,279 @@
+// Sums of boxes in lanes, and their means.
+#if defined(PF_FILTER_BOX_SUMS_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_FILTER_BOX_SUMS_INL_H
+#undef PF_FILTER_BOX_SUMS_INL_H
+#else
+#define PF_FILTER_BOX_SUMS_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "PF/PF_Types.h"
+#include "filter/BoxDivider.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pf {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+
+using D32 = hn::CappedTag<std::uint32_t, 16>;
+using D64 = hn::Repartition<std::uint64_t, D32>;
+template <class T>
+using DValues = hn::Repartition<T, D32>;
+template <class T>
+using DWide = hn::RepartitionToWide<DValues<T>>;
+
+// Values 0, 2, 4... and 1, 3, 5... of a vector, in lanes of twice their size; or sums and differences of them.
+template <class T>
+struct Halves {
+  hn::Vec<DWide<T>> even, odd;
+
+  static HWY_INLINE Halves Of(hn::Vec<DValues<T>> values) {
+    const DWide<T> d;
+    const auto wide = hn::BitCast(d, values);
+    return {hn::And(wide, hn::Set(d, static_cast<T>(~T{0}))), hn::ShiftRight<8 * sizeof(T)>(wide)};
+  }
+  friend HWY_INLINE Halves operator+(Halves a, Halves b) { return {hn::Add(a.even, b.even), hn::Add(a.odd, b.odd)}; }
+  friend HWY_INLINE Halves operator-(Halves a, Halves b) { return {hn::Sub(a.even, b.even), hn::Sub(a.odd, b.odd)}; }
+};
+
+// Sums that fit lanes of twice the values' size.
+template <class T>
+struct HalfSums {
+  Halves<T> sums;
+
+  // For values or channels 0 to 3, over and over.
+  static HWY_INLINE HalfSums Of(const std::uint32_t* start, std::uint32_t bias) {
+    const std::uint32_t s[4] = {start[0] + bias, start[1] + bias, start[2] + bias, start[3] + bias};
+    const DWide<T> d;
+    if constexpr (sizeof(T) == 1) {
+      return {{hn::BitCast(d, hn::Set(D32(), (s[0] & 0xFFFFu) | s[2] << 16)),
+               hn::BitCast(d, hn::Set(D32(), (s[1] & 0xFFFFu) | s[3] << 16))}};
+    } else {
+      return {{hn::BitCast(d, hn::Set(D64(), s[0] | std::uint64_t{s[2]} << 32)),
+               hn::BitCast(d, hn::Set(D64(), s[1] | std::uint64_t{s[3]} << 32))}};
+    }
+  }
+  static HWY_INLINE HalfSums Load(const std::uint32_t* p) {
+    const DWide<T> d;
+    return {{hn::BitCast(d, hn::LoadU(D32(), p)), hn::BitCast(d, hn::LoadU(D32(), p + hn::MaxLanes(D32())))}};
+  }
+  HWY_INLINE void Save(std::uint32_t* p) const {
+    hn::StoreU(hn::BitCast(D32(), sums.even), D32(), p);
+    hn::StoreU(hn::BitCast(D32(), sums.odd), D32(), p + hn::MaxLanes(D32()));
+  }
+  HWY_INLINE void Add(Halves<T> change) { sums = sums + change; }
+  HWY_INLINE void Add(Halves<T> values, std::uint32_t times) {
+    const auto factor = hn::Set(DWide<T>(), static_cast<hn::TFromD<DWide<T>>>(times));
+    Add({hn::Mul(values.even, factor), hn::Mul(values.odd, factor)});
+  }
+  // What all pixels of the vector add up to; `Runs` is that of the row.
+  template <class Runs>
+  HWY_INLINE void AddTotal(const HalfSums& of, const Runs& runs) {
+    Add(runs.Last(runs.Of(of.sums)));
+  }
+};
+
+// Sums of bytes in lanes of 32 bits: quarter i has values i, i + 4, i + 8... of a vector.
+struct QuarterSums {
+  hn::Vec<D32> sums[4];
+
+  static HWY_INLINE QuarterSums Of(const std::uint32_t* start, std::uint32_t bias) {
+    QuarterSums of;
+    for (int i = 0; i < 4; ++i) of.sums[i] = hn::Set(D32(), start[i] + bias);
+    return of;
+  }
+  static HWY_INLINE QuarterSums Load(const std::uint32_t* p) {
+    QuarterSums of;
+    for (std::size_t i = 0; i < 4; ++i) of.sums[i] = hn::LoadU(D32(), p + i * hn::MaxLanes(D32()));
+    return of;
+  }
+  HWY_INLINE void Save(std::uint32_t* p) const {
+    for (std::size_t i = 0; i < 4; ++i) hn::StoreU(sums[i], D32(), p + i * hn::MaxLanes(D32()));
+  }
+  HWY_INLINE void Add(Halves<std::uint8_t> change) {
+    for (int i = 0; i < 4; ++i) sums[i] = hn::Add(sums[i], Quarter(change, i));
+  }
+  HWY_INLINE void Add(Halves<std::uint8_t> values, std::uint32_t times) {
+    const auto factor = hn::Set(D32(), times);
+    for (int i = 0; i < 4; ++i) sums[i] = hn::Add(sums[i], hn::Mul(Quarter(values, i), factor));
+  }
+  template <class Runs>
+  HWY_INLINE void AddTotal(const QuarterSums& of, const Runs&) {
+    for (int i = 0; i < 4; ++i) {
+      const auto total = hn::SumOfLanes(D32(), of.sums[i]);
+      if constexpr (Runs::kOfPixels) {
+        sums[i] = hn::Add(sums[i], total);
+      } else {
+        for (auto& sum : sums) sum = hn::Add(sum, total);
+      }
+    }
+  }
+
+ private:
+  static HWY_INLINE hn::Vec<D32> Quarter(Halves<std::uint8_t> of, int i) {
+    const hn::RebindToSigned<D32> d;
+    const auto half = hn::BitCast(d, i % 2 == 0 ? of.even : of.odd);
+    return hn::BitCast(D32(), hn::ShiftRight<16>(i < 2 ? hn::ShiftLeft<16>(half) : half));
+  }
+};
+
+// Values from sums. The bias is in the sums.
+class NarrowMeans {
+ public:
+  HWY_INLINE explicit NarrowMeans(const BoxDivider& divider)
+      : multiplier_(hn::Set(D16(), static_cast<std::uint16_t>(divider.multiplier))), shift_(divider.shift - 16) {}
+
+  HWY_INLINE hn::Vec<DValues<std::uint8_t>> Of(const HalfSums<std::uint8_t>& of) const {
+    const auto even = hn::ShiftRightSame(hn::MulHigh(of.sums.even, multiplier_), shift_);
+    const auto odd = hn::ShiftLeftSame(hn::MulHigh(of.sums.odd, multiplier_), 8 - shift_);
+    return hn::BitCast(DValues<std::uint8_t>(), hn::Or(even, hn::And(odd, hn::Set(D16(), 0xFF00))));
+  }
+
+ private:
+  using D16 = DWide<std::uint8_t>;
+  hn::Vec<D16> multiplier_;
+  int shift_;
+};
+
+class WideMeans {
+ public:
+  HWY_INLINE explicit WideMeans(const BoxDivider& divider)
+      : multiplier_(hn::Set(D32(), divider.multiplier)), shift_(divider.shift) {}
+
+  HWY_INLINE hn::Vec<DValues<std::uint16_t>> Of(const HalfSums<std::uint16_t>& of) const {
+    const DValues<std::uint16_t> d;
+    const auto means = hn::Or(Mean(of.sums.even), hn::ShiftLeft<16>(Mean(of.sums.odd)));
+    return hn::Min(hn::BitCast(d, means), hn::Set(d, PF_MAX_CHAN16));
+  }
+  HWY_INLINE hn::Vec<DValues<std::uint8_t>> Of(const QuarterSums& of) const {
+    const auto even = hn::Or(Mean(of.sums[0]), hn::ShiftLeft<16>(Mean(of.sums[2])));
+    const auto odd = hn::Or(Mean(of.sums[1]), hn::ShiftLeft<16>(Mean(of.sums[3])));
+    return hn::BitCast(DValues<std::uint8_t>(), hn::Or(even, hn::ShiftLeft<8>(odd)));
+  }
+
+ private:
+  HWY_INLINE hn::Vec<D32> Mean(hn::Vec<D32> sums) const {
+    const auto upper = hn::BitCast(D32(), hn::ShiftRight<32>(hn::BitCast(D64(), sums)));
+    const auto even = hn::ShiftRightSame(hn::MulEven(sums, multiplier_), shift_);
+    const auto odd = hn::ShiftRightSame(hn::MulEven(upper, multiplier_), shift_ - 32);
+    return hn::OddEven(hn::BitCast(D32(), odd), hn::BitCast(D32(), even));
+  }
+
+  hn::Vec<D32> multiplier_;
+  int shift_;
+};
+
+// Sums of a vector's changes up to each of its pixels, which take `kPixel` bytes of wide lanes.
+template <class D, std::size_t kPixel>
+class PrefixSums {
+ public:
+  HWY_INLINE PrefixSums() {
+    constexpr std::size_t kBlocks = hn::MaxLanes(D32()) / 4;
+    HWY_ALIGN std::int32_t one[16], two[16], last[16];
+    HWY_ALIGN std::uint32_t has_one[16], has_two[16];
+    for (std::size_t i = 0; i < hn::MaxLanes(D32()); ++i) {
+      const std::size_t block = i / 4, at = kPixel == 8 ? 2 + i % 2 : 3;
+      has_one[i] = block >= 1;
+      has_two[i] = block >= 2;
+      one[i] = static_cast<std::int32_t>(block >= 1 ? 4 * (block - 1) + at : at);
+      two[i] = static_cast<std::int32_t>(block >= 2 ? 4 * (block - 2) + at : at);
+      last[i] = static_cast<std::int32_t>(4 * (kBlocks - 1) + at);
+    }
+    const D32 d;
+    one_before_ = hn::SetTableIndices(d, one);
+    two_before_ = hn::SetTableIndices(d, two);
+    last_ = hn::SetTableIndices(d, last);
+    has_one_ = hn::Ne(hn::Load(d, has_one), hn::Zero(d));
+    has_two_ = hn::Ne(hn::Load(d, has_two), hn::Zero(d));
+  }
+
+  HWY_INLINE hn::Vec<D> Of(hn::Vec<D> v) const {
+    v = InBlocks<kPixel>(v);
+    if constexpr (hn::MaxLanes(D32()) > 4) v = hn::Add(v, Before(v, one_before_, has_one_));
+    if constexpr (hn::MaxLanes(D32()) > 8) v = hn::Add(v, Before(v, two_before_, has_two_));
+    return v;
+  }
+
+  // The last pixel, everywhere.
+  HWY_INLINE hn::Vec<D> Last(hn::Vec<D> v) const {
+    return hn::BitCast(D(), hn::TableLookupLanes(UpperToBoth(v), last_));
+  }
+
+ private:
+  using Indices = decltype(hn::SetTableIndices(D32(), static_cast<const std::int32_t*>(nullptr)));
+
+  template <std::size_t kBytes>
+  static HWY_INLINE hn::Vec<D> InBlocks(hn::Vec<D> v) {
+    if constexpr (kBytes >= 16) {
+      return v;
+    } else {
+      const hn::Repartition<std::uint8_t, D> bytes;
+      const auto moved = hn::BitCast(D(), hn::ShiftLeftBytes<kBytes>(bytes, hn::BitCast(bytes, v)));
+      return InBlocks<2 * kBytes>(hn::Add(v, moved));
+    }
+  }
+  // Of pixels that take half a lane the last one stands in the upper half.
+  static HWY_INLINE hn::Vec<D32> UpperToBoth(hn::Vec<D> v) {
+    const auto wide = hn::BitCast(D32(), v);
+    if constexpr (kPixel == 2) {
+      return hn::Or(hn::ShiftRight<16>(wide), hn::And(wide, hn::Set(D32(), 0xFFFF0000u)));
+    } else {
+      return wide;
+    }
+  }
+  static HWY_INLINE hn::Vec<D> Before(hn::Vec<D> v, Indices from, hn::Mask<D32> exists) {
+    return hn::BitCast(D(), hn::IfThenElseZero(exists, hn::TableLookupLanes(UpperToBoth(v), from)));
+  }
+
+  Indices one_before_, two_before_, last_;
+  hn::Mask<D32> has_one_, has_two_;
+};
+
+// The same for values one by one, or for pixels of four values.
+template <class T, bool pixels>
+class Runs {
+ public:
+  static constexpr bool kOfPixels = pixels;
+
+  HWY_INLINE Runs() {}
+
+  HWY_INLINE Halves<T> Of(Halves<T> change) const {
+    if constexpr (pixels) {
+      return {prefix_.Of(change.even), prefix_.Of(change.odd)};
+    } else {
+      const auto odd = prefix_.Of(hn::Add(change.even, change.odd));
+      return {hn::Sub(odd, change.odd), odd};
+    }
+  }
+  HWY_INLINE Halves<T> Last(Halves<T> runs) const {
+    const auto odd = prefix_.Last(runs.odd);
+    if constexpr (pixels) {
+      return {prefix_.Last(runs.even), odd};
+    } else {
+      return {odd, odd};
+    }
+  }
+
+ private:
+  PrefixSums<DWide<T>, 2 * sizeof(T) * (pixels ? 2 : 1)> prefix_;
+};
+
+template <class T, bool narrow>
+using SumsOf = std::conditional_t<narrow || sizeof(T) == 2, HalfSums<T>, QuarterSums>;
+template <bool narrow>
+using MeansOf = std::conditional_t<narrow, NarrowMeans, WideMeans>;
+
+#endif  // HWY_TARGET
+
+}  // namespace HWY_NAMESPACE
+}  // namespace pf
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard

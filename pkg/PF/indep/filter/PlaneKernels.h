@@ -1,0 +1,67 @@
+// Kernels of blurs in whole numbers. All sums are exact, whatever carries them.
+#pragma once
+
+#include <cstdint>
+
+#include "filter/BoxDivider.h"
+
+namespace pf {
+
+// Weight i is 4096 high[i] + low[i], 0 <= low < 4096, in units of 2^-24. A 0 follows the last weight.
+struct SplitWeights {
+  const std::int16_t* high;
+  const std::int16_t* low;
+  std::int64_t reach;
+};
+
+// Vectors may read so many bytes behind the pixels of a row that was copied.
+inline constexpr std::int64_t kRowSlack = 64;
+
+// Sums along columns take four bytes for each value, rounded up to so many values, in an order of their kernels.
+inline constexpr std::int64_t kSumsBlock = 64;
+
+// n pixels and what lies around them: reach + 1 pixels before the first, reach behind the last, and kRowSlack.
+template <class T>
+struct BoxRow {
+  const T* line;
+  T* out;
+  std::int64_t n;
+  std::int64_t reach;
+  const std::uint32_t* more;  // of four channels: what every sum holds besides; without channels four times the same
+};
+
+template <class T>
+struct BoxKernels {
+  // Along columns, over n values: no sums yet; a row added so many times; a row that enters, another that leaves, and
+  // the means after it.
+  void (*start)(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider);
+  void (*add)(std::uint32_t* sums, const T* row, std::uint32_t times, std::int64_t n, const BoxDivider& divider);
+  void (*slide)(std::uint32_t* sums, const T* entering, const T* leaving, T* out, std::int64_t n,
+                const BoxDivider& divider);
+  // Along a row of values, and of pixels of four.
+  void (*row)(const BoxRow<T>& row, const BoxDivider& divider);
+  void (*row_of_pixels)(const BoxRow<T>& row, const BoxDivider& divider);
+};
+
+struct PlaneKernels {
+  BoxKernels<std::uint8_t> of8;
+  BoxKernels<std::uint16_t> of16;
+  // out[x] = sum of weight[|i - reach|] * taps[i][x], i in 0..2 reach, for n values. `out` overlaps no tap.
+  void (*bell)(const std::uint8_t* const* taps, const SplitWeights& weights, std::uint8_t* out, std::int64_t n);
+
+  template <class T>
+  const BoxKernels<T>& Of() const {
+    if constexpr (sizeof(T) == 1) {
+      return of8;
+    } else {
+      return of16;
+    }
+  }
+};
+
+// Plain C++: the reference.
+extern const PlaneKernels kPortablePlaneKernels;
+// The widest target that is allowed.
+const PlaneKernels& VectorPlaneKernels();
+
+}  // namespace pf

@@ -1,0 +1,67 @@
+// Blurs in whole numbers in plain C++.
+#include <algorithm>
+#include <cstdlib>
+
+#include "PF/PF_Types.h"
+#include "filter/Bell.h"
+#include "filter/PlaneKernels.h"
+
+namespace pf {
+namespace {
+
+// Values above full are legal bits; their mean is limited.
+template <class T>
+T MeanOf(std::uint32_t sum, const BoxDivider& divider) {
+  const std::uint32_t mean = divider.MeanOf(sum);
+  return static_cast<T>(sizeof(T) == 1 ? mean : std::min<std::uint32_t>(mean, PF_MAX_CHAN16));
+}
+
+void Start(std::uint32_t* sums, std::int64_t n, const BoxDivider&) { std::fill_n(sums, n, 0u); }
+
+template <class T>
+void AddRow(std::uint32_t* sums, const T* row, std::uint32_t times, std::int64_t n, const BoxDivider&) {
+  for (std::int64_t x = 0; x < n; ++x) sums[x] += row[x] * times;
+}
+
+template <class T>
+void Slide(std::uint32_t* sums, const T* entering, const T* leaving, T* out, std::int64_t n,
+           const BoxDivider& divider) {
+  for (std::int64_t x = 0; x < n; ++x) {
+    sums[x] += entering[x] - std::uint32_t{leaving[x]};
+    out[x] = MeanOf<T>(sums[x], divider);
+  }
+}
+
+template <class T, int channels>
+void Row(const BoxRow<T>& row, const BoxDivider& divider) {
+  for (int c = 0; c < channels; ++c) {
+    const auto at = [&](std::int64_t x) -> std::uint32_t { return row.line[channels * x + c]; };
+    std::uint32_t sum = row.more[c];
+    for (std::int64_t x = -row.reach - 1; x < row.reach; ++x) sum += at(x);
+    for (std::int64_t x = 0; x < row.n; ++x) {
+      sum += at(x + row.reach) - at(x - row.reach - 1);
+      row.out[channels * x + c] = MeanOf<T>(sum, divider);
+    }
+  }
+}
+
+void Bell(const std::uint8_t* const* taps, const SplitWeights& weights, std::uint8_t* out, std::int64_t n) {
+  const std::int64_t reach = weights.reach;
+  for (std::int64_t x = 0; x < n; ++x) {
+    std::uint32_t sum = 1u << (kBellBits8 - 1);
+    for (std::int64_t i = 0; i <= 2 * reach; ++i) {
+      const std::int64_t w = std::abs(i - reach);
+      sum += static_cast<std::uint32_t>(weights.high[w] * 4096 + weights.low[w]) * taps[i][x];
+    }
+    out[x] = static_cast<std::uint8_t>(sum >> kBellBits8);
+  }
+}
+
+template <class T>
+constexpr BoxKernels<T> kBoxes = {&Start, &AddRow<T>, &Slide<T>, &Row<T, 1>, &Row<T, 4>};
+
+}  // namespace
+
+constinit const PlaneKernels kPortablePlaneKernels = {kBoxes<std::uint8_t>, kBoxes<std::uint16_t>, &Bell};
+
+}  // namespace pf
