@@ -10,6 +10,7 @@
 #include "PF/PF_Copy.h"
 #include "PF/PF_Errors.h"
 #include "PF/PF_Filters.h"
+#include "PF/PF_FrameBlending.h"
 #include "PF/PF_Iterate.h"
 #include "PF/PF_LazyTiles.h"
 #include "PF/PF_Lifecycle.h"
