@@ -44,4 +44,8 @@ class Table {
 // Every figure as JSON: seconds per call, speeds and ratios, for each peer too.
 void WriteJson(std::ostream& out, const Machine& machine, const std::vector<Row>& rows);
 
+// Gaussian blurs of the first size that was measured, as SVG: cost against radius. Throws std::runtime_error when there
+// are none.
+void WritePlot(std::ostream& out, const Machine& machine, const std::vector<Row>& rows);
+
 }  // namespace pfbench

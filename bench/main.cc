@@ -20,7 +20,7 @@ constexpr Pace kQuickPace = {3, 0.015, 0.06};
 
 struct Options {
   std::vector<std::string> filters, sizes;
-  std::string json;
+  std::string json, plot;
   bool quick = false, list = false, markdown = false, every_peer = false;
 };
 
@@ -56,12 +56,18 @@ void KeepFreedMemory() {
   mallopt(M_TRIM_THRESHOLD, -1);
 }
 
-void Run(const Options& options, const std::vector<Case>& cases) {
-  std::ofstream json;
-  if (!options.json.empty()) {
-    json.open(options.json);
-    if (!json) throw std::runtime_error("cannot write " + options.json);
+// Not open where no file is wanted.
+std::ofstream Opened(const std::string& path) {
+  std::ofstream file;
+  if (!path.empty()) {
+    file.open(path);
+    if (!file) throw std::runtime_error("cannot write " + path);
   }
+  return file;
+}
+
+void Run(const Options& options, const std::vector<Case>& cases) {
+  std::ofstream json = Opened(options.json), plot = Opened(options.plot);
   KeepFreedMemory();
   UseThreads(1);
   const Machine machine = DescribeMachine();
@@ -74,9 +80,10 @@ void Run(const Options& options, const std::vector<Case>& cases) {
   }
   table.End();
   StopHost();
-  if (!json.is_open()) return;
-  WriteJson(json, machine, rows);
+  if (json.is_open()) WriteJson(json, machine, rows);
+  if (plot.is_open()) WritePlot(plot, machine, rows);
   if (!json.flush()) throw std::runtime_error("cannot write " + options.json);
+  if (!plot.flush()) throw std::runtime_error("cannot write " + options.plot);
 }
 
 int Main(int argc, char** argv) {
@@ -92,6 +99,8 @@ int Main(int argc, char** argv) {
   app.add_flag("--list", options.list, "name the lines and stop");
   app.add_flag("--markdown", options.markdown, "print the table as Markdown");
   app.add_option("--json", options.json, "write all figures to FILE too")->type_name("FILE");
+  app.add_option("--plot", options.plot, "draw the cost of Gaussian blurs against their radius into FILE (SVG)")
+      ->type_name("FILE");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -1,4 +1,4 @@
-// Masks: blurs along one direction, which must not cost more along columns nor with the radius, and
+// Masks: blurs along one direction, which must not cost more along columns nor, for boxes, with the radius, and
 // accumulation. The masks are the alphas of the pictures.
 #include <memory>
 
