@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "filter/LaneKernels.h"
 
@@ -57,27 +58,15 @@ class LineGroup {
   // Samples begin..begin + n - 1 of the lines, to and from `lanes` on.
   void Load(std::int64_t begin, std::int64_t n, double* lanes) const {
     if (Across()) return values_.load_across(At(0, begin), plane_.step, n, lanes);
+    if (!Along()) return LoadEach(begin, n, lanes);
     if (lines_ < plane_.group()) std::fill_n(lanes, kLanes * n, 0.0);
-    for (std::int64_t line = 0; line < lines_; ++line) {
-      double* to = lanes + line * plane_.channels;
-      if (Along()) {
-        values_.load_along(At(line, begin), n, to);
-      } else {
-        LoadEach(line, begin, n, to);
-      }
-    }
+    for (std::int64_t line = 0; line < lines_; ++line) values_.load_along(At(line, begin), n, lanes + 4 * line);
   }
 
   void Store(std::int64_t begin, std::int64_t n, const double* lanes) const {
     if (Across()) return values_.store_across(lanes, n, At(0, begin), plane_.step);
-    for (std::int64_t line = 0; line < lines_; ++line) {
-      const double* from = lanes + line * plane_.channels;
-      if (Along()) {
-        values_.store_along(from, n, At(line, begin));
-      } else {
-        StoreEach(line, begin, n, from);
-      }
-    }
+    if (!Along()) return StoreEach(begin, n, lanes);
+    for (std::int64_t line = 0; line < lines_; ++line) values_.store_along(lanes + 4 * line, n, At(line, begin));
   }
 
  private:
@@ -85,17 +74,37 @@ class LineGroup {
   bool Across() const { return lines_ == plane_.group() && plane_.pitch == plane_.channels * size_; }
   bool Along() const { return plane_.channels == 4 && plane_.step == 4 * size_; }
 
-  void LoadEach(std::int64_t line, std::int64_t begin, std::int64_t n, double* lanes) const {
-    for (std::int64_t i = 0; i < n; ++i) std::copy_n(At(line, begin + i), plane_.channels, lanes + kLanes * i);
+  // Values that do not stand as in lanes, by way of a block of them that do. Calls f(sample in the block, sample of the
+  // plane).
+  template <class F>
+  void ForSamples(std::int64_t begin, std::int64_t n, T* block, const F& f) const {
+    for (std::int64_t line = 0; line < lines_; ++line) {
+      std::byte* at = reinterpret_cast<std::byte*>(At(line, begin));
+      T* in_block = block + line * plane_.channels;
+      for (std::int64_t i = 0; i < n; ++i, at += plane_.step) f(in_block + kLanes * i, reinterpret_cast<T*>(at));
+    }
   }
-  // Through a vector of values, so that they are rounded as everywhere.
-  void StoreEach(std::int64_t line, std::int64_t begin, std::int64_t n, const double* lanes) const {
-    for (std::int64_t i = 0; i < n; ++i) {
-      double sample[kLanes] = {};
-      T rounded[kLanes];
-      std::copy_n(lanes + kLanes * i, plane_.channels, sample);
-      values_.store_across(sample, 1, rounded, 0);
-      std::copy_n(rounded, plane_.channels, At(line, begin + i));
+  static void CopyValue(const T* from, T* to) { *to = *from; }
+  static void CopyPixel(const T* from, T* to) { std::memcpy(to, from, 4 * sizeof(T)); }
+
+  static constexpr std::int64_t kBlock = 64;
+
+  void LoadEach(std::int64_t begin, std::int64_t n, double* lanes) const {
+    T block[kBlock * kLanes] = {};
+    for (std::int64_t i = 0; i < n; i += kBlock) {
+      const std::int64_t count = std::min(kBlock, n - i);
+      if (plane_.channels == 1) ForSamples(begin + i, count, block, [](T* to, const T* from) { CopyValue(from, to); });
+      if (plane_.channels == 4) ForSamples(begin + i, count, block, [](T* to, const T* from) { CopyPixel(from, to); });
+      values_.load_across(block, kLanes * size_, count, lanes + kLanes * i);
+    }
+  }
+  void StoreEach(std::int64_t begin, std::int64_t n, const double* lanes) const {
+    T block[kBlock * kLanes];
+    for (std::int64_t i = 0; i < n; i += kBlock) {
+      const std::int64_t count = std::min(kBlock, n - i);
+      values_.store_across(lanes + kLanes * i, count, block, kLanes * size_);
+      if (plane_.channels == 1) ForSamples(begin + i, count, block, [](const T* from, T* to) { CopyValue(from, to); });
+      if (plane_.channels == 4) ForSamples(begin + i, count, block, [](const T* from, T* to) { CopyPixel(from, to); });
     }
   }
 
