@@ -87,6 +87,10 @@ TEST_F(Blurs, SharedPixelsAreReadAsTheyWere) {
         walk({memory, 5, 9, 31, 31, true}, {memory, 5, 9, 31, 31});
         const bool turned = wish.src_columns != wish.dst_columns;
         walk({memory, 1, 1, 27, 40}, {memory, 3, 2, turned ? 40 : 27, turned ? 27 : 40, true});
+        if (turned) continue;
+        TestWorld wide(depth, 610, 33, 4);
+        walk({wide, 0, 0, 607, 31}, {wide, 0, 0, 607, 31});
+        walk({wide, 0, 2, 600, 31}, {wide, 7, 1, 600, 31});
       }
     }
   }
