@@ -79,7 +79,8 @@ void LaneFilter::Run(const double* in, double* out, std::int64_t n, double* scra
 }
 
 // In blocks so short that whatever reaches a result of a block is at least as large as the block's largest sample; or,
-// where all of the block is 0, as the first that is not 0 on one of its sides.
+// where all of the block is 0, as the first that is not 0 on one of its sides. Sums hold nothing from beyond a result's
+// reach but what went by before, in this block or the one before it.
 void LaneFilter::RunInPieces(const LaneRun& run) const {
   const double* const in = run.in;
   const std::int64_t n = run.n;
@@ -95,16 +96,16 @@ void LaneFilter::RunInPieces(const LaneRun& run) const {
   const auto fits = [&](std::uint32_t largest, std::uint32_t least) {
     return largest < kNotFinite && largest - least <= widest_range_;
   };
-  Peaks before = peaks_at(-size), here = peaks_at(0);
+  Peaks before = peaks_at(-size);
   Peaks since = {};        // the largest samples that went by since the sums began
   std::int64_t first = 0;  // where they began
   std::array<bool, kLanes> gaps = {};
   for (std::int64_t begin = 0; begin < n; begin += size) {
-    const Peaks next = peaks_at(begin + size);
+    const Peaks here = peaks_at(begin);
     bool goes_on = true, starts = true;
     Peaks around;
     for (std::size_t l = 0; l < kLanes; ++l) {
-      around[l] = std::max({before[l], here[l], next[l]});
+      around[l] = std::max(before[l], here[l]);
       since[l] = std::max(since[l], around[l]);
       std::uint32_t least = here[l];
       if (least == 0) gaps[l] = true;
@@ -127,7 +128,6 @@ void LaneFilter::RunInPieces(const LaneRun& run) const {
       since = {};
     }
     before = here;
-    here = next;
   }
   if (first < n) kernels_.series(piece(first, n), series_->terms());
   for (std::size_t l = 0; l < kLanes; ++l) {
