@@ -44,6 +44,22 @@ TEST(BoxDivider, IsTheRoundedQuotientForEveryWidth) {
   }
 }
 
+TEST(StepDivider, IsTheQuotientForEveryWidth) {
+  for (std::uint32_t w = 257; w < 16384; w += 2) {
+    const pf::StepDivider divider(w);
+    const std::uint32_t small = divider.bias - divider.lead * w;  // what stands in n besides
+    const auto check = [&](std::uint32_t n) { ASSERT_EQ(divider.QuotientOf(n + small), n / w) << n << " / " << w; };
+    const std::uint32_t most = (divider.lead + 1) * w - 1 + pf::StepDivider::kLargest;
+    ASSERT_LT(most + small, 65536u) << w;
+    ASSERT_GE(divider.lead * w, pf::StepDivider::kLargest) << w;
+    check(most);
+    for (std::uint32_t q = 0; q * w <= most; ++q) {
+      check(q * w);
+      if (q > 0) check(q * w - 1);
+    }
+  }
+}
+
 // \name Kernels
 // @{
 
@@ -75,8 +91,9 @@ void ExpectColumns(const PlaneKernels& kernels, std::int64_t n, std::int64_t rea
     own.start(on.data(), n, divider);
     own.add(on.data(), first.data(), static_cast<std::uint32_t>(2 * reach), n, divider);
     own.add(on.data(), second.data(), 1, n, divider);
-    if (rows > 0) own.slide(on.data(), third.data(), first.data(), to.data(), n, divider);
-    if (rows > 1) own.slide(on.data(), first.data(), second.data(), to.data(), n, divider);
+    own.begin(on.data(), n, divider);
+    if (rows > 0) own.slide({on.data(), third.data(), first.data(), to.data(), n, {}}, divider);
+    if (rows > 1) own.slide({on.data(), first.data(), second.data(), to.data(), n, {}}, divider);
   };
   for (const int rows : {1, 2}) {
     run(kernels, sums, out, rows);
@@ -93,7 +110,7 @@ void ExpectRow(const PlaneKernels& kernels, std::int64_t n, std::int64_t reach, 
   const auto run = [&](const PlaneKernels& of, const Values<T>& to) {
     const std::uint32_t more[4] = {};
     const auto kernel = channels == 4 ? of.Of<T>().row_of_pixels : of.Of<T>().row;
-    kernel({line.data() + (reach + 1) * channels, to.data(), n, reach, more}, divider);
+    kernel({line.data() + (reach + 1) * channels, to.data(), n, reach, more, {}}, divider);
   };
   run(kernels, out);
   run(pf::kPortablePlaneKernels, expected);
@@ -113,8 +130,8 @@ void ExpectBell(const PlaneKernels& kernels, std::int64_t n, std::int64_t reach,
   std::vector<const std::uint8_t*> taps;
   std::list<Values<std::uint8_t>> rows;
   for (std::int64_t i = 0; i <= 2 * reach; ++i) taps.push_back(rows.emplace_back(n, random).data());
-  kernels.bell(taps.data(), weights, out.data(), n);
-  pf::kPortablePlaneKernels.bell(taps.data(), weights, expected.data(), n);
+  kernels.bell(taps.data(), weights, out.data(), n, {});
+  pf::kPortablePlaneKernels.bell(taps.data(), weights, expected.data(), n, {});
   ASSERT_TRUE(out == expected) << n << " values, reach " << reach;
 }
 
@@ -128,7 +145,7 @@ void ExpectBoxes(const PlaneKernels& kernels) {
       ExpectRow<T>(kernels, n, reach, 4, random);
     }
   }
-  for (const std::int64_t reach : {5, 127, 32767}) {
+  for (const std::int64_t reach : {5, 127, 8191, 8192, 32767}) {
     ExpectColumns<T>(kernels, 70, reach, random);
     ExpectRow<T>(kernels, 700, reach, 1, random);
     ExpectRow<T>(kernels, 700, reach, 4, random);

@@ -6,6 +6,38 @@
 
 namespace pf {
 
+// Quotients of sums that change little from one to the next, all in 16 bits: beside each quotient its remainder r is
+// kept, and a change of at most kLargest to either side takes n = r + change + lead * w to a new quotient n / w - lead.
+//
+// n < 2^16, for w < 2^14. As below with N + 1 <= 2^16 and k = L + 15: (N + 1) e <= 2^15 w < 2^k.
+struct StepDivider {
+  static constexpr std::uint32_t kLargest = 64 * 255;
+
+  std::uint16_t window, lead;
+  std::uint16_t bias;  // of stored remainders: lead * w, and what a multiplier that is too small needs
+  std::uint16_t multiplier;
+  int shift;  // of the high half of a product
+
+  // Whether quotients of bytes can be found in this way, and in no shorter one.
+  static constexpr bool Fits(std::uint32_t w) { return w > 255 && w < (1u << 14); }
+
+  // w odd, as fits.
+  constexpr explicit StepDivider(std::uint32_t w)
+      : window(static_cast<std::uint16_t>(w)),
+        lead(static_cast<std::uint16_t>((kLargest + w - 1) / w)),
+        bias(static_cast<std::uint16_t>(lead * w)),
+        multiplier(0),
+        shift(static_cast<int>(std::bit_width(w)) - 1) {
+    const std::uint32_t one = std::uint32_t{1} << (shift + 16), below = one / w;
+    const bool up = one - below * w > w / 2;
+    multiplier = static_cast<std::uint16_t>(up ? below + 1 : below);
+    if (!up) ++bias;
+  }
+
+  // n as above, with the bias.
+  constexpr std::uint32_t QuotientOf(std::uint32_t n) const { return n * multiplier >> (shift + 16); }
+};
+
 // floor((sum + w / 2) / w), for sums of w values of 8 or 16 bits, is (sum + bias) * multiplier >> shift.
 //
 // With N = sum + w / 2 < w 2^bits and 2^(L-1) < w < 2^L: let k >= 2 L + bits - 1, m the integer nearest to 2^k / w and
@@ -16,9 +48,11 @@ struct BoxDivider {
   std::uint32_t multiplier;
   std::uint32_t bias;
   int shift;
+  std::uint32_t window;
+  StepDivider steps;
 
   // w odd, 3..65535; bits 8 or 16.
-  constexpr BoxDivider(std::uint32_t w, int bits) {
+  constexpr BoxDivider(std::uint32_t w, int bits) : window(w), steps(StepDivider::Fits(w) ? w : 257) {
     shift = static_cast<int>(std::bit_width(w)) + (bits == 8 && w < 256 ? 15 : 31);
     const std::uint64_t one = std::uint64_t{1} << shift;
     const std::uint64_t below = one / w;

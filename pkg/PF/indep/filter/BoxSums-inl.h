@@ -73,11 +73,6 @@ struct HalfSums {
     const auto factor = hn::Set(DWide<T>(), static_cast<hn::TFromD<DWide<T>>>(times));
     Add({hn::Mul(values.even, factor), hn::Mul(values.odd, factor)});
   }
-  // What all pixels of the vector add up to; `Runs` is that of the row.
-  template <class Runs>
-  HWY_INLINE void AddTotal(const HalfSums& of, const Runs& runs) {
-    Add(runs.Last(runs.Of(of.sums)));
-  }
 };
 
 // Sums of bytes in lanes of 32 bits: quarter i has values i, i + 4, i + 8... of a vector.
@@ -104,17 +99,6 @@ struct QuarterSums {
     const auto factor = hn::Set(D32(), times);
     for (int i = 0; i < 4; ++i) sums[i] = hn::Add(sums[i], hn::Mul(Quarter(values, i), factor));
   }
-  template <class Runs>
-  HWY_INLINE void AddTotal(const QuarterSums& of, const Runs&) {
-    for (int i = 0; i < 4; ++i) {
-      const auto total = hn::SumOfLanes(D32(), of.sums[i]);
-      if constexpr (Runs::kOfPixels) {
-        sums[i] = hn::Add(sums[i], total);
-      } else {
-        for (auto& sum : sums) sum = hn::Add(sum, total);
-      }
-    }
-  }
 
  private:
   static HWY_INLINE hn::Vec<D32> Quarter(Halves<std::uint8_t> of, int i) {
@@ -124,13 +108,34 @@ struct QuarterSums {
   }
 };
 
-// Values from sums. The bias is in the sums.
+// Sums as quotients and remainders, with the bias of StepDivider.
+struct StepSums {
+  Halves<std::uint8_t> rest, quotient;
+
+  static HWY_INLINE StepSums Load(const std::uint32_t* p) {
+    constexpr std::size_t kNext = 2 * hn::MaxLanes(D32());
+    return {HalfSums<std::uint8_t>::Load(p).sums, HalfSums<std::uint8_t>::Load(p + kNext).sums};
+  }
+  HWY_INLINE void Save(std::uint32_t* p) const {
+    HalfSums<std::uint8_t>{rest}.Save(p);
+    HalfSums<std::uint8_t>{quotient}.Save(p + 2 * hn::MaxLanes(D32()));
+  }
+};
+
+// \name Values from sums
+// How sums begin, with the bias of BoxDivider in them, how they go on, and what means they have.
+// @{
 class NarrowMeans {
  public:
+  using Start = HalfSums<std::uint8_t>;
+  using Sums = Start;
+
   HWY_INLINE explicit NarrowMeans(const BoxDivider& divider)
       : multiplier_(hn::Set(D16(), static_cast<std::uint16_t>(divider.multiplier))), shift_(divider.shift - 16) {}
 
-  HWY_INLINE hn::Vec<DValues<std::uint8_t>> Of(const HalfSums<std::uint8_t>& of) const {
+  HWY_INLINE Sums Begin(const Start& start) const { return start; }
+  HWY_INLINE void Add(Sums& sums, Halves<std::uint8_t> change) const { sums.Add(change); }
+  HWY_INLINE hn::Vec<DValues<std::uint8_t>> Of(const Sums& of) const {
     const auto even = hn::ShiftRightSame(hn::MulHigh(of.sums.even, multiplier_), shift_);
     const auto odd = hn::ShiftLeftSame(hn::MulHigh(of.sums.odd, multiplier_), 8 - shift_);
     return hn::BitCast(DValues<std::uint8_t>(), hn::Or(even, hn::And(odd, hn::Set(D16(), 0xFF00))));
@@ -142,23 +147,28 @@ class NarrowMeans {
   int shift_;
 };
 
+template <class T>
 class WideMeans {
  public:
+  using Start = std::conditional_t<sizeof(T) == 1, QuarterSums, HalfSums<T>>;
+  using Sums = Start;
+
   HWY_INLINE explicit WideMeans(const BoxDivider& divider)
       : multiplier_(hn::Set(D32(), divider.multiplier)), shift_(divider.shift) {}
 
-  HWY_INLINE hn::Vec<DValues<std::uint16_t>> Of(const HalfSums<std::uint16_t>& of) const {
-    const DValues<std::uint16_t> d;
-    const auto means = hn::Or(Mean(of.sums.even), hn::ShiftLeft<16>(Mean(of.sums.odd)));
-    return hn::Min(hn::BitCast(d, means), hn::Set(d, PF_MAX_CHAN16));
+  HWY_INLINE Sums Begin(const Start& start) const { return start; }
+  HWY_INLINE void Add(Sums& sums, Halves<T> change) const { sums.Add(change); }
+  HWY_INLINE hn::Vec<DValues<T>> Of(const Sums& of) const {
+    const DValues<T> d;
+    if constexpr (sizeof(T) == 1) {
+      const auto even = hn::Or(Mean(of.sums[0]), hn::ShiftLeft<16>(Mean(of.sums[2])));
+      const auto odd = hn::Or(Mean(of.sums[1]), hn::ShiftLeft<16>(Mean(of.sums[3])));
+      return hn::BitCast(d, hn::Or(even, hn::ShiftLeft<8>(odd)));
+    } else {
+      const auto means = hn::Or(Mean(of.sums.even), hn::ShiftLeft<16>(Mean(of.sums.odd)));
+      return hn::Min(hn::BitCast(d, means), hn::Set(d, PF_MAX_CHAN16));
+    }
   }
-  HWY_INLINE hn::Vec<DValues<std::uint8_t>> Of(const QuarterSums& of) const {
-    const auto even = hn::Or(Mean(of.sums[0]), hn::ShiftLeft<16>(Mean(of.sums[2])));
-    const auto odd = hn::Or(Mean(of.sums[1]), hn::ShiftLeft<16>(Mean(of.sums[3])));
-    return hn::BitCast(DValues<std::uint8_t>(), hn::Or(even, hn::ShiftLeft<8>(odd)));
-  }
-
- private:
   HWY_INLINE hn::Vec<D32> Mean(hn::Vec<D32> sums) const {
     const auto upper = hn::BitCast(D32(), hn::ShiftRight<32>(hn::BitCast(D64(), sums)));
     const auto even = hn::ShiftRightSame(hn::MulEven(sums, multiplier_), shift_);
@@ -166,9 +176,61 @@ class WideMeans {
     return hn::OddEven(hn::BitCast(D32(), odd), hn::BitCast(D32(), even));
   }
 
+ private:
   hn::Vec<D32> multiplier_;
   int shift_;
 };
+
+class StepMeans {
+ public:
+  using Start = QuarterSums;
+  using Sums = StepSums;
+
+  HWY_INLINE explicit StepMeans(const BoxDivider& divider)
+      : divider_(divider),
+        window_(hn::Set(D16(), divider.steps.window)),
+        lead_(hn::Set(D16(), divider.steps.lead)),
+        multiplier_(hn::Set(D16(), divider.steps.multiplier)),
+        shift_(divider.steps.shift) {}
+
+  HWY_INLINE Sums Begin(const Start& start) const {
+    const WideMeans<std::uint8_t> means(divider_);
+    const auto window = hn::Set(D32(), divider_.window);
+    const auto bias = hn::Set(D32(), divider_.steps.bias + divider_.window / 2 - divider_.bias);
+    hn::Vec<D32> quotient[4], rest[4];
+    for (int i = 0; i < 4; ++i) {
+      quotient[i] = means.Mean(start.sums[i]);
+      rest[i] = hn::Sub(hn::Add(start.sums[i], bias), hn::Mul(quotient[i], window));
+    }
+    return {Join(rest), Join(quotient)};
+  }
+  HWY_INLINE void Add(Sums& sums, Halves<std::uint8_t> change) const {
+    AddHalf(change.even, sums.rest.even, sums.quotient.even);
+    AddHalf(change.odd, sums.rest.odd, sums.quotient.odd);
+  }
+  HWY_INLINE hn::Vec<DValues<std::uint8_t>> Of(const Sums& of) const {
+    return hn::BitCast(DValues<std::uint8_t>(), hn::Or(of.quotient.even, hn::ShiftLeft<8>(of.quotient.odd)));
+  }
+
+ private:
+  using D16 = DWide<std::uint8_t>;
+
+  static HWY_INLINE Halves<std::uint8_t> Join(const hn::Vec<D32>* quarters) {
+    return {hn::BitCast(D16(), hn::Or(quarters[0], hn::ShiftLeft<16>(quarters[2]))),
+            hn::BitCast(D16(), hn::Or(quarters[1], hn::ShiftLeft<16>(quarters[3])))};
+  }
+  HWY_INLINE void AddHalf(hn::Vec<D16> change, hn::Vec<D16>& rest, hn::Vec<D16>& quotient) const {
+    const auto n = hn::Add(rest, change);
+    const auto step = hn::Sub(hn::ShiftRightSame(hn::MulHigh(n, multiplier_), shift_), lead_);
+    quotient = hn::Add(quotient, step);
+    rest = hn::Sub(n, hn::Mul(step, window_));
+  }
+
+  const BoxDivider& divider_;
+  hn::Vec<D16> window_, lead_, multiplier_;
+  int shift_;
+};
+// @}
 
 // Sums of a vector's changes up to each of its pixels, which take `kPixel` bytes of wide lanes.
 template <class D, std::size_t kPixel>
@@ -240,8 +302,6 @@ class PrefixSums {
 template <class T, bool pixels>
 class Runs {
  public:
-  static constexpr bool kOfPixels = pixels;
-
   HWY_INLINE Runs() {}
 
   HWY_INLINE Halves<T> Of(Halves<T> change) const {
@@ -252,23 +312,42 @@ class Runs {
       return {hn::Sub(odd, change.odd), odd};
     }
   }
-  HWY_INLINE Halves<T> Last(Halves<T> runs) const {
-    const auto odd = prefix_.Last(runs.odd);
+  // Sums of the last pixel, for all.
+  HWY_INLINE Halves<T> Last(Halves<T> sums) const {
+    const auto odd = prefix_.Last(sums.odd);
     if constexpr (pixels) {
-      return {prefix_.Last(runs.even), odd};
+      return {prefix_.Last(sums.even), odd};
     } else {
       return {odd, odd};
     }
+  }
+  HWY_INLINE HalfSums<T> Last(const HalfSums<T>& of) const { return {Last(of.sums)}; }
+  HWY_INLINE StepSums Last(const StepSums& of) const { return {Last(of.rest), Last(of.quotient)}; }
+  HWY_INLINE QuarterSums Last(const QuarterSums& of) const {
+    const PrefixSums<D32, 4> lanes;
+    QuarterSums last;
+    for (int i = 0; i < 4; ++i) last.sums[i] = lanes.Last(of.sums[pixels ? i : 3]);
+    return last;
+  }
+
+  // `to` and what all pixels of the vector add up to.
+  HWY_INLINE HalfSums<T> Total(const HalfSums<T>& of, HalfSums<T> to) const {
+    to.Add(Last(Of(of.sums)));
+    return to;
+  }
+  HWY_INLINE QuarterSums Total(const QuarterSums& of, QuarterSums to) const {
+    for (int i = 0; i < 4; ++i) {
+      const auto total = hn::SumOfLanes(D32(), of.sums[i]);
+      for (int k = 0; k < 4; ++k) {
+        if (!pixels || k == i) to.sums[k] = hn::Add(to.sums[k], total);
+      }
+    }
+    return to;
   }
 
  private:
   PrefixSums<DWide<T>, 2 * sizeof(T) * (pixels ? 2 : 1)> prefix_;
 };
-
-template <class T, bool narrow>
-using SumsOf = std::conditional_t<narrow || sizeof(T) == 2, HalfSums<T>, QuarterSums>;
-template <bool narrow>
-using MeansOf = std::conditional_t<narrow, NarrowMeans, WideMeans>;
 
 #endif  // HWY_TARGET
 

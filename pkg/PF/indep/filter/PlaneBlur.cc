@@ -64,6 +64,12 @@ PF_Err ForLines(const BlurredPlane& plane, const F& line) {
   return ForRows(plane.progress, plane.reports, static_cast<std::int32_t>(plane.lines()), line);
 }
 
+// The row after y.
+RowsAhead AheadOf(const BlurredPlane& plane, std::int64_t y) {
+  const std::int64_t next = std::min(y + 1, plane.height - 1);
+  return {plane.src + next * plane.src_row_bytes, plane.dst + next * plane.dst_row_bytes};
+}
+
 template <class T>
 T* RowOut(const BlurredPlane& plane, std::int64_t y) {
   return reinterpret_cast<T*>(plane.dst + y * plane.dst_row_bytes);
@@ -85,7 +91,7 @@ PF_Err BoxRows(const BlurredPlane& plane, std::int64_t span, const BoxDivider& d
         const std::int64_t c = i % channels;
         more[i] = beyond * (std::uint32_t{row[c]} + row[channels * (plane.width - 1) + c]);
       }
-      kernel({row, RowOut<T>(plane, y), plane.width, reach, more}, divider);
+      kernel({row, RowOut<T>(plane, y), plane.width, reach, more, AheadOf(plane, y)}, divider);
     });
   });
 }
@@ -98,7 +104,7 @@ PF_Err BellRows(const BlurredPlane& plane, const SplitWeights& weights) {
       const std::uint8_t* taps[2 * kDirectReach + 1];
       const auto* row = reinterpret_cast<const std::uint8_t*>(pixels);
       for (std::int64_t i = 0; i <= 2 * reach; ++i) taps[i] = row + (i - reach) * channels;
-      Kernels().bell(taps, weights, RowOut<std::uint8_t>(plane, y), channels * plane.width);
+      Kernels().bell(taps, weights, RowOut<std::uint8_t>(plane, y), channels * plane.width, AheadOf(plane, y));
     });
   });
 }
@@ -134,6 +140,13 @@ class TileRows {
     return reinterpret_cast<const T*>(row);
   }
 
+  // What follows soon when row `in` is read and row `out` is written.
+  RowsAhead Ahead(std::int64_t in, std::int64_t out) const {
+    in = std::min(in + kAhead, plane_.height - 1);
+    out = std::min(out + kAhead, plane_.height - 1);
+    return {plane_.src + in * plane_.src_row_bytes + begin_, plane_.dst + out * plane_.dst_row_bytes + begin_};
+  }
+
   // Where the results of row y go. Rows are begun in order.
   template <class T>
   T* Begin(std::int64_t y) {
@@ -150,6 +163,7 @@ class TileRows {
   }
   std::byte* Slot(std::int64_t y) const { return scratch_ + (y & mask_) * kTileBytes; }
 
+  static constexpr std::int64_t kAhead = 2;
   alignas(64) static constexpr std::byte kNothing[kTileBytes] = {};
 
   const BlurredPlane& plane_;
@@ -186,9 +200,10 @@ PF_Err BoxColumns(const BlurredPlane& plane, std::int64_t span, const BoxDivider
     add(-1, span + 1);
     for (std::int64_t y = 0; y < inside; ++y) add(y, 1);
     add(height, span - inside);
+    kernels.begin(sums, n, divider);
     for (std::int64_t y = 0; y < height; ++y) {
       T* out = rows.Begin<T>(y);
-      kernels.slide(sums, rows.At<T>(y + span), rows.At<T>(y - span - 1), out, n, divider);
+      kernels.slide({sums, rows.At<T>(y + span), rows.At<T>(y - span - 1), out, n, rows.Ahead(y + span, y)}, divider);
     }
   });
 }
@@ -200,7 +215,7 @@ PF_Err BellColumns(const BlurredPlane& plane, const SplitWeights& weights) {
     for (std::int64_t y = 0; y < plane.height; ++y) {
       auto* out = rows.Begin<std::uint8_t>(y);
       for (std::int64_t i = 0; i <= 2 * reach; ++i) taps[i] = rows.At<std::uint8_t>(y + i - reach);
-      Kernels().bell(taps, weights, out, rows.bytes());
+      Kernels().bell(taps, weights, out, rows.bytes(), rows.Ahead(y + reach, y));
     }
   });
 }

@@ -1,6 +1,7 @@
 // Kernels of blurs in whole numbers. All sums are exact, whatever carries them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "filter/BoxDivider.h"
@@ -20,6 +21,22 @@ inline constexpr std::int64_t kRowSlack = 64;
 // Sums along columns take four bytes for each value, rounded up to so many values, in an order of their kernels.
 inline constexpr std::int64_t kSumsBlock = 64;
 
+// Rows whose memory will be read and written soon: fetched while others are worked on. They may lie anywhere.
+struct RowsAhead {
+  const std::byte* in;
+  const std::byte* out;
+};
+
+// A row enters the sums of n columns, another one leaves them.
+template <class T>
+struct BoxSlide {
+  std::uint32_t* sums;
+  const T *entering, *leaving;
+  T* out;
+  std::int64_t n;
+  RowsAhead ahead;
+};
+
 // n pixels and what lies around them: reach + 1 pixels before the first, reach behind the last, and kRowSlack.
 template <class T>
 struct BoxRow {
@@ -28,16 +45,17 @@ struct BoxRow {
   std::int64_t n;
   std::int64_t reach;
   const std::uint32_t* more;  // of four channels: what every sum holds besides; without channels four times the same
+  RowsAhead ahead;
 };
 
 template <class T>
 struct BoxKernels {
-  // Along columns, over n values: no sums yet; a row added so many times; a row that enters, another that leaves, and
-  // the means after it.
+  // Along columns: sums of nothing; a row added so many times; after all of these once, to what slides; the means when
+  // one more row has entered and left.
   void (*start)(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider);
   void (*add)(std::uint32_t* sums, const T* row, std::uint32_t times, std::int64_t n, const BoxDivider& divider);
-  void (*slide)(std::uint32_t* sums, const T* entering, const T* leaving, T* out, std::int64_t n,
-                const BoxDivider& divider);
+  void (*begin)(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider);
+  void (*slide)(const BoxSlide<T>& slide, const BoxDivider& divider);
   // Along a row of values, and of pixels of four.
   void (*row)(const BoxRow<T>& row, const BoxDivider& divider);
   void (*row_of_pixels)(const BoxRow<T>& row, const BoxDivider& divider);
@@ -47,7 +65,8 @@ struct PlaneKernels {
   BoxKernels<std::uint8_t> of8;
   BoxKernels<std::uint16_t> of16;
   // out[x] = sum of weight[|i - reach|] * taps[i][x], i in 0..2 reach, for n values. `out` overlaps no tap.
-  void (*bell)(const std::uint8_t* const* taps, const SplitWeights& weights, std::uint8_t* out, std::int64_t n);
+  void (*bell)(const std::uint8_t* const* taps, const SplitWeights& weights, std::uint8_t* out, std::int64_t n,
+               const RowsAhead& ahead);
 
   template <class T>
   const BoxKernels<T>& Of() const {

@@ -2,6 +2,7 @@
 #define HWY_TARGET_INCLUDE "filter/plane_kernels.cc"
 #include <hwy/foreach_target.h>
 //
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <cstring>
@@ -47,19 +48,35 @@ struct LastBlock {
   }
 };
 
+HWY_INLINE void Fetch(const RowsAhead& ahead, std::int64_t offset) {
+  hwy::Prefetch(ahead.in + offset);
+  hwy::Prefetch(ahead.out + offset);
+}
+
 // \name Boxes
 // @{
-template <class T, bool narrow>
+
+// Calls f with the shortest means that the divider allows.
+template <class T, class F>
+HWY_INLINE void WithMeans(const BoxDivider& divider, const F& f) {
+  if constexpr (sizeof(T) == 1) {
+    if (divider.narrow()) return f(NarrowMeans(divider));
+    if (StepDivider::Fits(divider.window)) return f(StepMeans(divider));
+  }
+  f(WideMeans<T>(divider));
+}
+
+template <class T, class Means>
 void StartSums(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider) {
   constexpr std::uint32_t kNothing[4] = {};
-  const auto start = SumsOf<T, narrow>::Of(kNothing, divider.bias);
+  const auto start = Means::Start::Of(kNothing, divider.bias);
   for (std::int64_t x = 0; x < n; x += kStep<T>) start.Save(sums + x);
 }
 
-template <class T, bool narrow>
+template <class T, class Means>
 void AddRowTo(std::uint32_t* sums, const T* row, std::uint32_t times, std::int64_t n) {
   const auto add = [&](std::int64_t x, const auto& block) HWY_ATTR {
-    auto sum = SumsOf<T, narrow>::Load(sums + x);
+    auto sum = Means::Start::Load(sums + x);
     sum.Add(Halves<T>::Of(block.Load(row + x)), times);
     sum.Save(sums + x);
   };
@@ -68,67 +85,72 @@ void AddRowTo(std::uint32_t* sums, const T* row, std::uint32_t times, std::int64
   if (x < n) add(x, LastBlock<T>{n - x});
 }
 
-template <class T, bool narrow>
-void SlideSums(std::uint32_t* sums, const T* entering, const T* leaving, T* out, std::int64_t n,
-               const BoxDivider& divider) {
-  const MeansOf<narrow> means(divider);
-  const auto slide = [&](std::int64_t x, const auto& block) HWY_ATTR {
-    auto sum = SumsOf<T, narrow>::Load(sums + x);
-    sum.Add(Halves<T>::Of(block.Load(entering + x)) - Halves<T>::Of(block.Load(leaving + x)));
-    sum.Save(sums + x);
-    block.Store(means.Of(sum), out + x);
-  };
-  std::int64_t x = 0;
-  for (; x + kStep<T> <= n; x += kStep<T>) slide(x, WholeBlock<T>());
-  if (x < n) slide(x, LastBlock<T>{n - x});
+template <class T, class Means>
+void BeginSums(std::uint32_t* sums, std::int64_t n, const Means& means) {
+  for (std::int64_t x = 0; x < n; x += kStep<T>) means.Begin(Means::Start::Load(sums + x)).Save(sums + x);
 }
 
-template <class T, bool narrow, bool pixels>
-void RowSums(const BoxRow<T>& row, const BoxDivider& divider) {
-  using Sums = SumsOf<T, narrow>;
+template <class T, class Means>
+void SlideSums(const BoxSlide<T>& slide, const Means& means) {
+  const auto one = [&](std::int64_t x, const auto& block) HWY_ATTR {
+    Fetch(slide.ahead, x * static_cast<std::int64_t>(sizeof(T)));
+    auto sums = Means::Sums::Load(slide.sums + x);
+    means.Add(sums, Halves<T>::Of(block.Load(slide.entering + x)) - Halves<T>::Of(block.Load(slide.leaving + x)));
+    sums.Save(slide.sums + x);
+    block.Store(means.Of(sums), slide.out + x);
+  };
+  std::int64_t x = 0;
+  for (; x + kStep<T> <= slide.n; x += kStep<T>) one(x, WholeBlock<T>());
+  if (x < slide.n) one(x, LastBlock<T>{slide.n - x});
+}
+
+template <class T, bool pixels, class Means>
+void RowSums(const BoxRow<T>& row, const BoxDivider& divider, const Means& means) {
+  using Start = typename Means::Start;
+  using Sums = typename Means::Sums;
   constexpr std::int64_t kChannels = pixels ? 4 : 1;
-  const MeansOf<narrow> means(divider);
   const Runs<T, pixels> runs;
   const T *leaving = row.line - kChannels * (row.reach + 1), *entering = row.line + kChannels * row.reach;
 
   constexpr std::uint32_t kNothing[4] = {};
-  Sums before = Sums::Of(kNothing, 0);
-  const std::int64_t around = kChannels * (2 * row.reach + 1), n = kChannels * row.n;
+  Start around = Start::Of(kNothing, 0);
+  const std::int64_t n_around = kChannels * (2 * row.reach + 1), n = kChannels * row.n;
   std::int64_t x = 0;
-  for (; x + kStep<T> <= around; x += kStep<T>) before.Add(Halves<T>::Of(WholeBlock<T>().Load(leaving + x)));
-  if (x < around) before.Add(Halves<T>::Of(LastBlock<T>{around - x}.Load(leaving + x)));
-  Sums carry = Sums::Of(row.more, divider.bias);
-  carry.AddTotal(before, runs);
+  for (; x + kStep<T> <= n_around; x += kStep<T>) around.Add(Halves<T>::Of(WholeBlock<T>().Load(leaving + x)));
+  if (x < n_around) around.Add(Halves<T>::Of(LastBlock<T>{n_around - x}.Load(leaving + x)));
+  Sums last = means.Begin(runs.Total(around, Start::Of(row.more, divider.bias)));
 
-  const auto slide = [&](std::int64_t at, const auto& block) HWY_ATTR {
+  const auto one = [&](std::int64_t at, const auto& block) HWY_ATTR {
+    Fetch(row.ahead, at * static_cast<std::int64_t>(sizeof(T)));
     const hn::Vec<DValues<T> > in = WholeBlock<T>().Load(entering + at), gone = WholeBlock<T>().Load(leaving + at);
-    const Halves<T> run = runs.Of(Halves<T>::Of(in) - Halves<T>::Of(gone));
-    Sums sums = carry;
-    sums.Add(run);
-    carry.Add(runs.Last(run));
+    Sums sums = last;
+    means.Add(sums, runs.Of(Halves<T>::Of(in) - Halves<T>::Of(gone)));
+    last = runs.Last(sums);
     block.Store(means.Of(sums), row.out + at);
   };
-  for (x = 0; x + kStep<T> <= n; x += kStep<T>) slide(x, WholeBlock<T>());
-  if (x < n) slide(x, LastBlock<T>{n - x});
+  for (x = 0; x + kStep<T> <= n; x += kStep<T>) one(x, WholeBlock<T>());
+  if (x < n) one(x, LastBlock<T>{n - x});
 }
 
 template <class T>
 void Start(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider) {
-  divider.narrow() ? StartSums<T, sizeof(T) == 1>(sums, n, divider) : StartSums<T, false>(sums, n, divider);
+  WithMeans<T>(divider, [&]<class Means>(const Means&) HWY_ATTR { StartSums<T, Means>(sums, n, divider); });
 }
 template <class T>
 void AddRow(std::uint32_t* sums, const T* row, std::uint32_t times, std::int64_t n, const BoxDivider& divider) {
-  divider.narrow() ? AddRowTo<T, sizeof(T) == 1>(sums, row, times, n) : AddRowTo<T, false>(sums, row, times, n);
+  WithMeans<T>(divider, [&]<class Means>(const Means&) HWY_ATTR { AddRowTo<T, Means>(sums, row, times, n); });
 }
 template <class T>
-void Slide(std::uint32_t* sums, const T* entering, const T* leaving, T* out, std::int64_t n,
-           const BoxDivider& divider) {
-  divider.narrow() ? SlideSums<T, sizeof(T) == 1>(sums, entering, leaving, out, n, divider)
-                   : SlideSums<T, false>(sums, entering, leaving, out, n, divider);
+void Begin(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider) {
+  WithMeans<T>(divider, [&](const auto& means) HWY_ATTR { BeginSums<T>(sums, n, means); });
+}
+template <class T>
+void Slide(const BoxSlide<T>& slide, const BoxDivider& divider) {
+  WithMeans<T>(divider, [&](const auto& means) HWY_ATTR { SlideSums<T>(slide, means); });
 }
 template <class T, bool pixels>
 void Row(const BoxRow<T>& row, const BoxDivider& divider) {
-  divider.narrow() ? RowSums<T, sizeof(T) == 1, pixels>(row, divider) : RowSums<T, false, pixels>(row, divider);
+  WithMeans<T>(divider, [&](const auto& means) HWY_ATTR { RowSums<T, pixels>(row, divider, means); });
 }
 // @}
 
@@ -187,11 +209,13 @@ class BellSums {
   hn::Vec<DI32> high_[4], low_[4];
 };
 
-void Bell(const std::uint8_t* const* taps, const SplitWeights& weights, std::uint8_t* out, std::int64_t n) {
+void Bell(const std::uint8_t* const* taps, const SplitWeights& weights, std::uint8_t* out, std::int64_t n,
+          const RowsAhead& ahead) {
   using T = std::uint8_t;
   const std::int64_t reach = weights.reach;
   const std::uint8_t* const* centre = taps + reach;
   const auto blur = [&](std::int64_t x, const auto& block) HWY_ATTR {
+    Fetch(ahead, x);
     BellSums sums;
     const auto both = [&](std::int64_t i) HWY_ATTR {
       return Halves<T>::Of(block.Load(centre[-i] + x)) + Halves<T>::Of(block.Load(centre[i] + x));
@@ -211,7 +235,7 @@ void Bell(const std::uint8_t* const* taps, const SplitWeights& weights, std::uin
 // @}
 
 template <class T>
-constexpr BoxKernels<T> kBoxes = {&Start<T>, &AddRow<T>, &Slide<T>, &Row<T, false>, &Row<T, true>};
+constexpr BoxKernels<T> kBoxes = {&Start<T>, &AddRow<T>, &Begin<T>, &Slide<T>, &Row<T, false>, &Row<T, true>};
 constexpr PlaneKernels kKernels = {kBoxes<std::uint8_t>, kBoxes<std::uint16_t>, &Bell};
 
 const PlaneKernels* PlaneKernelsOfTarget() { return &kKernels; }

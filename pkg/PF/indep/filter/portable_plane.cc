@@ -23,12 +23,13 @@ void AddRow(std::uint32_t* sums, const T* row, std::uint32_t times, std::int64_t
   for (std::int64_t x = 0; x < n; ++x) sums[x] += row[x] * times;
 }
 
+void Begin(std::uint32_t*, std::int64_t, const BoxDivider&) {}
+
 template <class T>
-void Slide(std::uint32_t* sums, const T* entering, const T* leaving, T* out, std::int64_t n,
-           const BoxDivider& divider) {
-  for (std::int64_t x = 0; x < n; ++x) {
-    sums[x] += entering[x] - std::uint32_t{leaving[x]};
-    out[x] = MeanOf<T>(sums[x], divider);
+void Slide(const BoxSlide<T>& slide, const BoxDivider& divider) {
+  for (std::int64_t x = 0; x < slide.n; ++x) {
+    slide.sums[x] += slide.entering[x] - std::uint32_t{slide.leaving[x]};
+    slide.out[x] = MeanOf<T>(slide.sums[x], divider);
   }
 }
 
@@ -45,7 +46,8 @@ void Row(const BoxRow<T>& row, const BoxDivider& divider) {
   }
 }
 
-void Bell(const std::uint8_t* const* taps, const SplitWeights& weights, std::uint8_t* out, std::int64_t n) {
+void Bell(const std::uint8_t* const* taps, const SplitWeights& weights, std::uint8_t* out, std::int64_t n,
+          const RowsAhead&) {
   const std::int64_t reach = weights.reach;
   for (std::int64_t x = 0; x < n; ++x) {
     std::uint32_t sum = 1u << (kBellBits8 - 1);
@@ -58,7 +60,7 @@ void Bell(const std::uint8_t* const* taps, const SplitWeights& weights, std::uin
 }
 
 template <class T>
-constexpr BoxKernels<T> kBoxes = {&Start, &AddRow<T>, &Slide<T>, &Row<T, 1>, &Row<T, 4>};
+constexpr BoxKernels<T> kBoxes = {&Start, &AddRow<T>, &Begin, &Slide<T>, &Row<T, 1>, &Row<T, 4>};
 
 }  // namespace
 
