@@ -3,6 +3,7 @@
 #include "alog/Log.h"
 #include "cor/Displays.h"
 #include "embedded/PFhost.h"
+#include "mc/MediaCache.h"
 #include "plug/Registry.h"
 #include "pref/Preferences.h"
 #include "threaded/Install.h"
@@ -18,6 +19,7 @@ namespace {
 constinit bool g_started = false;
 
 void StopHost() {
+  TheMediaCache().Clear();
   StopPlugIns();
   StopDisplays();
   StopExecutor();

@@ -64,6 +64,12 @@ HOST_EXPORT U_Err PFhost_ThreadLastError();
 /// \param profile null, or an empty pointer, forgets what was told. \return 0 or 4.
 HOST_EXPORT U_Err PFhost_SetDisplayProfile(const void* display, const COR_XCE_ProfileRef* profile);
 
+/// How many bytes the media cache may keep; 512 MiB unless told otherwise. Items that were used least recently leave
+/// until it holds. The cache is emptied when the host stops; the budget stays.
+HOST_EXPORT void PFhost_SetMediaCacheBudget(std::uint64_t bytes);
+/// Bytes that the media cache keeps now.
+HOST_EXPORT std::uint64_t PFhost_MediaCacheBytes();
+
 /// Allocations that are still held: pointers, handles, frames, bitmap worlds and small blocks.
 HOST_EXPORT std::int64_t PFhost_LiveAllocations();
 }
