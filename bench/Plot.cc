@@ -139,8 +139,8 @@ void WritePlot(std::ostream& out, const Machine& machine, const std::vector<Row>
     for (const Curve& curve : kCurves) DrawCurve(out, curve, PointsOf(curve, kDepths[panel], size, rows), panel, scale);
   }
   out << Text("<text class='note' x='16' y='%.1f'>", height - 12) << machine.date << ", " << machine.cpu << ", "
-      << machine.vector_target << ", one thread, " << size.width << " x " << size.height
-      << ". Both axes are logarithmic; lower is faster.</text>\n</svg>\n";
+      << machine.vector_target << ", one thread, load average " << Text("%.1f", machine.load) << ", " << size.width
+      << " x " << size.height << ". Logarithmic; lower is faster.</text>\n</svg>\n";
 }
 
 }  // namespace pfbench
