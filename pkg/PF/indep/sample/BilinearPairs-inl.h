@@ -105,6 +105,7 @@ HWY_NOINLINE inline void TwoPairPhases(const RowJob<PF_Pixel16>& job, const Pair
   auto* out = reinterpret_cast<std::int16_t*>(job.out + blocks.k);
   for (std::int64_t m = blocks.m; m < blocks.end; m += kColumns, out += 8 * kColumns) {
     StoreVector(NeighbourPixels(even, odd, m), PairShorts(), out, past_caches);
+    hwy::Prefetch(job.ahead + m);
   }
 }
 
@@ -120,6 +121,7 @@ HWY_NOINLINE inline void PairPhases(const RowJob<PF_Pixel16>& job, const std::ui
   constexpr std::int64_t kColumns = hn::MaxLanes(PairTag()) / 4;
   PF_Pixel16* out = job.out + blocks.k;
   for (std::int64_t m = blocks.m; m < blocks.end; m += kColumns, out += kColumns * phases) {
+    hwy::Prefetch(job.ahead + m);
     for (std::int64_t p = 0; p < phases; p += 2) {
       const auto both = NeighbourPixels(phase[p], phase[p + 1], m);
       for (std::int64_t b = 0; b < kColumns; ++b) {

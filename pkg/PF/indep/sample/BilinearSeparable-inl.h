@@ -185,6 +185,7 @@ HWY_NOINLINE void SeparableRange(const RowJob<P>& job, const RealOf<P>* upper, c
   const bool past_caches = sizeof(P) > sizeof(PF_Pixel8) && job.PastCaches(k);
   for (; k < end; k += lanes) {
     typename Sampler::Bits pixels;
+    job.FetchAhead(k, hn::MaxLanes(d));
     const std::int64_t first = std::max(k, begin), valid = std::min(k + lanes, end) - first;
     if (HWY_UNLIKELY(!sample(k, &pixels))) {
       BlendRange<P, kAlphas>(job, first, first + valid);

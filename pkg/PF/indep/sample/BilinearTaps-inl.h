@@ -131,6 +131,17 @@ struct RowJob {
   RealOf<P> v;  // fy in pixels
   P* out;
   bool past_caches;
+  const P* ahead;  // the pixel of element 0 in the row that is needed next, or in one that is there already
+
+  // Asks for the columns of `samples` samples from k on in that row. Doing so bit by bit costs nothing; a whole row at
+  // once waits for the first lines of it.
+  HWY_INLINE void FetchAhead(std::int64_t k, std::int64_t samples) const {
+    const P* from = ahead + positions.ColumnAt(k);
+    hwy::Prefetch(from);
+    for (std::int64_t i = 1; i <= (samples * std::int64_t{sizeof(P)} - 1) / 64; ++i) {
+      hwy::Prefetch(from + i * 64 / std::int64_t{sizeof(P)});
+    }
+  }
 
   // Whether vectors from sample k on may be stored past the caches.
   bool PastCaches(std::int64_t k) const {
@@ -203,7 +214,10 @@ HWY_INLINE void ForGridLanes(D d, std::int64_t begin, std::int64_t end, const Ro
     k += lanes;
   }
   const bool past_caches = job.PastCaches(k);
-  for (; k + lanes <= end; k += lanes) StorePixels(d, sample(k), out + k, past_caches);
+  for (; k + lanes <= end; k += lanes) {
+    StorePixels(d, sample(k), out + k, past_caches);
+    job.FetchAhead(k, hn::MaxLanes(D()));
+  }
   if (k < end) part(k, k, end);
 }
 

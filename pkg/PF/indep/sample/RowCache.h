@@ -37,7 +37,7 @@ inline constexpr std::int64_t kTileBlocks = 32;
 inline constexpr std::int64_t kLanesSlack = 32;
 
 // What is kept of a held row for all rows of samples that share it.
-enum class RowForm : std::int32_t { kNone, kWeighed, kSpread, kPairs, kScaled, kFixed };
+enum class RowForm : std::int32_t { kNone, kWeighed, kSpread, kPairs, kScaled, kFixed, kBytes };
 
 // Where things stand in the scratch. The head comes first; all zero means that nothing is held.
 struct RowCache {
@@ -46,6 +46,7 @@ struct RowCache {
     RowForm form[2][2];       // [parity][with alpha]: the RowForm in which the held row is shared
     std::int64_t classified;  // upper row of the classified pair + 2, or 0
     float alpha[2];           // by parity: that of all the row's pixels, if the same and above 0; 0; kUnknownAlpha
+    std::int64_t asked_for;   // the last row that was asked for as a whole
   };
   static constexpr std::int64_t kOutside = -1;
   static constexpr float kUnknownAlpha = -1;

@@ -138,12 +138,13 @@ HWY_NOINLINE void HoldRow(const Plane<P>& src, std::int64_t j, std::int64_t firs
   if (left < right) HoldPixels(src.Row(j) + (first + left), right - left, stride, held + left);
 }
 
-// Asks for columns first..first+count-1 of row j, which the next row of samples is likely to need.
+// Asks for row j, which the next row of samples is likely to need, unless that was done last.
 template <class P>
-HWY_INLINE void PrefetchRow(const Plane<P>& src, std::int64_t j, std::int64_t first, std::int64_t count) {
-  if (j < 0 || j >= src.height) return;
-  const std::int64_t left = std::clamp<std::int64_t>(first, 0, src.width);
-  const std::int64_t right = std::clamp<std::int64_t>(first + count, left, src.width);
+HWY_INLINE void PrefetchRow(const RowCache& cache, const Plane<P>& src, const ColumnWindow& window, std::int64_t j) {
+  if (j < 0 || j >= src.height || cache.head().asked_for == j) return;
+  cache.head().asked_for = j;
+  const std::int64_t left = std::clamp<std::int64_t>(window.first, 0, src.width);
+  const std::int64_t right = std::clamp<std::int64_t>(window.first + window.count, left, src.width);
   constexpr std::int64_t kLine = 64 / std::int64_t{sizeof(P)};
   for (std::int64_t i = left; i < right; i += kLine) hwy::Prefetch(src.Row(j) + i);
 }
@@ -158,7 +159,6 @@ HWY_INLINE const HeldElement<P>* HoldRowIn(const RowCache& cache, const Plane<P>
   const std::int64_t key = j >= 0 && j < src.height ? j + 1 : RowCache::kOutside;
   if (head.held[slot] != key) {
     HoldRow(src, j, window.first, window.count, cache.plane_stride, held);
-    PrefetchRow(src, j + 1, window.first, window.count);
     head.held[slot] = key;
     head.form[slot][0] = head.form[slot][1] = RowForm::kNone;
     head.alpha[slot] = RowCache::kUnknownAlpha;

@@ -10,6 +10,7 @@
 #include "sample/AlphaClass-inl.h"
 #include "sample/Bilinear.h"
 #include "sample/BilinearBlend-inl.h"
+#include "sample/BilinearBytes-inl.h"
 #include "sample/BilinearFixed-inl.h"
 #include "sample/BilinearFixedRows-inl.h"
 #include "sample/BilinearFormula-inl.h"
@@ -49,7 +50,8 @@ class StraightRow {
              Fraction(row.y),
              static_cast<Real>(Fraction(row.y)) / Real(65536),
              static_cast<P*>(row.out),
-             row.past_caches},
+             row.past_caches,
+             src_.Row(std::clamp<std::int64_t>(j_ + 2, 0, src_.height - 1)) + window_.first},
         inside_begin_(std::clamp<std::int64_t>(-window_.first, 0, window_.count - 1)),
         inside_end_(std::clamp(src_.width - 1 - window_.first, inside_begin_, window_.count - 1)) {}
 
@@ -63,6 +65,8 @@ class StraightRow {
     shares_equal_ = Shares(classes, tiles, AlphaClass::kEqual);
     // An integral row may have integral positions, which follow another rule.
     shares_differing_ = job_.fy != 0 && Shares(classes, tiles, AlphaClass::kDiffering);
+    // Kernels of equal alphas ask for it bit by bit.
+    if (!shares_equal_) PrefetchRow(cache_, src_, window_, j_ + 2);
     const auto at = [this](std::int64_t block) { return job_.positions.FirstAt(block, n_); };
     RunRange(AlphaClass::kClear, 0, 0, at(inside_begin_ - 1));
     RunRange(AlphaClass::kMixed, 0, at(inside_begin_ - 1), at(inside_begin_));
@@ -196,6 +200,7 @@ class StraightRow {
       if (FixedSpreadFits(job_.positions, bits_u_ + bits_v_)) {
         return FixedBetween(job_, Fixed(j_), Fixed(j_ + 1), bits_u_, bits_v_, begin, end);
       }
+      return BytesRange(job_, Bytes(j_), Bytes(j_ + 1), job_.upper[element] & 0xFF, begin, end);
     }
     if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
       if (PhasesOf(job_.positions.step()) != 0 && bits_u_ + bits_v_ <= kPairBits) {
@@ -208,7 +213,7 @@ class StraightRow {
         return ScaledRange(job_, upper, lower, cache_.spread_stride, job_.upper[element], begin, end);
       }
     }
-    if constexpr (!kIsFloat<P>) RunSeparable<false>(AlphaOf(job_.upper[element]), begin, end);
+    if constexpr (sizeof(P) == sizeof(PF_Pixel16)) RunSeparable<false>(AlphaOf(job_.upper[element]), begin, end);
   }
 
   template <bool with_alpha>
@@ -233,6 +238,14 @@ class StraightRow {
     return Shared<std::uint16_t, false>(j, RowForm::kFixed, [this](const HeldElement<P>* held, std::uint16_t* to) {
       SpreadFixed(held, job_.positions, bits_u_, n_, to);
       return RowForm::kFixed;
+    });
+  }
+
+  const float* Bytes(std::int64_t j) {
+    return Shared<float, false>(j, RowForm::kBytes, [this](const HeldElement<P>* held, float* to) {
+      const auto spread = bits_u_ == 16 ? &SpreadBytes<true> : &SpreadBytes<false>;
+      spread(held, job_.positions, n_, to);
+      return RowForm::kBytes;
     });
   }
 

@@ -135,6 +135,7 @@ void PremulRow(const SampleRow& row, std::byte* scratch) {
                          Fraction(row.y),
                          RealOf<P>(0),
                          out};
+  PrefetchRow(cache, src, window, j + 2);
   if (!PremulFixed(job, FractionBits(row.x0, row.step_x), begin, end)) PremulRange(job, begin, end);
 }
 

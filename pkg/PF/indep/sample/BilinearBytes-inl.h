@@ -1,0 +1,155 @@
+// Bilinear sampling of 8-bit pixels of equal alphas at any fractions in two steps, along each source row in exact
+// integers and then between rows. Where rounding could change a stored bit, the formula of sample/Bilinear.h decides.
+#if defined(PF_SAMPLE_BILINEAR_BYTES_INL_H) == defined(HWY_TARGET_TOGGLE)
+#ifdef PF_SAMPLE_BILINEAR_BYTES_INL_H
+#undef PF_SAMPLE_BILINEAR_BYTES_INL_H
+#else
+#define PF_SAMPLE_BILINEAR_BYTES_INL_H
+#endif
+
+#include <hwy/highway.h>
+
+#include <cstdint>
+
+#include "sample/BilinearFixed-inl.h"
+#include "sample/BilinearFormula-inl.h"
+#include "sample/BilinearTaps-inl.h"
+#include "simd/PairProducts-inl.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace pf {
+namespace HWY_NAMESPACE {
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
+
+// A spread colour is kept as a float of 2^24 and more: 65536 times the colour, plus one half and a margin. Floats there
+// are 2 apart, so its bits are those of 2^24, the whole part from bit 15 on and behind it the fraction in units of
+// 2^-15.
+//
+// A sum between rows whose fraction is at least twice the margin has the whole part that the formula stores, if the
+// margin covers what they may be apart. In units: the formula is off by less than 7.5 * 255 / 2^9, as told in
+// sample/BilinearSeparable-inl.h, and 1/4 when one half is added; this sum by 1/2 where a spread value is cut, 1/2 and
+// 1/4 in the products, of which one at most reaches 2^24, and 1/2 in the sum. That is less than 5.8.
+inline constexpr std::int32_t kBytesBase = 0x4B800000, kBytesMargin = 6;
+
+// Red, green and blue at every sample, in vectors by turns. `fine`: fractions have 16 bits, else less.
+template <bool fine>
+HWY_NOINLINE void SpreadBytes(const std::uint32_t* held, SamplePositions positions, std::int64_t n, float* out) {
+  const FixedTag d;
+  const hn::RebindToUnsigned<FixedTag> du;
+  const RealTag<PF_Pixel8> df;
+  const FixedShorts ds;
+  const hn::Repartition<std::uint16_t, FixedTag> dus;
+  const auto steps = hn::Mul(hn::Iota(d, 0), hn::Set(d, static_cast<std::int32_t>(positions.step())));
+  const auto low = hn::Set(dus, 0xFF);
+  for (std::int64_t k = 0; k < n; k += static_cast<std::int64_t>(hn::Lanes(d)), out += 3 * hn::Lanes(d)) {
+    const auto position = hn::Add(hn::Set(d, static_cast<std::int32_t>(positions.FractionAt(k))), steps);
+    const auto columns = hn::IndicesFromVec(df, hn::ShiftRight<16>(position));
+    const auto tap = [&](std::int64_t right) HWY_ATTR {
+      const auto pixels = hn::BitCast(df, hn::LoadU(du, held + positions.ColumnAt(k) + right));
+      return hn::BitCast(du, hn::TableLookupLanes(pixels, columns));
+    };
+    // In each lane a channel of the left pixel and behind it that of the right one.
+    const auto left = tap(0), right = tap(1);
+    const auto alpha_red = hn::OddEven(hn::BitCast(dus, hn::ShiftLeft<16>(right)), hn::BitCast(dus, left));
+    const auto green_blue = hn::OddEven(hn::BitCast(dus, right), hn::BitCast(dus, hn::ShiftRight<16>(left)));
+    // Weights of up to 65536 are not 16-bit values. Less than a given constant they are, and so are half of them if
+    // negative.
+    const auto weights = [&]() HWY_ATTR {
+      if constexpr (fine) {
+        const auto both = hn::OddEven(hn::BitCast(ds, hn::ShiftLeft<16>(position)), hn::BitCast(ds, position));
+        return hn::Xor(both, hn::BitCast(ds, hn::Set(d, 0x7FFF8000)));
+      } else {
+        const auto u = hn::And(hn::ShiftRight<1>(position), hn::Set(d, 0x7FFF));
+        return hn::BitCast(ds, hn::Sub(hn::Add(u, hn::Set(d, 0x8000)), hn::ShiftLeft<16>(u)));
+      }
+    }();
+    const auto store = [&](auto pairs, std::size_t c) HWY_ATTR {
+      const auto channel = hn::BitCast(ds, pairs);
+      auto bits = hn::Zero(du);
+      if constexpr (fine) {
+        const auto rest = AddPairProducts(d, channel, hn::BitCast(ds, hn::Set(d, -32767 * 65536 + 32768)), hn::Zero(d));
+        const auto base = hn::Set(du, 2u * (kBytesBase + kBytesMargin) + 32768);
+        bits = hn::ShiftRight<1>(hn::Sub(base, hn::BitCast(du, AddPairProducts(d, channel, weights, rest))));
+      } else {
+        const auto base = hn::Set(du, std::uint32_t{kBytesBase + kBytesMargin} + 16384);
+        bits = hn::Sub(base, hn::BitCast(du, AddPairProducts(d, channel, weights, hn::Zero(d))));
+      }
+      hn::StoreU(hn::BitCast(df, bits), df, out + c * hn::Lanes(d));
+    };
+    store(hn::ShiftRight<8>(alpha_red), 0);
+    store(hn::And(green_blue, low), 1);
+    store(hn::ShiftRight<8>(green_blue), 2);
+  }
+}
+
+// The same pixels with the formula's at the lanes whose bits are set.
+HWY_NOINLINE inline hn::Vec<FixedTag> WithFormulaAt(std::uint64_t lanes, const RowJob<PF_Pixel8>& job, std::int64_t k,
+                                                    hn::Vec<FixedTag> pixels) {
+  const FixedTag d;
+  alignas(HWY_MAX_BYTES) PF_Pixel8 out[hn::MaxLanes(FixedTag())];
+  hn::Store(pixels, d, reinterpret_cast<std::int32_t*>(out));
+  for (; lanes != 0; lanes &= lanes - 1) {
+    const std::size_t lane = hwy::Num0BitsBelowLS1Bit_Nonzero64(lanes);
+    out[lane] = BlendOne(job, k + static_cast<std::int64_t>(lane));
+  }
+  return hn::Load(d, reinterpret_cast<const std::int32_t*>(out));
+}
+
+// Between two spread rows.
+class BytesSampler {
+ public:
+  HWY_INLINE BytesSampler(const RowJob<PF_Pixel8>& job, const float* upper, const float* lower, std::uint32_t alpha)
+      : job_(job),
+        upper_(upper),
+        lower_(lower),
+        rest_(hn::Set(DF(), 1 - job.v)),
+        v_(hn::Set(DF(), job.v)),
+        alpha_(hn::Set(D(), alpha)) {}
+
+  HWY_INLINE PackedPixels operator()(std::int64_t k) const {
+    const auto red = Between(3 * k), green = Between(3 * k + kLanes), blue = Between(3 * k + 2 * kLanes);
+    const auto select = [](std::uint32_t mask, auto yes, auto no) HWY_ATTR {
+      return hn::Or(hn::And(hn::Set(D(), mask), yes), hn::AndNot(hn::Set(D(), mask), no));
+    };
+    const auto alpha_red = hn::Or(alpha_, hn::And(hn::ShiftRight<7>(red), hn::Set(D(), 0xFF00)));
+    const auto green_blue = select(0xFF000000, hn::ShiftLeft<9>(blue), hn::ShiftLeft<1>(green));
+    const auto pixels = hn::BitCast(FixedTag(), select(0xFFFF0000, green_blue, alpha_red));
+    const auto fraction = [](auto sum) HWY_ATTR { return hn::And(sum, hn::Set(D(), 0x7FFF)); };
+    const auto lowest = hn::Min(hn::Min(fraction(red), fraction(green)), fraction(blue));
+    const auto undecided = hn::Lt(hn::BitCast(FixedTag(), lowest), hn::Set(FixedTag(), 2 * kBytesMargin));
+    if (HWY_LIKELY(hn::AllFalse(FixedTag(), undecided))) return {pixels};
+    std::uint8_t bits[8] = {};
+    hn::StoreMaskBits(FixedTag(), undecided, bits);
+    return {WithFormulaAt(bits[0] | bits[1] << 8, job_, k, pixels)};
+  }
+
+ private:
+  using DF = RealTag<PF_Pixel8>;
+  using D = hn::RebindToUnsigned<DF>;
+  static constexpr auto kLanes = static_cast<std::int64_t>(hn::MaxLanes(DF()));
+
+  HWY_INLINE hn::Vec<D> Between(std::int64_t at) const {
+    const auto upper = hn::Mul(rest_, hn::Load(DF(), upper_ + at)), lower = hn::Mul(v_, hn::Load(DF(), lower_ + at));
+    return hn::BitCast(D(), hn::Add(upper, lower));
+  }
+
+  const RowJob<PF_Pixel8>& job_;
+  const float *upper_, *lower_;
+  hn::Vec<DF> rest_, v_;
+  hn::Vec<D> alpha_;
+};
+
+HWY_NOINLINE inline void BytesRange(const RowJob<PF_Pixel8>& job, const float* upper, const float* lower,
+                                    std::uint32_t alpha, std::int64_t begin, std::int64_t end) {
+  ForGridLanes(FixedTag(), begin, end, job, BytesSampler(job, upper, lower, alpha));
+}
+
+#endif  // HWY_TARGET
+
+}  // namespace HWY_NAMESPACE
+}  // namespace pf
+HWY_AFTER_NAMESPACE();
+
+#endif  // include guard
