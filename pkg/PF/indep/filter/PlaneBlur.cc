@@ -113,48 +113,73 @@ PF_Err BellRows(const BlurredPlane& plane, const SplitWeights& weights) {
 // \name Along columns
 // @{
 
-// Rows of a tile of columns. When results go onto their sources, the last `kept` rows that were overwritten, and the
+// Columns that are blurred together, and the rows that cross them.
+class Tile {
+ public:
+  Tile(const BlurredPlane& plane, std::int64_t begin)
+      : plane_(plane), begin_(begin), bytes_(std::min(kTileBytes, plane.width_bytes() - begin)) {}
+
+  std::int64_t bytes() const { return bytes_; }
+  // Row y, which may lie beyond the ends.
+  const std::byte* At(std::int64_t y) const {
+    if (plane_.transparent && (y < 0 || y >= plane_.height)) return kNothing;
+    return plane_.src + Inside(y) * plane_.src_row_bytes + begin_;
+  }
+  std::byte* Out(std::int64_t y) const { return plane_.dst + y * plane_.dst_row_bytes + begin_; }
+  // What follows soon when row `in` is read and row `out` is written.
+  RowsAhead Ahead(std::int64_t in, std::int64_t out) const {
+    return {plane_.src + Inside(in + kAhead) * plane_.src_row_bytes + begin_, Out(Inside(out + kAhead))};
+  }
+
+ private:
+  std::int64_t Inside(std::int64_t y) const { return std::clamp<std::int64_t>(y, 0, plane_.height - 1); }
+
+  static constexpr std::int64_t kAhead = 2;
+  alignas(64) static constexpr std::byte kNothing[kTileBytes] = {};
+
+  const BlurredPlane& plane_;
+  std::int64_t begin_, bytes_;
+};
+
+// Calls f(tile, scratch) for every tile, at its first line.
+template <class F>
+PF_Err ForTiles(const BlurredPlane& plane, std::int64_t scratch_bytes, const F& f) {
+  ScratchLines scratch(static_cast<std::uint64_t>(scratch_bytes), Message::kBlurMemory);
+  return ForLines(plane, [&](std::int32_t x) {
+    const std::int64_t begin = x * plane.pixel_bytes;
+    if (begin % kTileBytes != 0) return;
+    const ScratchLines::Line line(scratch);
+    f(Tile(plane, begin), line.data());
+  });
+}
+
+// A tile's rows for boxes. When results go onto their sources, the last `kept` rows that were overwritten, and the
 // first one while it is in reach, remain as copies.
-class TileRows {
+class BoxTile {
  public:
   // Bytes of scratch.
   static std::int64_t Scratch(const BlurredPlane& plane, std::int64_t kept) {
     return plane.in_place() ? Slots(plane, kept) * kTileBytes : 0;
   }
 
-  TileRows(const BlurredPlane& plane, std::int64_t begin, std::int64_t kept, std::byte* scratch)
-      : plane_(plane),
-        begin_(begin),
-        bytes_(std::min(kTileBytes, plane.width_bytes() - begin)),
-        mask_(Slots(plane, kept) - 1),
-        scratch_(scratch) {}
+  BoxTile(const BlurredPlane& plane, const Tile& tile, std::int64_t kept, std::byte* scratch)
+      : plane_(plane), tile_(tile), mask_(Slots(plane, kept) - 1), scratch_(scratch) {}
 
-  std::int64_t bytes() const { return bytes_; }
-
-  // Row y, which may lie beyond the ends; of those before the row that was begun last only the ones in reach.
+  // Of the rows before the one that was begun last only those in reach.
   template <class T>
   const T* At(std::int64_t y) const {
-    if (plane_.transparent && (y < 0 || y >= plane_.height)) return reinterpret_cast<const T*>(kNothing);
-    y = std::clamp<std::int64_t>(y, 0, plane_.height - 1);
-    const std::byte* row = y < begun_ ? Slot(y) : plane_.src + y * plane_.src_row_bytes + begin_;
-    return reinterpret_cast<const T*>(row);
+    const std::int64_t inside = std::clamp<std::int64_t>(y, 0, plane_.height - 1);
+    const bool nothing = plane_.transparent && inside != y;
+    return reinterpret_cast<const T*>(inside < begun_ && !nothing ? Slot(inside) : tile_.At(y));
   }
-
-  // What follows soon when row `in` is read and row `out` is written.
-  RowsAhead Ahead(std::int64_t in, std::int64_t out) const {
-    in = std::min(in + kAhead, plane_.height - 1);
-    out = std::min(out + kAhead, plane_.height - 1);
-    return {plane_.src + in * plane_.src_row_bytes + begin_, plane_.dst + out * plane_.dst_row_bytes + begin_};
-  }
-
   // Where the results of row y go. Rows are begun in order.
   template <class T>
   T* Begin(std::int64_t y) {
     if (plane_.in_place()) {
-      std::memcpy(Slot(y), At<std::byte>(y), static_cast<std::size_t>(bytes_));
+      std::memcpy(Slot(y), tile_.At(y), static_cast<std::size_t>(tile_.bytes()));
       begun_ = y + 1;
     }
-    return reinterpret_cast<T*>(plane_.dst + y * plane_.dst_row_bytes + begin_);
+    return reinterpret_cast<T*>(tile_.Out(y));
   }
 
  private:
@@ -163,36 +188,21 @@ class TileRows {
   }
   std::byte* Slot(std::int64_t y) const { return scratch_ + (y & mask_) * kTileBytes; }
 
-  static constexpr std::int64_t kAhead = 2;
-  alignas(64) static constexpr std::byte kNothing[kTileBytes] = {};
-
   const BlurredPlane& plane_;
-  std::int64_t begin_, bytes_, mask_, begun_ = 0;
+  const Tile& tile_;
+  std::int64_t mask_, begun_ = 0;
   std::byte* scratch_;
 };
-
-// Calls f(tile's rows, scratch) for every tile, at its first line.
-template <class F>
-PF_Err ForTiles(const BlurredPlane& plane, std::int64_t kept, std::int64_t scratch_bytes, const F& f) {
-  const std::int64_t saved = TileRows::Scratch(plane, kept);
-  ScratchLines scratch(static_cast<std::uint64_t>(saved + scratch_bytes), Message::kBlurMemory);
-  return ForLines(plane, [&](std::int32_t x) {
-    const std::int64_t begin = x * plane.pixel_bytes;
-    if (begin % kTileBytes != 0) return;
-    const ScratchLines::Line line(scratch);
-    TileRows rows(plane, begin, kept, line.data());
-    f(rows, line.data() + saved);
-  });
-}
 
 template <class T>
 PF_Err BoxColumns(const BlurredPlane& plane, std::int64_t span, const BoxDivider& divider) {
   const BoxKernels<T>& kernels = Kernels().Of<T>();
   const std::int64_t height = plane.height;
   constexpr std::int64_t kSumBytes = kTileBytes / static_cast<std::int64_t>(sizeof(T)) * 4;
-  return ForTiles(plane, span + 1, kSumBytes, [&](TileRows& rows, std::byte* scratch) {
+  return ForTiles(plane, kSumBytes + BoxTile::Scratch(plane, span + 1), [&](const Tile& tile, std::byte* scratch) {
     auto* sums = reinterpret_cast<std::uint32_t*>(scratch);
-    const std::int64_t n = rows.bytes() / static_cast<std::int64_t>(sizeof(T)), inside = std::min(span, height);
+    BoxTile rows(plane, tile, span + 1, scratch + kSumBytes);
+    const std::int64_t n = tile.bytes() / static_cast<std::int64_t>(sizeof(T)), inside = std::min(span, height);
     const auto add = [&](std::int64_t y, std::int64_t times) {
       if (times > 0) kernels.add(sums, rows.At<T>(y), static_cast<std::uint32_t>(times), n, divider);
     };
@@ -203,19 +213,28 @@ PF_Err BoxColumns(const BlurredPlane& plane, std::int64_t span, const BoxDivider
     kernels.begin(sums, n, divider);
     for (std::int64_t y = 0; y < height; ++y) {
       T* out = rows.Begin<T>(y);
-      kernels.slide({sums, rows.At<T>(y + span), rows.At<T>(y - span - 1), out, n, rows.Ahead(y + span, y)}, divider);
+      kernels.slide({sums, rows.At<T>(y + span), rows.At<T>(y - span - 1), out, n, tile.Ahead(y + span, y)}, divider);
     }
   });
 }
 
+// Rows in reach stand as copies close together: as they lie in the plane they may get into each other's way in the
+// cache. The copy that is left behind takes the row that comes.
 PF_Err BellColumns(const BlurredPlane& plane, const SplitWeights& weights) {
-  const std::int64_t reach = weights.reach;
-  return ForTiles(plane, reach, 0, [&](TileRows& rows, std::byte*) {
+  const std::int64_t reach = weights.reach, last = 2 * reach;
+  return ForTiles(plane, (last + 1) * kTileBytes, [&](const Tile& tile, std::byte* scratch) {
+    std::byte* rows[2 * kDirectReach + 1];
     const std::uint8_t* taps[2 * kDirectReach + 1];
+    const auto copy = [&](std::int64_t y, std::byte* to) {
+      std::memcpy(to, tile.At(y), static_cast<std::size_t>(tile.bytes()));
+    };
+    for (std::int64_t i = 0; i <= last; ++i) copy(i - reach - 1, rows[i] = scratch + i * kTileBytes);
     for (std::int64_t y = 0; y < plane.height; ++y) {
-      auto* out = rows.Begin<std::uint8_t>(y);
-      for (std::int64_t i = 0; i <= 2 * reach; ++i) taps[i] = rows.At<std::uint8_t>(y + i - reach);
-      Kernels().bell(taps, weights, out, rows.bytes(), rows.Ahead(y + reach, y));
+      std::rotate(rows, rows + 1, rows + last + 1);
+      copy(y + reach, rows[last]);
+      std::transform(rows, rows + last + 1, taps, [](std::byte* row) { return reinterpret_cast<std::uint8_t*>(row); });
+      auto* out = reinterpret_cast<std::uint8_t*>(tile.Out(y));
+      Kernels().bell(taps, weights, out, tile.bytes(), tile.Ahead(y + reach, y));
     }
   });
 }
