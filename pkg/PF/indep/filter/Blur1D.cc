@@ -78,29 +78,33 @@ class SourceCopy {
   HostBlock block_;
 };
 
-// Memory for one group: its samples with the margins, its results, and what the filter needs.
-struct GroupScratch {
-  std::int64_t samples, results, sums;  // in doubles
+// Samples of a group that stay in the nearest cache from one thing done to them to the next.
+constexpr std::int64_t kPiece = 128;
 
-  GroupScratch(const LaneFilter* filter, std::int64_t length)
-      : samples(kLanes * (length + 2 * (filter != nullptr ? filter->margin() : 0))),
-        results(kLanes * length),
-        sums(filter != nullptr ? filter->scratch() : 0) {}
-  std::uint64_t bytes() const { return sizeof(double) * static_cast<std::uint64_t>(samples + results + sums); }
+// Memory for one group, in doubles: samples with their margins, results, samples as they were, what the filter needs.
+struct GroupScratch {
+  std::int64_t samples, results, originals, sums;
+
+  // Filters of short reach go along the lines in pieces.
+  GroupScratch(const LaneFilter* filter, std::int64_t length) {
+    const std::int64_t n = filter == nullptr || filter->local() ? kPiece : length;
+    samples = kLanes * (n + 2 * (filter != nullptr ? filter->margin() : 0));
+    results = kLanes * n;
+    originals = kLanes * kPiece;
+    sums = filter != nullptr ? filter->scratch() : 0;
+  }
+  std::uint64_t bytes() const {
+    return sizeof(double) * static_cast<std::uint64_t>(samples + results + originals + sums);
+  }
 };
 
-// Repeats the ends of eight lines beyond them, or puts nothing there.
-void FillMargins(double* lanes, std::int64_t n, std::int64_t margin, bool transparent) {
-  const auto fill = [&](std::int64_t begin, const double* sample) {
-    double* to = lanes + kLanes * begin;
-    if (transparent) {
-      std::fill_n(to, kLanes * margin, 0.0);
-    } else {
-      for (std::int64_t i = 0; i < margin; ++i) std::copy_n(sample, kLanes, to + kLanes * i);
-    }
-  };
-  fill(-margin, lanes);
-  fill(n, lanes + kLanes * (n - 1));
+// n samples of eight lines beyond one of their ends: the last one again, or nothing.
+void FillMargin(double* lanes, std::int64_t n, const double* last, bool transparent) {
+  if (transparent) {
+    std::fill_n(lanes, kLanes * n, 0.0);
+  } else {
+    for (std::int64_t i = 0; i < n; ++i) std::copy_n(last, kLanes, lanes + kLanes * i);
+  }
 }
 
 // Puts the channels that are not to change back to those of the source.
@@ -121,6 +125,7 @@ class BlurLines {
         filter_(filter),
         src_(src),
         dst_(dst),
+        transparent_(blur.Has(PF_BlurFlag_TRANSPARENT_EDGES)),
         size_(filter, src.length),
         scratch_(size_.bytes(), Message::kBlurMemory) {}
 
@@ -132,45 +137,79 @@ class BlurLines {
   }
 
  private:
-  // Calls f(begin, n) for runs of samples that stay in the nearest cache from one thing done to them to the next.
+  // Lines that share the lanes, where they come from, where they go, and those that follow them.
+  struct Lines {
+    LineGroup<T> from, to, next;
+  };
+
+  // Calls f(begin, n) for the pieces of a line.
   template <class F>
-  void Runs(const F& f) const {
-    constexpr std::int64_t kRun = 64;
-    for (std::int64_t i = 0; i < src_.length; i += kRun) f(i, std::min(kRun, src_.length - i));
+  void Pieces(const F& f) const {
+    for (std::int64_t i = 0; i < src_.length; i += kPiece) f(i, std::min(kPiece, src_.length - i));
   }
 
   void Group(std::int64_t line) {
-    const LineGroup<T> from(kernels_, src_, line), to(kernels_, dst_, line), next(kernels_, src_, line + src_.group());
+    const Lines lines = {LineGroup<T>(kernels_, src_, line), LineGroup<T>(kernels_, dst_, line),
+                         LineGroup<T>(kernels_, src_, line + src_.group())};
     const ScratchLines::Line memory(scratch_);
     auto* samples = reinterpret_cast<double*>(memory.data());
     if (filter_ == nullptr) {
-      return Runs([&](std::int64_t i, std::int64_t n) {
-        from.Load(i, n, samples + kLanes * i);
-        to.Store(i, n, samples + kLanes * i);
+      return Pieces([&](std::int64_t i, std::int64_t n) {
+        lines.from.Load(i, n, samples);
+        lines.to.Store(i, n, samples);
       });
     }
-    double *in = samples + kLanes * filter_->margin(), *results = samples + size_.samples;
-    Runs([&](std::int64_t i, std::int64_t n) {
-      from.Load(i, n, in + kLanes * i);
-      if (blur_.Weighs()) kernels_.lanes.weigh(in + kLanes * i, n);
+    filter_->local() ? InPieces(lines, samples) : Whole(lines, samples);
+  }
+
+  void Whole(const Lines& lines, double* samples) const {
+    const std::int64_t length = src_.length, margin = filter_->margin();
+    double *in = samples + kLanes * margin, *results = samples + size_.samples;
+    Pieces([&](std::int64_t i, std::int64_t n) { Begin(lines, i, n, in + kLanes * i); });
+    FillMargin(samples, margin, in, transparent_);
+    FillMargin(in + kLanes * length, margin, in + kLanes * (length - 1), transparent_);
+    double* originals = results + size_.results;
+    filter_->Run(in, results, length, originals + size_.originals, lines.next.wanted(), lines.to.wanted());
+    Pieces([&](std::int64_t i, std::int64_t n) { Finish(lines, i, n, results + kLanes * i, originals); });
+  }
+
+  // What is in reach of a piece moves up to the next one.
+  void InPieces(const Lines& lines, double* samples) const {
+    const std::int64_t length = src_.length, margin = filter_->margin();
+    double *in = samples + kLanes * margin, *results = samples + size_.samples, *originals = results + size_.results;
+    std::int64_t begun = 0;
+    Pieces([&](std::int64_t i, std::int64_t n) {
+      if (i > 0) std::copy_n(samples + kLanes * kPiece, 2 * kLanes * margin, samples);
+      const std::int64_t end = std::min(i + kPiece + margin, length);
+      Begin(lines, begun, end - begun, in + kLanes * (begun - i));
+      begun = end;
+      if (i == 0) FillMargin(samples, margin, in, transparent_);
+      const std::int64_t beyond = i + n + margin - length;
+      double* const last = in + kLanes * (length - 1 - i);
+      if (beyond > 0) FillMargin(last + kLanes, beyond, last, transparent_);
+      filter_->Run(in, results, n, originals + size_.originals, lines.next.wanted().From(i), lines.to.wanted().From(i));
+      Finish(lines, i, n, results, originals);
     });
-    FillMargins(in, src_.length, filter_->margin(), blur_.Has(PF_BlurFlag_TRANSPARENT_EDGES));
-    filter_->Run(in, results, src_.length, results + size_.results, next.wanted(), to.wanted());
-    Runs([&](std::int64_t i, std::int64_t n) {
-      double* const run = results + kLanes * i;
-      if (blur_.Weighs()) kernels_.lanes.unweigh(run, n);
-      if (blur_.Has(PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY)) {
-        from.Load(i, n, in + kLanes * i);
-        Restore(blur_, in + kLanes * i, run, n);
-      }
-      to.Store(i, n, run);
-    });
+  }
+
+  void Begin(const Lines& lines, std::int64_t i, std::int64_t n, double* samples) const {
+    lines.from.Load(i, n, samples);
+    if (blur_.Weighs()) kernels_.lanes.weigh(samples, n);
+  }
+  void Finish(const Lines& lines, std::int64_t i, std::int64_t n, double* results, double* originals) const {
+    if (blur_.Weighs()) kernels_.lanes.unweigh(results, n);
+    if (blur_.Has(PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY)) {
+      lines.from.Load(i, n, originals);
+      Restore(blur_, originals, results, n);
+    }
+    lines.to.Store(i, n, results);
   }
 
   const WorldBlur& blur_;
   const BlurKernels& kernels_;
   const LaneFilter* filter_;
   const LinePlane &src_, &dst_;
+  bool transparent_;
   GroupScratch size_;
   ScratchLines scratch_;
 };

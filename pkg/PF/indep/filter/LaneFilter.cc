@@ -40,12 +40,8 @@ void ClearGaps(const double* in, double* out, std::int64_t n, std::int64_t reach
 }
 
 LaneRun PieceOf(const LaneRun& run, std::int64_t begin, std::int64_t end) {
-  const auto from = [&](Wanted wanted) {
-    for (const std::byte*& at : wanted.begin) at += begin * wanted.step;
-    return wanted;
-  };
-  return {run.in + kLanes * begin, run.out + kLanes * begin, end - begin, run.reach,
-          from(run.source),        from(run.destination)};
+  return {run.in + kLanes * begin, run.out + kLanes * begin,   end - begin, run.reach,
+          run.source.From(begin),  run.destination.From(begin)};
 }
 
 }  // namespace

@@ -25,6 +25,8 @@ class LaneFilter {
   LaneFilter(const LaneKernels& kernels, std::int64_t span);
 
   std::int64_t reach() const { return reach_; }
+  // Whether results depend on nothing but what is in their reach, which is short.
+  bool local() const { return !series_ && reach_ <= kDirectReach; }
   // Samples that are read before the first and behind the last of a line.
   std::int64_t margin() const { return reach_ + 1; }
   // Doubles of scratch that a call of Run needs.

@@ -14,6 +14,9 @@ inline constexpr std::int64_t kLanes = 8;
 struct Wanted {
   const std::byte* begin[2];
   std::int64_t step, mask;
+
+  // The same from sample x on.
+  Wanted From(std::int64_t x) const { return {{begin[0] + x * step, begin[1] + x * step}, step, mask}; }
 };
 
 // Samples -(reach + 1)..n + reach of every line are there to be read; n results are written, elsewhere.
