@@ -36,6 +36,23 @@ void AddBlur(OperationTable& table, const char* name, bool box, float radius) {
   }
 }
 
+// Channels alike and lines that keep their direction: whole numbers do without lanes.
+void AddPlain(OperationTable& table, const char* name, bool box, float radius) {
+  for (const int depth : {8, 16}) {
+    for (const bool columns : {false, true}) {
+      table.push_back({At(name, depth) + (columns ? ", columns" : ", rows"), depth, true, [=](Trial& run) {
+                         Picture picture(run, depth);
+                         BlurWish wish = {box, radius};
+                         wish.flags = run.random() % 2 == 0 ? 0 : PF_BlurFlag_TRANSPARENT_EDGES;
+                         wish.src_columns = wish.dst_columns = columns;
+                         const PF_Err code = CallBlur(picture, picture, wish, run.progress);
+                         run.results.Add(picture);
+                         return code;
+                       }});
+    }
+  }
+}
+
 // The source is copied first.
 void AddTransposition(OperationTable& table) {
   for (const int depth : {8, 16, 32}) {
@@ -57,6 +74,8 @@ void AddFilters(OperationTable& table) {
   AddBlur(table, "bell blur, short", false, 2.6f);
   AddBlur(table, "bell blur, long", false, 21.0f);
   AddBlur(table, "box blur", true, 6.0f);
+  AddPlain(table, "bell blur in place", false, 7.5f);
+  AddPlain(table, "box blur in place", true, 140.0f);
   AddTransposition(table);
 }
 
