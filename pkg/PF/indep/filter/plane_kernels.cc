@@ -9,6 +9,7 @@
 
 #include "filter/Bell.h"
 #include "filter/BoxSums-inl.h"
+#include "filter/PixelRuns-inl.h"
 #include "filter/PlaneKernels.h"
 #include "simd/PairProducts-inl.h"
 
