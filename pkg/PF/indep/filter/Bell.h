@@ -1,15 +1,17 @@
 // The bell that every Gaussian weight comes from.
 #pragma once
 
-#include <cmath>
 #include <cstdint>
 
+#include "filter/Elementary.h"
 #include "report/HostMemory.h"
 
 namespace pf {
 
 // 1 at 0, falling to about 0.0002 at 1, exactly 0 beyond. x is a distance divided by (radius + 1).
-inline double BellValue(double x) { return x > 1 ? 0.0 : 1 - (1 - std::exp(-2.378 * (x * x))) * 1.102; }
+inline double BellValue(double x) { return x > 1 ? 0.0 : 1 - (1 - ExpOfNegative(-2.378 * (x * x))) * 1.102; }
+
+inline constexpr double kLargestRadius = 32767;
 
 // Largest radius whose weights are summed one by one; above it a series stands for the bell. The same everywhere, for
 // results differ in their last bits.
@@ -32,7 +34,7 @@ class BellWeights {
 
  private:
   std::int64_t reach_;
-  HostBlock block_;
+  HandleBlock block_;
 };
 
 }  // namespace pf

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "filter/Bell.h"
+#include "filter/Elementary.h"
 
 namespace pf {
 namespace {
@@ -28,6 +29,15 @@ constexpr Fit kFits[] = {
       0.00032414660171920515, 1.1033732252231778e-05, 2.2586278045590573e-07}}};
 constexpr int kFewestTerms = 4;
 
+// The recurrence multiplies by 2 cos(f), rounded. Its own f is where that is exact: with any other, what a sample
+// brought in is not what it takes away when it leaves, and large radii show it. 4 sin(f / 2)^2 is 2 - 2 cos(f), which
+// is exact where f is small; one step of Newton's from the frequency that was wanted.
+double FrequencyOf(double twice, double wanted) {
+  const double sine = std::sqrt((2 - twice) / 4);
+  const SineAndCosine half = SineAndCosineOf(wanted / 2);
+  return wanted + 2 * (sine - half.sine) / half.cosine;
+}
+
 }  // namespace
 
 BellSeries::BellSeries(double radius, int terms)
@@ -35,15 +45,17 @@ BellSeries::BellSeries(double radius, int terms)
       block_(static_cast<std::uint64_t>(8 * terms * (reach_ + 1)), Message::kGaussianWeights) {
   const Fit& fit = kFits[terms - kFewestTerms];
   auto* cosine = reinterpret_cast<double*>(block_.data());
-  // The recurrence multiplies by 2 cos(f), rounded. Its own f is where that is exact: with any other, what a sample
-  // brought in is not what it takes away when it leaves, and large radii show it.
-  const double unit = std::acos(-1.0) / (fit.period * (radius + 1));
+  constexpr double kPi = 3.14159265358979323846;
+  const double unit = kPi / (fit.period * (radius + 1));
   double frequency[kMaxTerms];
   for (int t = 0; t < terms; ++t) {
-    terms_.twice[t] = 2 * std::cos(t * unit);
-    frequency[t] = 2 * std::asin(std::sqrt((2 - terms_.twice[t]) / 4));
+    const double wanted = t * unit;
+    terms_.twice[t] = 2 * SineAndCosineOf(wanted).cosine;
+    frequency[t] = FrequencyOf(terms_.twice[t], wanted);
   }
-  const auto value = [&](int t, std::int64_t i) { return fit.a[t] * std::cos(frequency[t] * static_cast<double>(i)); };
+  const auto value = [&](int t, std::int64_t i) {
+    return fit.a[t] * SineAndCosineOf(frequency[t] * static_cast<double>(i)).cosine;
+  };
   double sum = 0;
   for (int t = 0; t < terms; ++t) {
     double* row = cosine + t * (reach_ + 1);

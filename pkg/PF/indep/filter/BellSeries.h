@@ -18,7 +18,7 @@ class BellSeries {
 
  private:
   std::int64_t reach_;
-  HostBlock block_;
+  HandleBlock block_;
   SeriesTerms terms_;
 };
 

@@ -1,3 +1,5 @@
+#include <cmath>
+
 #include "filter/Bell.h"
 
 namespace pf {

@@ -19,8 +19,6 @@
 namespace pf {
 namespace {
 
-constexpr double kLargestRadius = 32767;
-
 // What a caller asks for, in the terms of one depth.
 struct WorldBlur {
   const PF_World& src;
@@ -75,27 +73,24 @@ class SourceCopy {
 
  private:
   std::int64_t row_bytes_;
-  HostBlock block_;
+  HandleBlock block_;
 };
 
 // Samples of a group that stay in the nearest cache from one thing done to them to the next.
 constexpr std::int64_t kPiece = 128;
 
-// Memory for one group, in doubles: samples with their margins, results, samples as they were, what the filter needs.
+// Memory for one group, in doubles: samples with their margins, results, what the filter needs.
 struct GroupScratch {
-  std::int64_t samples, results, originals, sums;
+  std::int64_t samples, results, sums;
 
   // Filters of short reach go along the lines in pieces.
   GroupScratch(const LaneFilter* filter, std::int64_t length) {
     const std::int64_t n = filter == nullptr || filter->local() ? kPiece : length;
     samples = kLanes * (n + 2 * (filter != nullptr ? filter->margin() : 0));
     results = kLanes * n;
-    originals = kLanes * kPiece;
     sums = filter != nullptr ? filter->scratch() : 0;
   }
-  std::uint64_t bytes() const {
-    return sizeof(double) * static_cast<std::uint64_t>(samples + results + originals + sums);
-  }
+  std::uint64_t bytes() const { return sizeof(double) * static_cast<std::uint64_t>(samples + results + sums); }
 };
 
 // n samples of eight lines beyond one of their ends: the last one again, or nothing.
@@ -104,14 +99,6 @@ void FillMargin(double* lanes, std::int64_t n, const double* last, bool transpar
     std::fill_n(lanes, kLanes * n, 0.0);
   } else {
     for (std::int64_t i = 0; i < n; ++i) std::copy_n(last, kLanes, lanes + kLanes * i);
-  }
-}
-
-// Puts the channels that are not to change back to those of the source.
-void Restore(const WorldBlur& blur, const double* samples, double* results, std::int64_t n) {
-  for (std::int64_t i = 0; i < 2 * n; ++i) {
-    if (blur.Has(PF_BlurFlag_COLOR_ONLY)) results[4 * i] = samples[4 * i];
-    if (blur.Has(PF_BlurFlag_ALPHA_ONLY)) std::copy_n(samples + 4 * i + 1, 3, results + 4 * i + 1);
   }
 }
 
@@ -155,8 +142,9 @@ class BlurLines {
     auto* samples = reinterpret_cast<double*>(memory.data());
     if (filter_ == nullptr) {
       return Pieces([&](std::int64_t i, std::int64_t n) {
-        lines.from.Load(i, n, samples);
-        lines.to.Store(i, n, samples);
+        T block[kLanes * kPiece];
+        lines.from.CopyOut(i, n, block);
+        lines.to.CopyIn(i, n, block, 0, 4);
       });
     }
     filter_->local() ? InPieces(lines, samples) : Whole(lines, samples);
@@ -168,15 +156,14 @@ class BlurLines {
     Pieces([&](std::int64_t i, std::int64_t n) { Begin(lines, i, n, in + kLanes * i); });
     FillMargin(samples, margin, in, transparent_);
     FillMargin(in + kLanes * length, margin, in + kLanes * (length - 1), transparent_);
-    double* originals = results + size_.results;
-    filter_->Run(in, results, length, originals + size_.originals, lines.next.wanted(), lines.to.wanted());
-    Pieces([&](std::int64_t i, std::int64_t n) { Finish(lines, i, n, results + kLanes * i, originals); });
+    filter_->Run(in, results, length, results + size_.results, lines.next.wanted(), lines.to.wanted());
+    Pieces([&](std::int64_t i, std::int64_t n) { Finish(lines, i, n, results + kLanes * i); });
   }
 
   // What is in reach of a piece moves up to the next one.
   void InPieces(const Lines& lines, double* samples) const {
     const std::int64_t length = src_.length, margin = filter_->margin();
-    double *in = samples + kLanes * margin, *results = samples + size_.samples, *originals = results + size_.results;
+    double *in = samples + kLanes * margin, *results = samples + size_.samples;
     std::int64_t begun = 0;
     Pieces([&](std::int64_t i, std::int64_t n) {
       if (i > 0) std::copy_n(samples + kLanes * kPiece, 2 * kLanes * margin, samples);
@@ -187,8 +174,8 @@ class BlurLines {
       const std::int64_t beyond = i + n + margin - length;
       double* const last = in + kLanes * (length - 1 - i);
       if (beyond > 0) FillMargin(last + kLanes, beyond, last, transparent_);
-      filter_->Run(in, results, n, originals + size_.originals, lines.next.wanted().From(i), lines.to.wanted().From(i));
-      Finish(lines, i, n, results, originals);
+      filter_->Run(in, results, n, results + size_.results, lines.next.wanted().From(i), lines.to.wanted().From(i));
+      Finish(lines, i, n, results);
     });
   }
 
@@ -196,13 +183,15 @@ class BlurLines {
     lines.from.Load(i, n, samples);
     if (blur_.Weighs()) kernels_.lanes.weigh(samples, n);
   }
-  void Finish(const Lines& lines, std::int64_t i, std::int64_t n, double* results, double* originals) const {
+  void Finish(const Lines& lines, std::int64_t i, std::int64_t n, double* results) const {
     if (blur_.Weighs()) kernels_.lanes.unweigh(results, n);
-    if (blur_.Has(PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY)) {
-      lines.from.Load(i, n, originals);
-      Restore(blur_, originals, results, n);
-    }
+    const bool copies_alpha = blur_.Has(PF_BlurFlag_COLOR_ONLY), copies_colour = blur_.Has(PF_BlurFlag_ALPHA_ONLY);
+    if (!copies_alpha && !copies_colour) return lines.to.Store(i, n, results);
+    // Results may go onto what is copied.
+    T block[kLanes * kPiece];
+    lines.from.CopyOut(i, n, block);
     lines.to.Store(i, n, results);
+    lines.to.CopyIn(i, n, block, copies_alpha ? 0 : 1, copies_alpha ? 1 : 3);
   }
 
   const WorldBlur& blur_;
@@ -263,7 +252,6 @@ BlurredPlane PlainOf(const WorldBlur& blur, const LinePlane& src) {
 template <class T>
 PF_Err BlurOf(Shape shape, const WorldBlur& blur) {
   const BlurKernels& kernels = *g_kernels.blur.load(std::memory_order_relaxed);
-  TraceVectorPath(kernels);
   std::optional<SourceCopy> copy;
   LinePlane src = PlaneOfWorld<T>(blur.src, blur.src.data, blur.src_columns);
   const LinePlane dst = PlaneOfWorld<T>(blur.dst, blur.dst.data, blur.dst_columns);
@@ -275,6 +263,7 @@ PF_Err BlurOf(Shape shape, const WorldBlur& blur) {
   const auto span = static_cast<std::int64_t>(blur.radius + 0.5);
   if constexpr (!std::is_same_v<T, float>) {
     if (IsPlain<T>(shape, blur)) {
+      TraceVectorPath(kernels);
       const BlurredPlane plain = PlainOf<T>(blur, src);
       return shape == Shape::kBox ? BlurByBox<T>(plain, span) : BlurByBell(plain, blur.radius);
     }
@@ -284,6 +273,7 @@ PF_Err BlurOf(Shape shape, const WorldBlur& blur) {
     filter.emplace(kernels.lanes, blur.radius, DemandsOf<T>(blur.Weighs()));
   }
   if (shape == Shape::kBox && span > 0 && !blur.Copies()) filter.emplace(kernels.lanes, span);
+  if (filter) TraceVectorPath(kernels);
   return BlurLines<T>(blur, kernels, filter ? &*filter : nullptr, src, dst).Run();
 }
 

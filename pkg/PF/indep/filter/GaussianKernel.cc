@@ -10,8 +10,6 @@
 namespace pf {
 namespace {
 
-constexpr double kLargestRadius = 32767;
-
 // Towards zero, limited to 32 bits; what is not a number is 0.
 std::int32_t Truncated(double v) {
   if (!(v == v)) return 0;

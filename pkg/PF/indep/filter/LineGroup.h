@@ -69,6 +69,16 @@ class LineGroup {
     for (std::int64_t line = 0; line < lines_; ++line) values_.store_along(lanes + 4 * line, n, At(line, begin));
   }
 
+  // Samples as they are, to a block that is laid out like lanes.
+  void CopyOut(std::int64_t begin, std::int64_t n, T* block) const {
+    ForSamples(begin, n, block, [&](T* to, const T* from) { std::memcpy(to, from, SampleBytes()); });
+  }
+  // Of pixels: `count` channels from channel `first` on.
+  void CopyIn(std::int64_t begin, std::int64_t n, const T* block, int first, std::size_t count) const {
+    ForSamples(begin, n, block,
+               [&](const T* from, T* to) { std::memcpy(to + first, from + first, count * sizeof(T)); });
+  }
+
  private:
   T* At(std::int64_t line, std::int64_t i) const { return plane_.template At<T>(first_ + line, i); }
   bool Across() const { return lines_ == plane_.group() && plane_.pitch == plane_.channels * size_; }
@@ -76,14 +86,15 @@ class LineGroup {
 
   // Values that do not stand as in lanes, by way of a block of them that do. Calls f(sample in the block, sample of the
   // plane).
-  template <class F>
-  void ForSamples(std::int64_t begin, std::int64_t n, T* block, const F& f) const {
+  template <class Value, class F>
+  void ForSamples(std::int64_t begin, std::int64_t n, Value* block, const F& f) const {
     for (std::int64_t line = 0; line < lines_; ++line) {
       std::byte* at = reinterpret_cast<std::byte*>(At(line, begin));
-      T* in_block = block + line * plane_.channels;
+      Value* in_block = block + line * plane_.channels;
       for (std::int64_t i = 0; i < n; ++i, at += plane_.step) f(in_block + kLanes * i, reinterpret_cast<T*>(at));
     }
   }
+  std::size_t SampleBytes() const { return static_cast<std::size_t>(plane_.channels) * sizeof(T); }
   static void CopyValue(const T* from, T* to) { *to = *from; }
   static void CopyPixel(const T* from, T* to) { std::memcpy(to, from, 4 * sizeof(T)); }
 

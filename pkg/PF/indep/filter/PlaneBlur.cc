@@ -17,6 +17,12 @@ const PlaneKernels& Kernels() { return *g_kernels.plane.load(std::memory_order_r
 // Columns that are blurred together, from top to bottom: sums and rows in reach stay in the cache.
 constexpr std::int64_t kTileBytes = 1024;
 
+// Narrow planes have some tiles too, for several processors.
+std::int64_t TileBytes(const BlurredPlane& plane) {
+  const auto quarter = static_cast<std::uint64_t>(plane.width_bytes()) / 4;
+  return std::clamp<std::int64_t>(static_cast<std::int64_t>(std::bit_floor(quarter)), 64, kTileBytes);
+}
+
 // \name Along rows
 // @{
 
@@ -117,7 +123,7 @@ PF_Err BellRows(const BlurredPlane& plane, const SplitWeights& weights) {
 class Tile {
  public:
   Tile(const BlurredPlane& plane, std::int64_t begin)
-      : plane_(plane), begin_(begin), bytes_(std::min(kTileBytes, plane.width_bytes() - begin)) {}
+      : plane_(plane), begin_(begin), bytes_(std::min(TileBytes(plane), plane.width_bytes() - begin)) {}
 
   std::int64_t bytes() const { return bytes_; }
   // Row y, which may lie beyond the ends.
@@ -145,9 +151,10 @@ class Tile {
 template <class F>
 PF_Err ForTiles(const BlurredPlane& plane, std::int64_t scratch_bytes, const F& f) {
   ScratchLines scratch(static_cast<std::uint64_t>(scratch_bytes), Message::kBlurMemory);
+  const std::int64_t tile_bytes = TileBytes(plane);
   return ForLines(plane, [&](std::int32_t x) {
     const std::int64_t begin = x * plane.pixel_bytes;
-    if (begin % kTileBytes != 0) return;
+    if (begin % tile_bytes != 0) return;
     const ScratchLines::Line line(scratch);
     f(Tile(plane, begin), line.data());
   });

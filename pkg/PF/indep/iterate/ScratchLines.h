@@ -54,7 +54,7 @@ class ScratchLines {
 
   std::uint64_t line_size_;
   std::int32_t count_;
-  HostBlock block_;
+  HandleBlock block_;
   std::atomic<std::uint32_t> taken_{0};
 };
 

@@ -15,8 +15,6 @@
 namespace pf {
 namespace {
 
-constexpr double kLargestRadius = 32767;
-
 // Two masks of one size and depth.
 template <class T>
 struct Scan {

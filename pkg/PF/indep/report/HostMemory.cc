@@ -16,6 +16,11 @@ struct Header {
 };
 constexpr std::uint64_t kOverhead = sizeof(Header) + kAlignment;
 
+std::byte* Aligned(void* block) {
+  const auto address = reinterpret_cast<std::uintptr_t>(block);
+  return reinterpret_cast<std::byte*>((address + kAlignment - 1) / kAlignment * kAlignment);
+}
+
 // The kept block, or null. Whoever uses it takes it out.
 constinit std::atomic<Header*> g_kept{nullptr};
 
@@ -51,9 +56,17 @@ HostBlock::HostBlock(std::uint64_t size, Message what) {
 
 HostBlock::~HostBlock() { KeepOrFree(static_cast<Header*>(block_)); }
 
-std::byte* HostBlock::data() const {
-  const auto address = reinterpret_cast<std::uintptr_t>(block_) + sizeof(Header);
-  return reinterpret_cast<std::byte*>((address + kAlignment - 1) / kAlignment * kAlignment);
+std::byte* HostBlock::data() const { return Aligned(static_cast<Header*>(block_) + 1); }
+
+HandleBlock::HandleBlock(std::uint64_t size, Message what)
+    : handle_(size <= UINT64_MAX - kAlignment ? U_AllocateHandle(size + kAlignment, LookUp(what)) : nullptr) {
+  if (handle_ == nullptr) ThrowOutOfMemory();
+  data_ = Aligned(U_LockHandle(handle_));
+}
+
+HandleBlock::~HandleBlock() {
+  U_UnlockHandle(handle_);
+  U_FreeHandle(handle_);
 }
 
 void HostBlock::ReleaseKept() { U_FreePtr(g_kept.exchange(nullptr, std::memory_order_acq_rel)); }

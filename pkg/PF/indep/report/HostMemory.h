@@ -30,6 +30,22 @@ class HostBlock {
   void* block_;
 };
 
+// Memory of a host handle, locked for as long as it is held; aligned to 64 bytes, uninitialised. Throws 4 when memory
+// is short; the host reports it under the given text.
+class HandleBlock {
+ public:
+  HandleBlock(std::uint64_t size, Message what);
+  ~HandleBlock();
+  HandleBlock(const HandleBlock&) = delete;
+  HandleBlock& operator=(const HandleBlock&) = delete;
+
+  std::byte* data() const { return data_; }
+
+ private:
+  U_Handle handle_;
+  std::byte* data_;
+};
+
 // Failures of host calls inside the scope are kept from the user. End() yields the first non-zero of the
 // call's result and the end's.
 class QuietErrors {
