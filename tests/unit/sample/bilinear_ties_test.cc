@@ -8,6 +8,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "sample/SampleKernels.h"
@@ -53,6 +55,31 @@ double DistanceToTurn(const Square& square, Place at) {
   return least;
 }
 
+// The row kernel of every target against that of the portable code.
+template <class P>
+void CheckSamples(const TestWorld& world, std::int64_t x, std::int64_t step, std::int64_t y, std::int64_t n,
+                  const std::string& what) {
+  const PF_SampPB params = {0, 0, 0, world.record()};
+  const auto row_of = [&](const pf::SampleKernels& kernels) {
+    const pf::SampleKernels::Pair& pair = kernels.bilinear_straight[pf::DepthIndex(world.depth())];
+    const pftest::GuardedMemory scratch((pair.scratch_size(&params, step, n) + 63) / 64 * 64);
+    std::memset(scratch.data(), 0, 64);
+    std::vector<P> pixels(static_cast<std::size_t>(n));
+    pair.row(pf::SampleRow{&params, x, step, y, pixels.data(), n}, scratch.data());
+    return pixels;
+  };
+  const std::vector<P> expected = row_of(pf::kPortableSampleKernels);
+  pftest::ForEachTarget([&] {
+    const std::vector<P> row = row_of(pf::VectorSampleKernels());
+    for (std::size_t k = 0; k < row.size(); ++k) {
+      EXPECT_EQ(std::memcmp(&row[k], &expected[k], sizeof(P)), 0)
+          << world.depth() << " bits, " << what << ", sample " << k << ": " << +row[k].alpha << ' ' << +row[k].red
+          << ' ' << +row[k].green << ' ' << +row[k].blue << " instead of " << +expected[k].alpha << ' '
+          << +expected[k].red << ' ' << +expected[k].green << ' ' << +expected[k].blue;
+    }
+  });
+}
+
 template <class P>
 void CheckRow(Random& random, std::int64_t fx, std::int64_t fy, int alpha_limit, bool equal) {
   constexpr int kSquares = 40, kTried = 2000, kFull = sizeof(P) == 4 ? 255 : 32768;
@@ -76,27 +103,9 @@ void CheckRow(Random& random, std::int64_t fx, std::int64_t fy, int alpha_limit,
                                            channel(best.colour[i][1]), channel(best.colour[i][2])};
     }
   }
-  const PF_SampPB params = {0, 0, 0, world.record()};
-  const std::int64_t n = 2 * kSquares - 1;
-  const auto row_of = [&](const pf::SampleKernels& kernels) {
-    const pf::SampleKernels::Pair& pair = kernels.bilinear_straight[pf::DepthIndex(world.depth())];
-    const pftest::GuardedMemory scratch((pair.scratch_size(&params, 65536, n) + 63) / 64 * 64);
-    std::memset(scratch.data(), 0, 64);
-    std::vector<P> pixels(static_cast<std::size_t>(n));
-    pair.row(pf::SampleRow{&params, fx, 65536, fy, pixels.data(), n}, scratch.data());
-    return pixels;
-  };
-  const std::vector<P> expected = row_of(pf::kPortableSampleKernels);
-  pftest::ForEachTarget([&] {
-    const std::vector<P> row = row_of(pf::VectorSampleKernels());
-    for (std::size_t k = 0; k < row.size(); ++k) {
-      EXPECT_EQ(std::memcmp(&row[k], &expected[k], sizeof(P)), 0)
-          << world.depth() << " bits, fractions " << fx << " and " << fy << ", alphas to " << alpha_limit
-          << (equal ? ", equal" : "") << ", sample " << k << ": " << +row[k].alpha << ' ' << +row[k].red << ' '
-          << +row[k].green << ' ' << +row[k].blue << " instead of " << +expected[k].alpha << ' ' << +expected[k].red
-          << ' ' << +expected[k].green << ' ' << +expected[k].blue;
-    }
-  });
+  std::ostringstream what;
+  what << "fractions " << fx << " and " << fy << ", alphas to " << alpha_limit << (equal ? ", equal" : "");
+  CheckSamples<P>(world, fx, 65536, fy, 2 * kSquares - 1, what.str());
 }
 
 // Few bits, where exact ties are found, many, where near ones are, and both ends.
@@ -113,6 +122,22 @@ void CheckRows() {
     }
     CheckRow<P>(random, fraction(), fraction(), 0, true);
     if (testing::Test::HasFailure()) return;
+  }
+}
+
+// The largest differences there are, at odd and even fractions: sums of 32 bits have no room for one of them.
+TEST(BilinearTies, FullBesideNothing) {
+  constexpr int kColumns = 60;
+  TestWorld world(16, kColumns, 2);
+  for (int i = 0; i < 2 * kColumns; ++i) {
+    const auto colour = [&](int bit) { return static_cast<std::uint16_t>(i % kColumns >> bit & 1 ? 32768 : 0); };
+    world.At<PF_Pixel16>(i % kColumns, i / kColumns) = {32768, colour(0), colour(1), colour(2)};
+  }
+  for (const std::int64_t step : {45001, 45004, 65535}) {
+    for (const std::int64_t fy : {1, 2, 32768, 65533, 65535}) {
+      CheckSamples<PF_Pixel16>(world, 21, step, fy, (kColumns - 1) * 65536 / step,
+                               "step " + std::to_string(step) + ", fraction " + std::to_string(fy));
+    }
   }
 }
 
