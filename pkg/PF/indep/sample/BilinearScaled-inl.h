@@ -1,6 +1,5 @@
-// Bilinear sampling of 16-bit pixels of equal alphas in integers, at any fractions, between two rows first and then
-// along them. The sum of the formula in sample/Bilinear.h is exact in doubles, so exact integers rounded once give the
-// same bits.
+// Bilinear sampling of 16-bit pixels of equal alphas in integers, at any fractions. The sum of the formula
+// in sample/Bilinear.h is exact in doubles, so exact integers rounded once give the same bits.
 #if defined(PF_SAMPLE_BILINEAR_SCALED_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef PF_SAMPLE_BILINEAR_SCALED_INL_H
 #undef PF_SAMPLE_BILINEAR_SCALED_INL_H
@@ -13,7 +12,6 @@
 #include <cstdint>
 
 #include "sample/BilinearTaps-inl.h"
-#include "simd/PairProducts-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {
@@ -24,20 +22,16 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using ScaledTag = hn::ScalableTag<std::int32_t>;
 
-// Three planes of colours less full, each with that of the row below in the upper half. False where one is above full.
-HWY_NOINLINE inline bool PairWithBelow(const std::uint16_t* upper, const std::uint16_t* lower, std::int64_t stride,
-                                       std::int64_t columns, std::uint32_t* pairs) {
+// Whether no colour of a held row is above full, so that 65536 times it fits 32 bits and differences of two
+// such values do but for 2^31.
+HWY_NOINLINE inline bool ColoursFitScaled(const std::uint16_t* planes, std::int64_t stride) {
   const hn::ScalableTag<std::uint16_t> d;
-  const auto full = hn::Set(d, 32768);
-  auto highest = full;
-  for (std::int64_t c = 1; c < 4; ++c, pairs += stride) {
-    for (std::int64_t m = 0; m < columns; m += static_cast<std::int64_t>(hn::Lanes(d))) {
-      const auto above = hn::LoadU(d, upper + c * stride + m), below = hn::LoadU(d, lower + c * stride + m);
-      highest = hn::Max(highest, hn::Max(above, below));
-      hn::StoreInterleaved2(hn::Xor(above, full), hn::Xor(below, full), d, reinterpret_cast<std::uint16_t*>(pairs + m));
-    }
+  auto highest = hn::Zero(d);
+  for (std::int64_t i = stride; i < 4 * stride; i += static_cast<std::int64_t>(hn::Lanes(d))) {
+    const auto valid = hn::FirstN(d, static_cast<std::size_t>(4 * stride - i));
+    highest = hn::Max(highest, hn::IfThenElseZero(valid, hn::LoadU(d, planes + i)));
   }
-  return hn::AllTrue(d, hn::Eq(highest, full));
+  return hn::AllTrue(d, hn::Eq(hn::Max(highest, hn::Set(d, 32768)), hn::Set(d, 32768)));
 }
 
 // Which sample of a vector stands in each lane: interleaving lower and upper halves of blocks then gives
@@ -52,6 +46,26 @@ HWY_INLINE hn::Vec<ScaledTag> ScaledOrder() {
   return hn::Load(d, samples);
 }
 
+// Three planes of colours at every sample, in 1/65536, vectors in the order of ScaledOrder.
+HWY_NOINLINE inline void SpreadScaled(const std::uint16_t* planes, std::int64_t stride, SamplePositions positions,
+                                      std::int64_t n, std::int64_t out_stride, std::int32_t* out) {
+  const ScaledTag d;
+  const RealTag<PF_Pixel8> df;
+  const hn::Rebind<std::uint16_t, ScaledTag> d16;
+  const auto order = ScaledOrder();
+  for (std::int64_t k = 0; k < n; k += static_cast<std::int64_t>(hn::Lanes(d))) {
+    const auto place = PlaceAt<PF_Pixel8>(positions, k, order);  // as many lanes
+    for (std::int64_t c = 0; c < 3; ++c) {
+      const auto tap = [&](std::int64_t right) HWY_ATTR {
+        const auto columns = hn::PromoteTo(d, hn::LoadU(d16, planes + (c + 1) * stride + place.column + right));
+        return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(df, columns), place.columns));
+      };
+      const auto left = tap(0), rise = hn::Mul(place.fraction, hn::Sub(tap(1), left));
+      hn::StoreU(hn::Add(hn::ShiftLeft<16>(left), rise), d, out + c * out_stride + k);
+    }
+  }
+}
+
 // Pixels in two halves of 32 bits, in the order of ScaledOrder.
 struct HalvedPixels {
   hn::Vec<hn::RebindToUnsigned<ScaledTag>> alpha_red, green_blue;
@@ -64,96 +78,49 @@ HWY_INLINE void StorePixels(ScaledTag, const HalvedPixels& p, PF_Pixel16* to, bo
   StoreVector(hn::InterleaveUpper(d, p.alpha_red, p.green_blue), d, at + hn::Lanes(d), past_caches);
 }
 
-// Between the rows, what full exceeds the colours by is summed: both factors are then negative, colours less full and
-// weights. So weights up to 65536 fit 16 bits if they are halved, which even vertical fractions allow, or (`fine`) if
-// given constants are split off.
-//
-// `near`: both columns of all samples in a vector are among as many columns as it has lanes.
-template <bool fine, bool near>
 class ScaledSampler {
  public:
-  HWY_INLINE ScaledSampler(const RowJob<PF_Pixel16>& job, const std::uint32_t* pairs, std::uint32_t alpha)
-      : pairs_(pairs),
-        stride_(job.stride),
-        positions_(job.positions),
-        steps_(hn::Mul(ScaledOrder(), hn::Set(ScaledTag(), static_cast<std::int32_t>(job.positions.step())))),
-        weights_(fine ? Weights(job.fy - 32768, 32767 - job.fy) : Weights(job.fy / 2 - 32768, -job.fy / 2)),
+  HWY_INLINE ScaledSampler(const std::int32_t* upper, const std::int32_t* lower, std::int64_t stride, std::int64_t fy,
+                           std::uint32_t alpha)
+      : upper_(upper),
+        lower_(lower),
+        stride_(stride),
+        fy_(hn::Set(ScaledTag(), static_cast<std::int32_t>(fy))),
         alpha_(hn::Set(D(), alpha)) {}
 
   HWY_INLINE HalvedPixels operator()(std::int64_t k) const {
-    const ScaledTag d;
-    const auto position = hn::Add(hn::Set(d, static_cast<std::int32_t>(positions_.FractionAt(k))), steps_);
-    const auto columns = hn::IndicesFromVec(d, hn::ShiftRight<16>(position));
-    const auto fraction = hn::And(position, hn::Set(d, 0xFFFF));
-    const auto next = hn::IndicesFromVec(d, hn::ShiftRight<16>(hn::Add(position, hn::Set(d, near ? 65536 : 0))));
-    const auto channel = [&](std::int64_t c) HWY_ATTR {
-      const std::uint32_t* at = pairs_ + c * stride_ + positions_.ColumnAt(k);
-      const auto here = Between(at), behind = near ? here : Between(at + 1);
-      return Rounded(hn::TableLookupLanes(here, columns), hn::TableLookupLanes(behind, next), fraction);
-    };
-    const auto red = channel(0), green = channel(1), blue = channel(2);
-    const auto upper = [](auto sum)
-                           HWY_ATTR { return hn::And(hn::ShiftLeft<16 - kBits>(sum), hn::Set(D(), 0xFFFF0000u)); };
-    return {hn::Or(alpha_, upper(red)), hn::Or(hn::ShiftRight<kBits>(green), upper(blue))};
+    const auto upper_half = hn::Set(D(), 0xFFFF0000u);
+    const auto red = Rounded(k), green = Rounded(stride_ + k), blue = Rounded(2 * stride_ + k);
+    return {hn::Or(alpha_, hn::And(red, upper_half)), hn::Or(hn::ShiftRight<16>(green), hn::And(blue, upper_half))};
   }
 
  private:
   using D = hn::RebindToUnsigned<ScaledTag>;
-  using Shorts = hn::Repartition<std::int16_t, ScaledTag>;
-  using V = hn::Vec<ScaledTag>;
-  static constexpr int kBits = fine ? 16 : 15;  // of the fraction of a sum
+  using Shorts = hn::Repartition<std::uint16_t, ScaledTag>;
 
-  static HWY_INLINE hn::Vec<Shorts> Weights(std::int64_t above, std::int64_t below) {
-    return hn::BitCast(Shorts(), hn::Set(ScaledTag(), static_cast<std::int32_t>(below * 65536 + (above & 0xFFFF))));
-  }
-
-  HWY_INLINE V Between(const std::uint32_t* at) const {
+  // The value in the upper half. What the lower half of the difference adds below 1/65536 cannot matter.
+  // The one difference that does not fit is from 0 to 2^31 in the lower row: its sign is lost, and the
+  // sum with it, which is otherwise never negative.
+  HWY_INLINE hn::Vec<D> Rounded(std::int64_t at) const {
     const ScaledTag d;
-    const auto pairs = hn::BitCast(Shorts(), hn::LoadU(D(), at));
-    V rest = hn::Zero(d);
-    if constexpr (fine) rest = AddPairProducts(d, pairs, Weights(-32768, -32767), rest);
-    return AddPairProducts(d, pairs, weights_, rest);
+    const auto upper = hn::LoadU(d, upper_ + at);
+    const auto rise = hn::Sub(hn::LoadU(d, lower_ + at), upper);
+    const auto coarse = hn::Mul(hn::ShiftRight<16>(rise), fy_);
+    const auto fine = hn::BitCast(d, hn::MulHigh(hn::BitCast(Shorts(), rise), hn::BitCast(Shorts(), fy_)));
+    return hn::Add(hn::BitCast(D(), hn::Abs(hn::Add(hn::Add(upper, coarse), fine))), hn::Set(D(), 32768));
   }
 
-  // From what full exceeds both columns by, the sum and one half. The former is cut to kBits, which cannot matter.
-  // Where the one difference does not fit that is possible, 2^31, its sign is lost, and that of the sum, which is
-  // otherwise never negative.
-  static HWY_INLINE hn::Vec<D> Rounded(V left, V right, V fraction) {
-    const ScaledTag d;
-    const hn::RebindToUnsigned<Shorts> du16;
-    const auto rise = hn::Sub(left, right);
-    const auto coarse = hn::Mul(hn::ShiftRight<16>(rise), fraction);
-    const auto fine_part = hn::BitCast(d, hn::MulHigh(hn::BitCast(du16, rise), hn::BitCast(du16, fraction)));
-    const auto product = hn::Add(coarse, fine_part);
-    if constexpr (fine) {
-      const auto sum = hn::Add(hn::Sub(hn::Set(d, INT32_MIN), left), product);
-      return hn::Add(hn::BitCast(D(), hn::Abs(sum)), hn::Set(D(), 32768));
-    } else {
-      return hn::BitCast(D(), hn::Add(hn::Sub(hn::Set(d, (1 << 30) + 16384), left), product));
-    }
-  }
-
-  const std::uint32_t* pairs_;
+  const std::int32_t *upper_, *lower_;
   std::int64_t stride_;
-  SamplePositions positions_;
-  V steps_;
-  hn::Vec<Shorts> weights_;
+  hn::Vec<ScaledTag> fy_;
   hn::Vec<D> alpha_;
 };
 
-template <bool fine, bool near>
-HWY_NOINLINE void ScaledRangeOf(const RowJob<PF_Pixel16>& job, const std::uint32_t* pairs, std::uint32_t alpha,
-                                std::int64_t begin, std::int64_t end) {
-  ForGridLanes(ScaledTag(), begin, end, job, ScaledSampler<fine, near>(job, pairs, alpha));
-}
-
-inline void ScaledRange(const RowJob<PF_Pixel16>& job, const std::uint32_t* pairs, std::uint32_t alpha,
-                        std::int64_t begin, std::int64_t end) {
-  constexpr auto kRises = static_cast<std::int64_t>(hn::MaxLanes(ScaledTag())) - 1;
-  const bool near = 65535 + kRises * job.positions.step() < kRises * 65536;
-  const auto range = job.fy % 2 == 0 ? (near ? &ScaledRangeOf<false, true> : &ScaledRangeOf<false, false>)
-                                     : (near ? &ScaledRangeOf<true, true> : &ScaledRangeOf<true, false>);
-  range(job, pairs, alpha, begin, end);
+HWY_NOINLINE inline void ScaledRange(const RowJob<PF_Pixel16>& job, const std::int32_t* upper,
+                                     const std::int32_t* lower, std::int64_t stride, std::uint32_t alpha,
+                                     std::int64_t begin, std::int64_t end) {
+  const ScaledSampler sample(upper, lower, stride, job.fy, alpha);
+  ForGridLanes(ScaledTag(), begin, end, job, sample);
 }
 
 #endif  // HWY_TARGET

@@ -208,8 +208,9 @@ class StraightRow {
           PairPhases(job_, Pairs(j_), Pairs(j_ + 1), bits_u_, bits_v_, blocks);
         });
       }
-      if (const std::uint32_t* pairs = Scaled(); pairs != nullptr) {
-        return ScaledRange(job_, pairs, job_.upper[element], begin, end);
+      const std::int32_t *upper = Scaled(j_), *lower = Scaled(j_ + 1);
+      if (upper != nullptr && lower != nullptr) {
+        return ScaledRange(job_, upper, lower, cache_.spread_stride, job_.upper[element], begin, end);
       }
     }
     if constexpr (sizeof(P) == sizeof(PF_Pixel16)) RunSeparable<false>(AlphaOf(job_.upper[element]), begin, end);
@@ -248,11 +249,12 @@ class StraightRow {
     });
   }
 
-  // Of both rows; null where values are too large for it.
-  const std::uint32_t* Scaled() {
-    return Shared<std::uint32_t, false>(j_, RowForm::kScaled, [this](const HeldElement<P>*, std::uint32_t* to) {
-      const bool fits = PairWithBelow(job_.upper, job_.lower, cache_.plane_stride, window_.count, to);
-      return fits ? RowForm::kScaled : RowForm::kNone;
+  // Null where values are too large for it.
+  const std::int32_t* Scaled(std::int64_t j) {
+    return Shared<std::int32_t, false>(j, RowForm::kScaled, [this](const HeldElement<P>* held, std::int32_t* to) {
+      if (!ColoursFitScaled(held, cache_.plane_stride)) return RowForm::kNone;
+      SpreadScaled(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
+      return RowForm::kScaled;
     });
   }
 
