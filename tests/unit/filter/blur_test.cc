@@ -102,6 +102,60 @@ TEST_F(Blurs, AreTheSameAlongRowsAndColumnsAndTurned) {
   }
 }
 
+// Values above full and what a NaN carries too.
+TEST_F(Blurs, CopiesAreBitForBit) {
+  constexpr std::int32_t kBoth = PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY;
+  Random random(14);
+  for (const std::int32_t depth : kDepths) {
+    for (int variant = 0; variant < 16; ++variant) {
+      for (const float radius : {0.0f, 3.0f, 20.0f}) {
+        for (const std::int32_t only : {0, PF_BlurFlag_ALPHA_ONLY + 0, PF_BlurFlag_COLOR_ONLY + 0, kBoth}) {
+          const BlurWish wish = {(variant & 1) != 0, radius, only, (variant & 2) != 0, (variant & 4) != 0,
+                                 (variant & 8) != 0};
+          const bool all = radius == 0 || only == kBoth, turned = wish.src_columns != wish.dst_columns;
+          if (!all && only == 0) continue;
+          TestWorld src(depth, 150, 5, 4);
+          src.Fill(random, TestWorld::kRawBits);
+          const auto dst = Blurred(src, wish);
+          const std::size_t size = src.PixelSize() / 4, first = all || only == PF_BlurFlag_COLOR_ONLY ? 0 : size,
+                            count = all                              ? 4 * size
+                                    : only == PF_BlurFlag_COLOR_ONLY ? size
+                                                                     : 3 * size;
+          for (std::int32_t y = 0; y < src.height(); ++y) {
+            for (std::int32_t x = 0; x < src.width(); ++x) {
+              const std::byte *from = src.Row(y) + 4 * size * static_cast<std::size_t>(x),
+                              *to = dst->Row(turned ? x : y) + 4 * size * static_cast<std::size_t>(turned ? y : x);
+              ASSERT_EQ(std::memcmp(from + first, to + first, count), 0)
+                  << TextOf(wish) << ", depth " << depth << " " << src.PixelText(x, y) << " at " << x << ", " << y;
+            }
+          }
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Blurs, UnknownFlagsChangeNothing) {
+  constexpr std::int32_t kKnown = PF_BlurFlag_TRANSPARENT_EDGES | PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY;
+  Random random(15);
+  for (const std::int32_t depth : kDepths) {
+    TestWorld src(depth, 50, 9);
+    src.Fill(random, TestWorld::kSparse);
+    for (const bool box : {false, true}) {
+      for (const float radius : {3.0f, 20.0f}) {
+        for (std::int32_t flags = 0; flags <= kKnown; flags += PF_BlurFlag_TRANSPARENT_EDGES) {
+          BlurWish wish = {box, radius, flags};
+          const auto expected = Blurred(src, wish);
+          for (const std::int32_t more : {1, 16, ~kKnown}) {
+            wish.flags = flags | more;
+            EXPECT_TRUE(expected->SamePixels(*Blurred(src, wish))) << TextOf(wish) << ", depth " << depth;
+          }
+        }
+      }
+    }
+  }
+}
+
 TEST_F(Blurs, ASampleReachesAsFarAsTheRadius) {
   for (const float radius : {0.3f, 1.0f, 7.5f, 12.0f, 12.5f, 50.0f, 333.3f}) {
     for (const int variant : {0, 1, 2, 3}) {

@@ -63,6 +63,28 @@ TEST_F(GaussianKernel, EntriesAreRoundedWeightsOfTheDistance) {
 
 // QUIRK-47
 TEST_F(GaussianKernel, NormalizedEntriesAddUpTo255ForEach) {
+  for (const double radius : {0.0, 0.7, 2.5, 20.0}) {
+    for (const double multiplier : {1.0, 0.37, 3.0}) {
+      for (const std::int32_t one_row : {0, 1}) {
+        const std::vector<std::int32_t> plain = KernelOf(radius, one_row, multiplier),
+                                        kernel = KernelOf(radius, PF_KernelFlag_NORMALIZED | one_row, multiplier);
+        const auto r = static_cast<int>(std::ceil(radius)), rows = one_row != 0 ? 0 : r;
+        double sum = 0;
+        for (int dy = -rows; dy <= rows; ++dy) {
+          for (int dx = -r; dx <= r; ++dx) {
+            sum += PFp_GaussianValue(std::hypot(dx, dy) / (radius + 1)) * 255 * multiplier;
+          }
+        }
+        const double factor = 255 * static_cast<double>(kernel.size()) / sum;
+        for (std::size_t i = 0; i < kernel.size(); ++i) {
+          // The order of the sum may decide what is whole to within rounding.
+          const double v = plain[i] * factor;
+          EXPECT_GE(kernel[i], std::trunc(v * (1 - 1e-12))) << radius << " * " << multiplier << " at " << i;
+          EXPECT_LE(kernel[i], std::trunc(v * (1 + 1e-12))) << radius << " * " << multiplier << " at " << i;
+        }
+      }
+    }
+  }
   for (const double radius : {0.0, 2.5, 20.0}) {
     for (const std::int32_t one_row : {0, 1}) {
       const std::vector<std::int32_t> kernel = KernelOf(radius, PF_KernelFlag_NORMALIZED | one_row);
@@ -81,7 +103,9 @@ TEST_F(GaussianKernel, BadParametersWriteNothing) {
   const auto refused = [&](double radius, std::int32_t* to, std::int32_t* entries) {
     Host().reports.clear();
     EXPECT_EQ(PF_GaussianKernel(nullptr, radius, 0, 1, to, entries), 516) << radius;
-    EXPECT_EQ(Host().reports.size(), 1u);
+    ASSERT_EQ(Host().reports.size(), 1u);
+    EXPECT_EQ(Host().ReportTexts(), "bad parameter passed to effect callback\n");
+    EXPECT_EQ(Host().reports[0].identifier, Identifier(pf::Site::kGaussianKernel));
     EXPECT_EQ(diameter, 77);
     EXPECT_EQ(kernel[0], 78);
   };
