@@ -72,6 +72,8 @@ struct Mode {
   static constexpr bool kMatte = false;
   // Has Copies(s, d): where the source is copied whole.
   static constexpr bool kCopies = false;
+  // Of 8-bit pixels the formula gives what is copied, too.
+  static constexpr bool kRoundsToCopies = false;
   // Has Leaves(s, d): where the destination stays as it is, whatever it holds.
   static constexpr bool kLeaves = false;
 };

@@ -28,6 +28,7 @@ struct OverMode : Mode {
   static constexpr ModeRow kRow{PF_Xfer_Over, "PF_Xfer_Over", 1};
   static constexpr bool kRaw = true;
   static constexpr bool kCopies = true;
+  static constexpr bool kRoundsToCopies = true;
   template <class A, class R>
   static auto Copies(const Quad<R>& s, const Quad<R>& d) {
     return (s.a == A::Full()) | (d.a == R(0));

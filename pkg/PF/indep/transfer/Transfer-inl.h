@@ -154,8 +154,7 @@ class Transfer {
     const auto d = pixels_.Load(dst);
     const auto onto = pixels_.Unpack(d);
     if constexpr (Which::kLeaves) active = hn::And(active, hn::Not(Leaves(from, onto)));
-    if constexpr (Which::kCopies && std::is_same_v<P, PF_Pixel8>) {
-      // The formula rounds to the source where that is copied.
+    if constexpr (Which::kRoundsToCopies && std::is_same_v<P, PF_Pixel8>) {
       if (hn::AllTrue(D32(), hn::Eq(from.a, Splat(kFullOf<P>)))) return pixels_.Store(s, dst);
       pixels_.Store(Mixed(from, d, onto, active), dst);
     } else if constexpr (Which::kCopies) {
