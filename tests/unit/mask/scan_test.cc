@@ -81,8 +81,8 @@ TEST_F(MaskScan, TheLargestRadiiNeitherOverflowNorDrift) {
   }
 }
 
-// Beyond the border there is nothing, so a lone value is left with less than a hundredth of a step. Running sums over
-// 65535 samples make up these bells: neither their scale nor what they leave behind may make it show.
+// Beyond the border there is nothing, so a lone value is left with less than a hundredth of a step: unless the series
+// that stands for these bells is scaled otherwise at some radius, or the border repeated, it must not show.
 TEST_F(MaskScan, ALoneValueUnderTheWidestBellsIsNearlyGone) {
   TestMask src(8, 1, 1), dst(8, 1, 1);
   src.FillWith(255);
