@@ -124,9 +124,9 @@ class BlurLines {
   }
 
  private:
-  // Lines that share the lanes, where they come from, where they go, and those that follow them.
+  // Lines that share the lanes: where they come from, where they go.
   struct Lines {
-    LineGroup<T> from, to, next;
+    LineGroup<T> from, to;
   };
 
   // Calls f(begin, n) for the pieces of a line.
@@ -136,8 +136,7 @@ class BlurLines {
   }
 
   void Group(std::int64_t line) {
-    const Lines lines = {LineGroup<T>(kernels_, src_, line), LineGroup<T>(kernels_, dst_, line),
-                         LineGroup<T>(kernels_, src_, line + src_.group())};
+    const Lines lines = {LineGroup<T>(kernels_, src_, line), LineGroup<T>(kernels_, dst_, line)};
     const ScratchLines::Line memory(scratch_);
     auto* samples = reinterpret_cast<double*>(memory.data());
     if (filter_ == nullptr) {
@@ -156,7 +155,7 @@ class BlurLines {
     Pieces([&](std::int64_t i, std::int64_t n) { Begin(lines, i, n, in + kLanes * i); });
     FillMargin(samples, margin, in, transparent_);
     FillMargin(in + kLanes * length, margin, in + kLanes * (length - 1), transparent_);
-    filter_->Run(in, results, length, results + size_.results, lines.next.wanted(), lines.to.wanted());
+    filter_->Run(in, results, length, results + size_.results);
     Pieces([&](std::int64_t i, std::int64_t n) { Finish(lines, i, n, results + kLanes * i); });
   }
 
@@ -174,7 +173,7 @@ class BlurLines {
       const std::int64_t beyond = i + n + margin - length;
       double* const last = in + kLanes * (length - 1 - i);
       if (beyond > 0) FillMargin(last + kLanes, beyond, last, transparent_);
-      filter_->Run(in, results, n, results + size_.results, lines.next.wanted().From(i), lines.to.wanted().From(i));
+      filter_->Run(in, results, n, results + size_.results);
       Finish(lines, i, n, results);
     });
   }

@@ -40,8 +40,7 @@ void ClearGaps(const double* in, double* out, std::int64_t n, std::int64_t reach
 }
 
 LaneRun PieceOf(const LaneRun& run, std::int64_t begin, std::int64_t end) {
-  return {run.in + kLanes * begin, run.out + kLanes * begin,   end - begin, run.reach,
-          run.source.From(begin),  run.destination.From(begin)};
+  return {run.in + kLanes * begin, run.out + kLanes * begin, end - begin, run.reach};
 }
 
 }  // namespace
@@ -65,9 +64,8 @@ LaneFilter::LaneFilter(const LaneKernels& kernels, std::int64_t span)
       widest_range_(0),
       scale_(1 / static_cast<double>(2 * span + 1)) {}
 
-void LaneFilter::Run(const double* in, double* out, std::int64_t n, double* scratch, const Wanted& source,
-                     const Wanted& destination) const {
-  const LaneRun run = {in, out, n, reach_, source, destination};
+void LaneFilter::Run(const double* in, double* out, std::int64_t n, double* scratch) const {
+  const LaneRun run = {in, out, n, reach_};
   if (is_box_) return kernels_.box(run, scale_, scratch);
   if (!series_) return kernels_.convolve(run, weights_->values());
   if (!residues_) return kernels_.series(run, series_->terms());

@@ -32,10 +32,8 @@ class LaneFilter {
   // Doubles of scratch that a call of Run needs.
   std::int64_t scratch() const { return is_box_ ? kLanes * (2 * reach_ + 1) : 0; }
 
-  // Samples stand in `in` from -margin() to n - 1 + margin(); n results are written. Both kinds of wanted memory may
-  // begin anywhere, with a step of 0 too.
-  void Run(const double* in, double* out, std::int64_t n, double* scratch, const Wanted& source,
-           const Wanted& destination) const;
+  // Samples stand in `in` from -margin() to n - 1 + margin(); n results are written.
+  void Run(const double* in, double* out, std::int64_t n, double* scratch) const;
 
  private:
   // By the series as far as that is fine enough.

@@ -9,23 +9,12 @@ namespace pf {
 // Eight lines stand side by side: sample i of line l is lanes[8 i + l]. A line of pixels takes four of them.
 inline constexpr std::int64_t kLanes = 8;
 
-// Memory that is wanted soon: while sample x is computed, what lies at begin[..] + x * step is fetched, if x & mask is
-// 0. The computing hides the waiting for it.
-struct Wanted {
-  const std::byte* begin[2];
-  std::int64_t step, mask;
-
-  // The same from sample x on.
-  Wanted From(std::int64_t x) const { return {{begin[0] + x * step, begin[1] + x * step}, step, mask}; }
-};
-
 // Samples -(reach + 1)..n + reach of every line are there to be read; n results are written, elsewhere.
 struct LaneRun {
   const double* in;
   double* out;
   std::int64_t n;
   std::int64_t reach;
-  Wanted source, destination;
 };
 
 inline constexpr int kMaxTerms = 8;

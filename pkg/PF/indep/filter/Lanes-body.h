@@ -1,12 +1,5 @@
-// Filters of lines in lanes. This file is included inside a namespace that has Load<R>(p), Store(v, p), kLanesOf<R> and
-// Fetch(p): once for single values, once for the lanes of each vector target. R is a double, or lanes of them.
-
-inline void FetchWanted(const LaneRun& run, std::int64_t x) {
-  for (const Wanted& wanted : {run.source, run.destination}) {
-    if ((x & wanted.mask) != 0) continue;
-    for (const std::byte* begin : wanted.begin) Fetch(begin + x * wanted.step);
-  }
-}
+// Filters of lines in lanes. This file is included inside a namespace that has Load<R>(p), Store(v, p), kLanesOf<R>:
+// once for single values, once for the lanes of each vector target. R is a double, or lanes of them.
 
 // One result.
 template <class R>
@@ -52,7 +45,6 @@ void ConvolveLanes(const LaneRun& run, const double* weights, std::int64_t lane)
   double* out = run.out + lane;
   std::int64_t x = 0;
   for (; x + 4 <= run.n; x += 4) {
-    for (std::int64_t i = 0; i < 4; ++i) FetchWanted(run, x + i);
     ConvolveFour<R>(at + kLanes * x, weights, run.reach, out + kLanes * x);
   }
   for (; x < run.n; ++x) Store(Convolved<R>(at + kLanes * x, weights, run.reach), out + kLanes * x);
@@ -156,9 +148,7 @@ void SeriesLanes(const LaneRun& run, const SeriesTerms& terms, std::int64_t lane
   double* out = run.out + lane;
   std::int64_t x = 0;
   for (; x + 2 <= run.n; x += 2) {
-    FetchWanted(run, x);
     line.template Step<true>(out + kLanes * x);
-    FetchWanted(run, x + 1);
     line.template Step<false>(out + kLanes * (x + 1));
   }
   if (x < run.n) line.template Step<true>(out + kLanes * x);
@@ -180,7 +170,6 @@ void BoxLanes(const LaneRun& run, double scale, double* sums, std::int64_t lane)
     double* out = run.out + kLanes * begin + lane;
     R beginning(0);
     for (std::int64_t i = 0; i < window && begin + i < run.n; ++i) {
-      FetchWanted(run, begin + i);
       Store((Load<R>(sums + kLanes * i + lane) + beginning) * factor, out + kLanes * i);
       beginning = beginning + Load<R>(next + kLanes * i);
     }

@@ -46,15 +46,6 @@ class LineGroup {
         size_(static_cast<std::int64_t>(sizeof(T))) {}
 
   std::int64_t lines() const { return lines_; }
-  // The first and the last line; of a group beyond the last one, nothing in particular.
-  Wanted wanted() const {
-    if (lines_ <= 0) return {{plane_.base, plane_.base}, 0, INT64_MAX};
-    const std::int64_t mask = plane_.step > 16 ? 0 : 3;  // every line of the cache, more or less
-    return {{reinterpret_cast<const std::byte*>(At(0, 0)), reinterpret_cast<const std::byte*>(At(lines_ - 1, 0))},
-            plane_.step,
-            mask};
-  }
-
   // Samples begin..begin + n - 1 of the lines, to and from `lanes` on.
   void Load(std::int64_t begin, std::int64_t n, double* lanes) const {
     if (Across()) return values_.load_across(At(0, begin), plane_.step, n, lanes);

@@ -2,7 +2,6 @@
 #define HWY_TARGET_INCLUDE "filter/blur_kernels.cc"
 #include <hwy/foreach_target.h>
 //
-#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <algorithm>
@@ -33,7 +32,6 @@ HWY_INLINE R Load(const double* p) {
   return R(hn::LoadU(DD(), p));
 }
 HWY_INLINE void Store(RD v, double* p) { hn::StoreU(v.v, DD(), p); }
-HWY_INLINE void Fetch(const std::byte* p) { hwy::Prefetch(p); }
 template <class R>
 HWY_INLINE constexpr std::int64_t kLanesOf() {
   return static_cast<std::int64_t>(hn::MaxLanes(DD()));

@@ -15,7 +15,6 @@ R Load(const double* p) {
   return *p;
 }
 void Store(double v, double* p) { *p = v; }
-void Fetch(const std::byte*) {}
 template <class R>
 constexpr std::int64_t kLanesOf() {
   return 1;

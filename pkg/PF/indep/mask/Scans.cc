@@ -69,14 +69,14 @@ PF_Err BellInLanes(const Scan<T>& scan, double radius) {
   ScratchLines scratch(sizeof(double) * static_cast<std::uint64_t>(doubles), Message::kBlurMemory);
   return ForRows(scan.progress, RowReports::kNone, static_cast<std::int32_t>(src.count), [&](std::int32_t line) {
     if (line % src.group() != 0) return;
-    const LineGroup<T> from(kernels, src, line), to(kernels, dst, line), next(kernels, src, line + src.group());
+    const LineGroup<T> from(kernels, src, line), to(kernels, dst, line);
     const ScratchLines::Line memory(scratch);
     auto* before = reinterpret_cast<double*>(memory.data());
     double *samples = before + kLanes * margin, *behind = samples + kLanes * n, *results = behind + kLanes * margin;
     std::fill(before, samples, 0.0);
     std::fill(behind, results, 0.0);
     from.Load(0, n, samples);
-    filter.Run(samples, results, n, results + kLanes * n, next.wanted(), to.wanted());
+    filter.Run(samples, results, n, results + kLanes * n);
     to.Store(0, n, results);
   });
 }
