@@ -76,6 +76,10 @@ class SourceCopy {
   HandleBlock block_;
 };
 
+// Results elsewhere go past the caches when they are so large that they would not stay there: lines that are
+// overwritten whole need not be read first.
+constexpr std::int64_t kPastCaches = std::int64_t{7} << 20;
+
 // Samples of a group that stay in the nearest cache from one thing done to them to the next.
 constexpr std::int64_t kPiece = 128;
 
@@ -113,6 +117,7 @@ class BlurLines {
         src_(src),
         dst_(dst),
         transparent_(blur.Has(PF_BlurFlag_TRANSPARENT_EDGES)),
+        streams_(src.base != dst.base && src.length * src.count * 4 * std::int64_t{sizeof(T)} >= kPastCaches),
         size_(filter, src.length),
         scratch_(size_.bytes(), Message::kBlurMemory) {}
 
@@ -147,6 +152,7 @@ class BlurLines {
       });
     }
     filter_->local() ? InPieces(lines, samples) : Whole(lines, samples);
+    if (streams_) lines.to.Settle();
   }
 
   void Whole(const Lines& lines, double* samples) const {
@@ -185,7 +191,7 @@ class BlurLines {
   void Finish(const Lines& lines, std::int64_t i, std::int64_t n, double* results) const {
     if (blur_.Weighs()) kernels_.lanes.unweigh(results, n);
     const bool copies_alpha = blur_.Has(PF_BlurFlag_COLOR_ONLY), copies_colour = blur_.Has(PF_BlurFlag_ALPHA_ONLY);
-    if (!copies_alpha && !copies_colour) return lines.to.Store(i, n, results);
+    if (!copies_alpha && !copies_colour) return lines.to.Store(i, n, results, streams_);
     // Results may go onto what is copied.
     T block[kLanes * kPiece];
     lines.from.CopyOut(i, n, block);
@@ -197,7 +203,7 @@ class BlurLines {
   const BlurKernels& kernels_;
   const LaneFilter* filter_;
   const LinePlane &src_, &dst_;
-  bool transparent_;
+  bool transparent_, streams_;
   GroupScratch size_;
   ScratchLines scratch_;
 };

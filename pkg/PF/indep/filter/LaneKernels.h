@@ -52,6 +52,9 @@ struct LaneValueKernels {
   // n pixels side by side, to and from four of the lanes.
   void (*load_along)(const T* at, std::int64_t n, double* lanes);
   void (*store_along)(const double* lanes, std::int64_t n, T* at);
+  // The same past the caches, where the pixels lie so that this can be; they are there after `settle`.
+  void (*stream_along)(const double* lanes, std::int64_t n, T* at);
+  void (*settle)();
 };
 
 struct BlurKernels {

@@ -54,11 +54,14 @@ class LineGroup {
     for (std::int64_t line = 0; line < lines_; ++line) values_.load_along(At(line, begin), n, lanes + 4 * line);
   }
 
-  void Store(std::int64_t begin, std::int64_t n, const double* lanes) const {
+  // `streams`: past the caches where that can be; Settle comes after the last one.
+  void Store(std::int64_t begin, std::int64_t n, const double* lanes, bool streams = false) const {
     if (Across()) return values_.store_across(lanes, n, At(0, begin), plane_.step);
     if (!Along()) return StoreEach(begin, n, lanes);
-    for (std::int64_t line = 0; line < lines_; ++line) values_.store_along(lanes + 4 * line, n, At(line, begin));
+    const auto store = streams ? values_.stream_along : values_.store_along;
+    for (std::int64_t line = 0; line < lines_; ++line) store(lanes + 4 * line, n, At(line, begin));
   }
+  void Settle() const { values_.settle(); }
 
   // Samples as they are, to a block that is laid out like lanes.
   void CopyOut(std::int64_t begin, std::int64_t n, T* block) const {

@@ -2,6 +2,7 @@
 #define HWY_TARGET_INCLUDE "filter/blur_kernels.cc"
 #include <hwy/foreach_target.h>
 //
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include <algorithm>
@@ -118,15 +119,19 @@ HWY_INLINE hn::Vec<DD> LoadValues(const T* p) {
 }
 
 template <class T>
-HWY_INLINE void StoreValues(hn::Vec<DD> v, T* p) {
+HWY_INLINE auto ValuesOf(hn::Vec<DD> v) {
   const hn::Rebind<T, DD> d;
   if constexpr (std::is_same_v<T, float>) {
-    hn::StoreU(hn::DemoteTo(d, v), d, p);
+    return hn::DemoteTo(d, v);
   } else {
     const auto full = hn::Set(DD(), sizeof(T) == 1 ? PF_MAX_CHAN8 : PF_MAX_CHAN16);
     const auto limited = hn::Min(hn::Max(hn::Add(v, hn::Set(DD(), 0.5)), hn::Zero(DD())), full);
-    hn::StoreU(hn::DemoteTo(d, hn::DemoteTo(DI(), limited)), d, p);
+    return hn::DemoteTo(d, hn::DemoteTo(DI(), limited));
   }
+}
+template <class T>
+HWY_INLINE void StoreValues(hn::Vec<DD> v, T* p) {
+  hn::StoreU(ValuesOf<T>(v), hn::Rebind<T, DD>(), p);
 }
 
 template <class T>
@@ -168,15 +173,23 @@ void LoadAlong(const T* at, std::int64_t n, double* lanes) {
     }
   }
 }
+// Two pixels at once, with store(values, place); returns how many.
+template <class T, class F>
+HWY_INLINE std::int64_t StorePairs(const double* lanes, std::int64_t n, T* at, const F& store) {
+  const hn::Half<DD> half;
+  std::int64_t i = 0;
+  for (; i + 2 <= n; i += 2) {
+    const auto first = hn::LoadU(half, lanes + kLanes * i), second = hn::LoadU(half, lanes + kLanes * (i + 1));
+    store(hn::Combine(DD(), second, first), at + 4 * i);
+  }
+  return i;
+}
+
 template <class T>
 void StoreAlong(const double* lanes, std::int64_t n, T* at) {
   std::int64_t i = 0;
   if constexpr (kStep == 8) {
-    const hn::Half<DD> half;
-    for (; i + 2 <= n; i += 2) {
-      StoreValues(hn::Combine(DD(), hn::LoadU(half, lanes + kLanes * (i + 1)), hn::LoadU(half, lanes + kLanes * i)),
-                  at + 4 * i);
-    }
+    i = StorePairs(lanes, n, at, [](auto v, T* p) HWY_ATTR { StoreValues(v, p); });
     for (; i < n; ++i) kPortableBlurKernels.Of<T>().store_along(lanes + kLanes * i, 1, at + 4 * i);
   } else {
     for (; i < n; ++i) {
@@ -188,7 +201,22 @@ void StoreAlong(const double* lanes, std::int64_t n, T* at) {
 }
 
 template <class T>
-constexpr LaneValueKernels<T> kValues = {&LoadAcross<T>, &StoreAcross<T>, &LoadAlong<T>, &StoreAlong<T>};
+void StreamAlong(const double* lanes, std::int64_t n, T* at) {
+  if constexpr (kStep == 8 && sizeof(T) > 1) {
+    if (reinterpret_cast<std::uintptr_t>(at) % (8 * sizeof(T)) == 0) {
+      const std::int64_t done =
+          StorePairs(lanes, n, at, [](auto v, T* p) HWY_ATTR { hn::Stream(ValuesOf<T>(v), hn::Rebind<T, DD>(), p); });
+      return StoreAlong(lanes + kLanes * done, n - done, at + 4 * done);
+    }
+  }
+  StoreAlong(lanes, n, at);
+}
+
+void Settle() { hwy::FlushStream(); }
+
+template <class T>
+constexpr LaneValueKernels<T> kValues = {&LoadAcross<T>, &StoreAcross<T>, &LoadAlong<T>,
+                                         &StoreAlong<T>, &StreamAlong<T>, &Settle};
 
 constexpr BlurKernels kKernels = {{&Convolve<RD>, &Series<RD>, &Box<RD>, &Peaks, &Weigh, &Unweigh},
                                   kValues<std::uint8_t>,

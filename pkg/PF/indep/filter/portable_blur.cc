@@ -78,8 +78,11 @@ void StoreAlong(const double* lanes, std::int64_t n, T* at) {
     std::transform(lanes + kLanes * i, lanes + kLanes * i + 4, at + 4 * i, &Rounded<T>);
 }
 
+void Settle() {}
+
 template <class T>
-constexpr LaneValueKernels<T> kValues = {&LoadAcross<T>, &StoreAcross<T>, &LoadAlong<T>, &StoreAlong<T>};
+constexpr LaneValueKernels<T> kValues = {&LoadAcross<T>, &StoreAcross<T>, &LoadAlong<T>,
+                                         &StoreAlong<T>, &StoreAlong<T>,  &Settle};
 
 }  // namespace
 
