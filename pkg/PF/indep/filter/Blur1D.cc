@@ -81,9 +81,9 @@ class SourceCopy {
 constexpr std::int64_t kPastCaches = std::int64_t{7} << 20;
 
 // Samples of a group that stay in the nearest cache from one thing done to them to the next.
-constexpr std::int64_t kPiece = 128;
+constexpr std::int64_t kPiece = 64;
 
-// Memory for one group, in doubles: samples with their margins, results, what the filter needs.
+// Memory in doubles: for each group samples with their margins and results, then what the filter needs.
 struct GroupScratch {
   std::int64_t samples, results, sums;
 
@@ -94,7 +94,10 @@ struct GroupScratch {
     results = kLanes * n;
     sums = filter != nullptr ? filter->scratch() : 0;
   }
-  std::uint64_t bytes() const { return sizeof(double) * static_cast<std::uint64_t>(samples + results + sums); }
+  std::int64_t group() const { return samples + results; }
+  std::uint64_t bytes(std::int64_t groups) const {
+    return sizeof(double) * static_cast<std::uint64_t>(groups * group() + sums);
+  }
 };
 
 // n samples of eight lines beyond one of their ends: the last one again, or nothing.
@@ -118,21 +121,36 @@ class BlurLines {
         dst_(dst),
         transparent_(blur.Has(PF_BlurFlag_TRANSPARENT_EDGES)),
         streams_(src.base != dst.base && src.length * src.count * 4 * std::int64_t{sizeof(T)} >= kPastCaches),
+        tile_(TileOf(blur, filter, src, dst)),
         size_(filter, src.length),
-        scratch_(size_.bytes(), Message::kBlurMemory) {}
+        scratch_(size_.bytes(tile_), Message::kBlurMemory) {}
 
   PF_Err Run() {
     return ForRows(blur_.progress, RowReports::kProgress, static_cast<std::int32_t>(src_.count),
                    [&](std::int32_t line) {
-                     if (line % src_.group() == 0) Group(line);
+                     const std::int64_t tile = tile_ * src_.group();
+                     if (line % tile != 0) return;
+                     if (line + tile <= src_.count) return Groups(line, tile_);
+                     for (std::int64_t l = line; l < src_.count; l += src_.group()) Groups(l, 1);
                    });
   }
 
  private:
-  // Lines that share the lanes: where they come from, where they go.
+  // Lines that share the lanes, and as many groups of them beside: where they come from, where they go.
   struct Lines {
     LineGroup<T> from, to;
+    std::int64_t groups;
   };
+
+  // Columns share lines of the cache: as many groups as fill one, but for what has to stay in the second cache.
+  static std::int64_t TileOf(const WorldBlur& blur, const LaneFilter* filter, const LinePlane& src,
+                             const LinePlane& dst) {
+    const bool plain = filter != nullptr && !blur.Has(PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY) &&
+                       src.Across(sizeof(T)) && dst.Across(sizeof(T));
+    if (!plain) return 1;
+    constexpr std::int64_t kOfLine = 64 / (kLanes * static_cast<std::int64_t>(sizeof(T)));
+    return std::min<std::int64_t>(kOfLine, filter->local() ? 4 : 2);
+  }
 
   // Calls f(begin, n) for the pieces of a line.
   template <class F>
@@ -140,8 +158,8 @@ class BlurLines {
     for (std::int64_t i = 0; i < src_.length; i += kPiece) f(i, std::min(kPiece, src_.length - i));
   }
 
-  void Group(std::int64_t line) {
-    const Lines lines = {LineGroup<T>(kernels_, src_, line), LineGroup<T>(kernels_, dst_, line)};
+  void Groups(std::int64_t line, std::int64_t groups) {
+    const Lines lines = {LineGroup<T>(kernels_, src_, line), LineGroup<T>(kernels_, dst_, line), groups};
     const ScratchLines::Line memory(scratch_);
     auto* samples = reinterpret_cast<double*>(memory.data());
     if (filter_ == nullptr) {
@@ -155,43 +173,55 @@ class BlurLines {
     if (streams_) lines.to.Settle();
   }
 
+  // Calls f(samples) for each group.
+  template <class F>
+  void Each(const Lines& lines, double* samples, const F& f) const {
+    for (std::int64_t g = 0; g < lines.groups; ++g) f(samples + g * size_.group());
+  }
+  double* Sums(double* samples) const { return samples + tile_ * size_.group(); }
+
   void Whole(const Lines& lines, double* samples) const {
     const std::int64_t length = src_.length, margin = filter_->margin();
-    double *in = samples + kLanes * margin, *results = samples + size_.samples;
-    Pieces([&](std::int64_t i, std::int64_t n) { Begin(lines, i, n, in + kLanes * i); });
-    FillMargin(samples, margin, in, transparent_);
-    FillMargin(in + kLanes * length, margin, in + kLanes * (length - 1), transparent_);
-    filter_->Run(in, results, length, results + size_.results);
-    Pieces([&](std::int64_t i, std::int64_t n) { Finish(lines, i, n, results + kLanes * i); });
+    double* const first = samples + kLanes * margin;
+    Pieces([&](std::int64_t i, std::int64_t n) { Begin(lines, i, n, first + kLanes * i); });
+    Each(lines, first, [&](double* in) {
+      FillMargin(in - kLanes * margin, margin, in, transparent_);
+      FillMargin(in + kLanes * length, margin, in + kLanes * (length - 1), transparent_);
+      filter_->Run(in, in - kLanes * margin + size_.samples, length, Sums(samples));
+    });
+    Pieces([&](std::int64_t i, std::int64_t n) { Finish(lines, i, n, samples + size_.samples + kLanes * i); });
   }
 
   // What is in reach of a piece moves up to the next one.
   void InPieces(const Lines& lines, double* samples) const {
     const std::int64_t length = src_.length, margin = filter_->margin();
-    double *in = samples + kLanes * margin, *results = samples + size_.samples;
+    double* const first = samples + kLanes * margin;
     std::int64_t begun = 0;
     Pieces([&](std::int64_t i, std::int64_t n) {
-      if (i > 0) std::copy_n(samples + kLanes * kPiece, 2 * kLanes * margin, samples);
-      const std::int64_t end = std::min(i + kPiece + margin, length);
-      Begin(lines, begun, end - begun, in + kLanes * (begun - i));
+      if (i > 0) {
+        Each(lines, samples, [&](double* to) { std::copy_n(to + kLanes * kPiece, 2 * kLanes * margin, to); });
+      }
+      const std::int64_t end = std::min(i + kPiece + margin, length), beyond = i + n + margin - length;
+      Begin(lines, begun, end - begun, first + kLanes * (begun - i));
       begun = end;
-      if (i == 0) FillMargin(samples, margin, in, transparent_);
-      const std::int64_t beyond = i + n + margin - length;
-      double* const last = in + kLanes * (length - 1 - i);
-      if (beyond > 0) FillMargin(last + kLanes, beyond, last, transparent_);
-      filter_->Run(in, results, n, results + size_.results);
-      Finish(lines, i, n, results);
+      Each(lines, first, [&](double* in) {
+        if (i == 0) FillMargin(in - kLanes * margin, margin, in, transparent_);
+        double* const last = in + kLanes * (length - 1 - i);
+        if (beyond > 0) FillMargin(last + kLanes, beyond, last, transparent_);
+        filter_->Run(in, in - kLanes * margin + size_.samples, n, Sums(samples));
+      });
+      Finish(lines, i, n, samples + size_.samples);
     });
   }
 
   void Begin(const Lines& lines, std::int64_t i, std::int64_t n, double* samples) const {
-    lines.from.Load(i, n, samples);
-    if (blur_.Weighs()) kernels_.lanes.weigh(samples, n);
+    lines.from.Load(i, n, samples, {lines.groups, size_.group()});
+    if (blur_.Weighs()) Each(lines, samples, [&](double* group) { kernels_.lanes.weigh(group, n); });
   }
   void Finish(const Lines& lines, std::int64_t i, std::int64_t n, double* results) const {
-    if (blur_.Weighs()) kernels_.lanes.unweigh(results, n);
+    if (blur_.Weighs()) Each(lines, results, [&](double* group) { kernels_.lanes.unweigh(group, n); });
     const bool copies_alpha = blur_.Has(PF_BlurFlag_COLOR_ONLY), copies_colour = blur_.Has(PF_BlurFlag_ALPHA_ONLY);
-    if (!copies_alpha && !copies_colour) return lines.to.Store(i, n, results, streams_);
+    if (!copies_alpha && !copies_colour) return lines.to.Store(i, n, results, streams_, {lines.groups, size_.group()});
     // Results may go onto what is copied.
     T block[kLanes * kPiece];
     lines.from.CopyOut(i, n, block);
@@ -204,6 +234,7 @@ class BlurLines {
   const LaneFilter* filter_;
   const LinePlane &src_, &dst_;
   bool transparent_, streams_;
+  std::int64_t tile_;
   GroupScratch size_;
   ScratchLines scratch_;
 };

@@ -43,12 +43,18 @@ struct LaneKernels {
   void (*unweigh)(double* lanes, std::int64_t n);
 };
 
+// Groups of lanes that are loaded and stored together.
+struct Beside {
+  std::int64_t groups = 1, apart = 0;
+};
+
 // Between values of type T and lanes. Integers are rounded, halves up, and limited to 0..full.
 template <class T>
 struct LaneValueKernels {
-  // Eight values side by side at each of n places, `step` bytes apart.
-  void (*load_across)(const T* at, std::int64_t step, std::int64_t n, double* lanes);
-  void (*store_across)(const double* lanes, std::int64_t n, T* at, std::int64_t step);
+  // Eight values side by side at each of n places, `step` bytes apart; and those beside them, to and from lanes that
+  // are `apart` doubles away, for as many groups of eight.
+  void (*load_across)(const T* at, std::int64_t step, std::int64_t n, double* lanes, Beside beside);
+  void (*store_across)(const double* lanes, std::int64_t n, T* at, std::int64_t step, Beside beside);
   // n pixels side by side, to and from four of the lanes.
   void (*load_along)(const T* at, std::int64_t n, double* lanes);
   void (*store_along)(const double* lanes, std::int64_t n, T* at);

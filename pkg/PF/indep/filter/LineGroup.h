@@ -28,6 +28,8 @@ struct LinePlane {
   }
   // Lines that share the lanes.
   std::int64_t group() const { return kLanes / channels; }
+  // Whether lines stand side by side, values of `value_size` bytes.
+  bool Across(std::int64_t value_size) const { return pitch == channels * value_size; }
   template <class T>
   T* At(std::int64_t line, std::int64_t i) const {
     return reinterpret_cast<T*>(base + line * pitch + i * step);
@@ -47,16 +49,17 @@ class LineGroup {
 
   std::int64_t lines() const { return lines_; }
   // Samples begin..begin + n - 1 of the lines, to and from `lanes` on.
-  void Load(std::int64_t begin, std::int64_t n, double* lanes) const {
-    if (Across()) return values_.load_across(At(0, begin), plane_.step, n, lanes);
+  // Groups beside this one only where lines stand side by side.
+  void Load(std::int64_t begin, std::int64_t n, double* lanes, Beside beside = {}) const {
+    if (Across()) return values_.load_across(At(0, begin), plane_.step, n, lanes, beside);
     if (!Along()) return LoadEach(begin, n, lanes);
     if (lines_ < plane_.group()) std::fill_n(lanes, kLanes * n, 0.0);
     for (std::int64_t line = 0; line < lines_; ++line) values_.load_along(At(line, begin), n, lanes + 4 * line);
   }
 
   // `streams`: past the caches where that can be; Settle comes after the last one.
-  void Store(std::int64_t begin, std::int64_t n, const double* lanes, bool streams = false) const {
-    if (Across()) return values_.store_across(lanes, n, At(0, begin), plane_.step);
+  void Store(std::int64_t begin, std::int64_t n, const double* lanes, bool streams = false, Beside beside = {}) const {
+    if (Across()) return values_.store_across(lanes, n, At(0, begin), plane_.step, beside);
     if (!Along()) return StoreEach(begin, n, lanes);
     const auto store = streams ? values_.stream_along : values_.store_along;
     for (std::int64_t line = 0; line < lines_; ++line) store(lanes + 4 * line, n, At(line, begin));
@@ -75,7 +78,7 @@ class LineGroup {
 
  private:
   T* At(std::int64_t line, std::int64_t i) const { return plane_.template At<T>(first_ + line, i); }
-  bool Across() const { return lines_ == plane_.group() && plane_.pitch == plane_.channels * size_; }
+  bool Across() const { return lines_ == plane_.group() && plane_.Across(size_); }
   bool Along() const { return plane_.channels == 4 && plane_.step == 4 * size_; }
 
   // Values that do not stand as in lanes, by way of a block of them that do. Calls f(sample in the block, sample of the
@@ -100,14 +103,14 @@ class LineGroup {
       const std::int64_t count = std::min(kBlock, n - i);
       if (plane_.channels == 1) ForSamples(begin + i, count, block, [](T* to, const T* from) { CopyValue(from, to); });
       if (plane_.channels == 4) ForSamples(begin + i, count, block, [](T* to, const T* from) { CopyPixel(from, to); });
-      values_.load_across(block, kLanes * size_, count, lanes + kLanes * i);
+      values_.load_across(block, kLanes * size_, count, lanes + kLanes * i, {});
     }
   }
   void StoreEach(std::int64_t begin, std::int64_t n, const double* lanes) const {
     T block[kBlock * kLanes];
     for (std::int64_t i = 0; i < n; i += kBlock) {
       const std::int64_t count = std::min(kBlock, n - i);
-      values_.store_across(lanes + kLanes * i, count, block, kLanes * size_);
+      values_.store_across(lanes + kLanes * i, count, block, kLanes * size_, {});
       if (plane_.channels == 1) ForSamples(begin + i, count, block, [](const T* from, T* to) { CopyValue(from, to); });
       if (plane_.channels == 4) ForSamples(begin + i, count, block, [](const T* from, T* to) { CopyPixel(from, to); });
     }

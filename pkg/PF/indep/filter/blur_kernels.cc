@@ -135,20 +135,24 @@ HWY_INLINE void StoreValues(hn::Vec<DD> v, T* p) {
 }
 
 template <class T>
-void LoadAcross(const T* at, std::int64_t step, std::int64_t n, double* lanes) {
+void LoadAcross(const T* at, std::int64_t step, std::int64_t n, double* lanes, Beside beside) {
   for (std::int64_t i = 0; i < n; ++i) {
     const T* from = reinterpret_cast<const T*>(reinterpret_cast<const std::byte*>(at) + step * i);
-    for (std::int64_t lane = 0; lane < kLanes; lane += kStep) {
-      hn::StoreU(LoadValues(from + lane), DD(), lanes + kLanes * i + lane);
+    double* to = lanes + kLanes * i;
+    for (std::int64_t g = 0; g < beside.groups; ++g, from += kLanes, to += beside.apart) {
+      for (std::int64_t lane = 0; lane < kLanes; lane += kStep) hn::StoreU(LoadValues(from + lane), DD(), to + lane);
     }
   }
 }
 template <class T>
-void StoreAcross(const double* lanes, std::int64_t n, T* at, std::int64_t step) {
+void StoreAcross(const double* lanes, std::int64_t n, T* at, std::int64_t step, Beside beside) {
   for (std::int64_t i = 0; i < n; ++i) {
     T* to = reinterpret_cast<T*>(reinterpret_cast<std::byte*>(at) + step * i);
-    for (std::int64_t lane = 0; lane < kLanes; lane += kStep) {
-      StoreValues(hn::LoadU(DD(), lanes + kLanes * i + lane), to + lane);
+    const double* from = lanes + kLanes * i;
+    for (std::int64_t g = 0; g < beside.groups; ++g, to += kLanes, from += beside.apart) {
+      for (std::int64_t lane = 0; lane < kLanes; lane += kStep) {
+        StoreValues(hn::LoadU(DD(), from + lane), to + lane);
+      }
     }
   }
 }

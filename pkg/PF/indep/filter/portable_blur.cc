@@ -60,13 +60,21 @@ T* Moved(T* at, std::int64_t bytes) {
 }
 
 template <class T>
-void LoadAcross(const T* at, std::int64_t step, std::int64_t n, double* lanes) {
-  for (std::int64_t i = 0; i < n; ++i) std::copy_n(Moved(at, step * i), kLanes, lanes + kLanes * i);
+void LoadAcross(const T* at, std::int64_t step, std::int64_t n, double* lanes, Beside beside) {
+  for (std::int64_t i = 0; i < n; ++i) {
+    for (std::int64_t g = 0; g < beside.groups; ++g) {
+      std::copy_n(Moved(at, step * i) + kLanes * g, kLanes, lanes + beside.apart * g + kLanes * i);
+    }
+  }
 }
 template <class T>
-void StoreAcross(const double* lanes, std::int64_t n, T* at, std::int64_t step) {
-  for (std::int64_t i = 0; i < n; ++i)
-    std::transform(lanes + kLanes * i, lanes + kLanes * (i + 1), Moved(at, step * i), &Rounded<T>);
+void StoreAcross(const double* lanes, std::int64_t n, T* at, std::int64_t step, Beside beside) {
+  for (std::int64_t i = 0; i < n; ++i) {
+    for (std::int64_t g = 0; g < beside.groups; ++g) {
+      const double* from = lanes + beside.apart * g + kLanes * i;
+      std::transform(from, from + kLanes, Moved(at, step * i) + kLanes * g, &Rounded<T>);
+    }
+  }
 }
 template <class T>
 void LoadAlong(const T* at, std::int64_t n, double* lanes) {
