@@ -60,6 +60,7 @@ struct Trial {
       if (kind == 2 || (kind == 3 && random() % 8 != 0)) s[i].alpha = kFull<P>;
       if (kind == 4 || (kind == 5 && i % 8 < 4)) s[i].alpha = 0;
       m[i] = kind <= 1 && random() % 4 == 0 ? RawPixel<P>(random).red : EdgeOrAny<P>(random);
+      if (sizeof(m[i]) == 2) m[i] = std::min(m[i], kFull<P>);
     }
     const auto opacity = random() % 3 == 0 ? EdgeOrAny<P>(random) : kFull<P>;
     job = {s, d, random() % 2 == 0 ? m : nullptr, opacity, random() % 2 == 0, n};

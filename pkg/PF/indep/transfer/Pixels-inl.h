@@ -125,8 +125,7 @@ struct Pixels<PF_Pixel16> {
   }
 
   HWY_INLINE static V32 Scaled(V32 v, V32 opacity) {
-    const V32 product = hn::ShiftRight<15>(hn::Add(hn::Mul(v, opacity), hn::Set(D32(), 16383)));
-    return hn::Min(product, hn::Set(D32(), 65535));
+    return hn::ShiftRight<15>(hn::Add(hn::Mul(v, opacity), hn::Set(D32(), 16383)));
   }
 
   using Indices = decltype(hn::SetTableIndices(D32(), static_cast<const std::int32_t*>(nullptr)));

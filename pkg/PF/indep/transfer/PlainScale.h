@@ -14,9 +14,9 @@ namespace pf {
 constexpr std::uint8_t ScaledBy(std::uint8_t v, std::uint8_t opacity) {
   return opacity == PF_MAX_CHAN8 ? v : MulDiv255(v, opacity);
 }
-// Values above full are scaled too; what leaves 16 bits is limited to them.
+// Values above full are scaled too; an opacity above full counts as full.
 constexpr std::uint16_t ScaledBy(std::uint16_t v, std::uint16_t opacity) {
-  return static_cast<std::uint16_t>(std::min<std::uint32_t>(DivideBy32768(std::uint32_t{v} * opacity), 65535));
+  return static_cast<std::uint16_t>(DivideBy32768(v * std::min<std::uint32_t>(opacity, PF_MAX_CHAN16)));
 }
 // What is not a number gets one form, as its bits would depend on the order of the factors.
 constexpr float ScaledBy(float v, float opacity) {

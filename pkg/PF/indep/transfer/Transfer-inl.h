@@ -140,8 +140,7 @@ class Transfer {
     auto s = pixels_.Load(src);
     auto from = pixels_.Unpack(s);
     if (scales_ || mask != nullptr) {
-      if (scales_) Scale(from, opacity_);
-      if (mask != nullptr) Scale(from, pixels_.LoadValues(mask));
+      ScaleBoth(from, mask);
       s = Which::kScalesColour ? pixels_.Pack(from) : pixels_.WithAlpha(s, from.a);
     }
     M32 active = IsNotZero(from.a);
@@ -178,6 +177,19 @@ class Transfer {
   // Not hn::Ne, which is false for what is not a number.
   HWY_INLINE static M32 IsNotZero(VF v) { return hn::Not(hn::RebindMask(D32(), hn::Eq(v, hn::Zero(DF())))); }
 
+  // A product of numbers that is a number is what both steps give, one by one.
+  HWY_INLINE void ScaleBoth(Channels<Value>& c, const ChannelOf<P>* mask) const {
+    if constexpr (kIsFloat<P> && !Which::kScalesColour) {
+      const VF once = hn::Mul(c.a, opacity_),
+               product = mask != nullptr ? hn::Mul(once, pixels_.LoadValues(mask)) : once;
+      if (hn::AllTrue(DF(), hn::Eq(product, product))) {
+        c.a = product;
+        return;
+      }
+    }
+    if (scales_) Scale(c, opacity_);
+    if (mask != nullptr) Scale(c, pixels_.LoadValues(mask));
+  }
   HWY_INLINE static void Scale(Channels<Value>& c, Value opacity) {
     c.a = Lane::Scaled(c.a, opacity);
     if constexpr (Which::kScalesColour) {

@@ -33,7 +33,7 @@ struct TransferTraits {
 const TransferTraits& TraitsOf(std::int32_t mode);
 
 // n pixels of a depth onto n of the same depth. `mask` holds n values of the depth, or is null; the opacity scales
-// first, then the mask. `src` and `dst` are the same address or do not overlap.
+// first, then the mask. Neither is above full at 16 bits. `src` and `dst` are the same address or do not overlap.
 template <class P>
 struct TransferJob {
   const P* src;
