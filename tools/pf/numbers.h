@@ -8,6 +8,9 @@
 
 namespace pftool {
 
+/// The largest radius of a blur, in pixels.
+inline constexpr double kLargestRadius = 32767;
+
 /// A size in pixels. In "800x" and "x600" the missing side is 0 and follows the picture's aspect.
 struct SizeText {
   int width = 0, height = 0;

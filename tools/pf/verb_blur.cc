@@ -23,8 +23,6 @@ struct BlurOptions {
   bool transparent() const { return edges == "transparent"; }
 };
 
-constexpr double kLargestRadius = 32767;
-
 /// One direction of a blur.
 struct Pass {
   float radius;

@@ -43,7 +43,6 @@ ExitCode ForEachMask(const char* verb, const EditOptions& options, const CommonO
 }
 
 constexpr double kMostFade = 1;
-constexpr double kLargestRadius = 32767;
 
 Action SetupInvert(CLI::App& app) {
   const auto options = AddEditOptions(app);

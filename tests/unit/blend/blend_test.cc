@@ -9,6 +9,7 @@
 #include "PF/PF_Lifecycle.h"
 #include "reference/Blend.h"
 #include "report/Sites.h"
+#include "support/LibraryTest.h"
 #include "support/TestHost.h"
 #include "support/Worlds.h"
 #include "unit/world/Support.h"
@@ -24,15 +25,7 @@ using BlendFunction = decltype(&PF_Blend);
 
 constexpr BlendFunction kBlends[] = {PF_Blend, PF_Blend_Premul, PF_Blend_Straight};
 
-class Blends : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-    Host().reports.clear();
-  }
-  void TearDown() override { EXPECT_EQ(PF_Death(), 0); }
-};
+class Blends : public pftest::LibraryTest {};
 
 void FillExpected(TestWorld& out, bool straight, const TestWorld& first, const TestWorld& second, std::int32_t ratio) {
   pf::DispatchDepth(

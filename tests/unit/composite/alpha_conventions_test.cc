@@ -8,6 +8,7 @@
 #include "reference/Conversion.h"
 #include "report/Sites.h"
 #include "support/ForeignWorld.h"
+#include "support/LibraryTest.h"
 #include "support/TestHost.h"
 #include "support/Worlds.h"
 
@@ -17,15 +18,7 @@ using pftest::Host;
 using pftest::Random;
 using pftest::TestWorld;
 
-class AlphaConventions : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-    Host().reports.clear();
-  }
-  void TearDown() override { EXPECT_EQ(PF_Death(), 0); }
-};
+class AlphaConventions : public pftest::LibraryTest {};
 
 constexpr int kRoutines = 4;
 

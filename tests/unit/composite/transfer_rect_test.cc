@@ -8,6 +8,7 @@
 #include "PF/PF.h"
 #include "pixel/ConvertDepth.h"
 #include "report/Sites.h"
+#include "support/LibraryTest.h"
 #include "support/LightTables.h"
 #include "support/TestHost.h"
 #include "support/TestMask.h"
@@ -23,15 +24,7 @@ using pftest::Random;
 using pftest::TestMask;
 using pftest::TestWorld;
 
-class Compositing : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-    Host().reports.clear();
-  }
-  void TearDown() override { EXPECT_EQ(PF_Death(), 0); }
-};
+class Compositing : public pftest::LibraryTest {};
 
 bool IsMatte(std::int32_t mode) { return mode == -2 || mode == 17 || mode == 18; }
 

@@ -10,6 +10,7 @@
 #include "PF/PF_Worlds.h"
 #include "report/Sites.h"
 #include "support/ForeignWorld.h"
+#include "support/LibraryTest.h"
 #include "support/TestHost.h"
 #include "support/Worlds.h"
 
@@ -23,15 +24,7 @@ using CopyFunction = decltype(&PF_CopyBits_Draft);
 constexpr CopyFunction kCopies[] = {PF_CopyBits_Draft, PF_CopyBits_HQ_Straight, PF_CopyBits_HQ_Premul,
                                     PF_CopyBits3_LO_Straight};
 
-class Copies : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-    Host().reports.clear();
-  }
-  void TearDown() override { EXPECT_EQ(PF_Death(), 0); }
-};
+class Copies : public pftest::LibraryTest {};
 
 TEST_F(Copies, WorldsThatCannotBeCopiedAreReportedOnceAndLeftAlone) {
   TestWorld src(8, 4, 4), dst(8, 4, 4), deep(16, 8, 8);

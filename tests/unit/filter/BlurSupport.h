@@ -12,22 +12,12 @@
 #include "PF/PF_Lifecycle.h"
 #include "PF/PF_Worlds.h"
 #include "reference/Blur.h"
+#include "support/LibraryTest.h"
 #include "support/TestHost.h"
 
 namespace pftest {
 
-class Blurs : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-    Host().reports.clear();
-  }
-  void TearDown() override {
-    EXPECT_EQ(PF_Death(), 0);
-    EXPECT_EQ(PFp_LiveWorldCount(), 0);
-  }
-};
+class Blurs : public pftest::LibraryTest {};
 
 // A new world with what the blur makes of `src`.
 inline std::unique_ptr<TestWorld> Blurred(TestWorld& src, const BlurWish& wish) {

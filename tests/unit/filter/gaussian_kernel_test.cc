@@ -9,21 +9,14 @@
 #include "PF/PF_Filters.h"
 #include "PF/PF_Lifecycle.h"
 #include "report/Sites.h"
+#include "support/LibraryTest.h"
 #include "support/TestHost.h"
 
 namespace {
 
 using pftest::Host;
 
-class GaussianKernel : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-    Host().reports.clear();
-  }
-  void TearDown() override { EXPECT_EQ(PF_Death(), 0); }
-};
+class GaussianKernel : public pftest::LibraryTest {};
 
 std::vector<std::int32_t> KernelOf(double radius, std::int32_t flags, double multiplier = 1) {
   const auto d = static_cast<std::size_t>(2 * std::ceil(radius) + 1);

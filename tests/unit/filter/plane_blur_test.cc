@@ -10,6 +10,7 @@
 #include "PF/PF.h"
 #include "filter/BoxDivider.h"
 #include "filter/PlaneKernels.h"
+#include "support/LibraryTest.h"
 #include "support/Targets.h"
 #include "support/TestHost.h"
 #include "support/Worlds.h"
@@ -167,14 +168,7 @@ TEST(PlaneKernels, EveryTargetGivesThePortableBits) {
 // \name Worlds
 // @{
 
-class PlaneBlur : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-  }
-  void TearDown() override { EXPECT_EQ(PF_Death(), 0); }
-};
+class PlaneBlur : public pftest::LibraryTest {};
 
 struct Settings {
   bool box;

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "reference/Conversion.h"
+#include "support/LibraryTest.h"
 #include "support/TestHost.h"
 #include "support/TestMask.h"
 
@@ -114,17 +115,7 @@ TEST(FloatChannels, BlendsAreExactAtTheEnds) {
   EXPECT_EQ(pixels[0].alpha, -3e38f) << "though the difference is infinite";
 }
 
-class ConvertDeep : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-  }
-  void TearDown() override {
-    Host().Reset();
-    EXPECT_EQ(PF_Death(), 0);
-  }
-};
+class ConvertDeep : public pftest::LibraryTest {};
 
 TEST_F(ConvertDeep, ConvertsTheRectangleInBothAndNothingElse) {
   for (std::uint64_t seed = 0; seed < 300; ++seed) {

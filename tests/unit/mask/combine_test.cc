@@ -7,6 +7,7 @@
 
 #include "mask/MaskCombineKernels.h"
 #include "reference/MaskCombining.h"
+#include "support/LibraryTest.h"
 #include "support/Targets.h"
 #include "support/TestHost.h"
 
@@ -22,17 +23,7 @@ using pftest::TestMask;
 constexpr std::int32_t kDepths[] = {8, 16, 32};
 constexpr std::int32_t kModes = PF_MaskMode_COUNT;
 
-class MaskCombination : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-  }
-  void TearDown() override {
-    Host().Reset();
-    EXPECT_EQ(PF_Death(), 0);
-  }
-};
+class MaskCombination : public pftest::LibraryTest {};
 
 std::int32_t AnySize(Random& random) { return static_cast<std::int32_t>(Between(random, 1, 90)); }
 

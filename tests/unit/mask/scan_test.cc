@@ -4,6 +4,7 @@
 
 #include "filter/Bell.h"
 #include "reference/MaskScans.h"
+#include "support/LibraryTest.h"
 #include "support/TestHost.h"
 
 namespace {
@@ -24,17 +25,7 @@ constexpr Kind kKinds[] = {{"bell", &PF_GBlurUnoScan, 8, false},
                            {"box", &PF_BoxBlurUnoScan, 8, true},
                            {"deep box", &PF_BoxBlurDeepUnoScan, 16, true}};
 
-class MaskScan : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-  }
-  void TearDown() override {
-    Host().Reset();
-    EXPECT_EQ(PF_Death(), 0);
-  }
-};
+class MaskScan : public pftest::LibraryTest {};
 
 // Above it a series stands for the bell, and results may be off by one.
 constexpr float kLargestSummed = 12;

@@ -10,6 +10,7 @@
 #include "paint/PaintKernels.h"
 #include "reference/Paint.h"
 #include "report/Sites.h"
+#include "support/LibraryTest.h"
 #include "support/Targets.h"
 #include "support/TestHost.h"
 #include "support/Worlds.h"
@@ -42,15 +43,7 @@ struct Mask {
   GuardedMemory memory;
 };
 
-class Spots : public testing::Test {
- protected:
-  void SetUp() override {
-    Host().Reset();
-    ASSERT_EQ(PF_Birth(), 0);
-    Host().reports.clear();
-  }
-  void TearDown() override { EXPECT_EQ(PF_Death(), 0); }
-};
+class Spots : public pftest::LibraryTest {};
 
 // QUIRK-30, QUIRK-32: rows that are cut off at the top, and those that this moves beyond the height, among them.
 TEST_F(Spots, AreTheRestatementOverEveryEdge) {

@@ -107,6 +107,14 @@ void FillRandom(FilePicture* picture, std::uint32_t seed) {
   }
 }
 
+void WriteValues(const std::string& path, int width, int height, int channels, const std::vector<std::uint8_t>& values,
+                 bool straight) {
+  FilePicture picture(width, height, channels, OIIO::TypeDesc::UINT8);
+  std::copy(values.begin(), values.end(), picture.as<std::uint8_t>());
+  if (channels == 4 && straight) picture.spec.attribute("oiio:UnassociatedAlpha", 1);
+  Write(path, picture);
+}
+
 void Write(const std::string& path, const FilePicture& picture) {
   const auto output = OIIO::ImageOutput::create(path);
   ASSERT_TRUE(output) << path;

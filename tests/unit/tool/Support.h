@@ -83,6 +83,9 @@ struct FilePicture {
 /// Values from a fixed sequence, over the type's whole range; float types 0..1 with a few beyond.
 void FillRandom(FilePicture* picture, std::uint32_t seed);
 void Write(const std::string& path, const FilePicture& picture);
+/// 8-bit values; four channels have straight alpha or premultiplied colour.
+void WriteValues(const std::string& path, int width, int height, int channels, const std::vector<std::uint8_t>& values,
+                 bool straight = true);
 /// Reads the values as the file stores them: no conversion of type or alpha.
 FilePicture Read(const std::string& path);
 /// The same as bare values of the type that the file is expected to have.

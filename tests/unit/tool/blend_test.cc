@@ -13,17 +13,10 @@ using OIIO::TypeDesc;
 using pftest::FilePicture;
 using pftest::Folder;
 using pftest::RunPf;
+using pftest::WriteValues;
 
 using Bytes = std::vector<std::uint8_t>;
 using Arguments = std::vector<std::string>;
-
-void WriteValues(const std::string& path, int width, int height, int channels, const Bytes& values,
-                 bool straight = true) {
-  FilePicture picture(width, height, channels, TypeDesc::UINT8);
-  std::copy(values.begin(), values.end(), picture.as<std::uint8_t>());
-  if (channels == 4 && straight) picture.spec.attribute("oiio:UnassociatedAlpha", 1);
-  Write(path, picture);
-}
 
 struct Blending : ::testing::Test {
   int Run(Arguments arguments, const std::string& output = "out.png") {

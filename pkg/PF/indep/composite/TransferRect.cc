@@ -9,6 +9,7 @@
 #include "composite/TransferRows.h"
 #include "edge/Guard.h"
 #include "iterate/ForRows.h"
+#include "pixel/ByteRange.h"
 #include "pixel/ConvertDepth.h"
 #include "report/HostMemory.h"
 #include "report/Report.h"
@@ -79,18 +80,11 @@ PF_Err Run(const PF_ProgressInfo* progress, TransferRows<P> rows, const PF_Trans
   });
 }
 
-struct Bytes {
-  const std::byte *begin, *end;
-};
-// From the lowest to the highest of a box; a stride may be negative.
 template <class P>
-Bytes BytesOf(const Plane<P>& plane, const Box& box) {
+ByteRange BytesOf(const Plane<P>& plane, const Box& box) {
   const auto [left, right] = box.columns;
-  const auto address = [&](std::int64_t x, std::int64_t y) {
-    return reinterpret_cast<const std::byte*>(plane.At(x, y));
-  };
-  const std::int64_t top = box.rows.begin, bottom = box.rows.end - 1;
-  return {std::min(address(left, top), address(left, bottom)), std::max(address(right, top), address(right, bottom))};
+  return ByteRange::OfRows(plane.At(left, box.rows.begin), plane.stride, box.rows.end - box.rows.begin,
+                           (right - left) * static_cast<std::int64_t>(sizeof(P)));
 }
 
 // Whether writing the destination may change source pixels that are read later. Pixels that lie onto themselves do
@@ -101,9 +95,8 @@ bool Disturbs(const TransferRows<P>& rows, std::int32_t mode) {
   const std::int64_t x = rows.present.columns.begin, y = rows.present.rows.begin;
   const bool onto_itself =
       rows.src.At(x + rows.src_h, y + rows.src_v) == rows.dst.At(x, y) && rows.src.stride == rows.dst.stride;
-  const Bytes s = BytesOf(rows.src, rows.present.MovedBy(rows.src_h, rows.src_v));
-  const Bytes d = BytesOf(rows.dst, TraitsOf(mode).matte ? rows.target : rows.present);
-  return !onto_itself && s.begin < d.end && d.begin < s.end;
+  const ByteRange s = BytesOf(rows.src, rows.present.MovedBy(rows.src_h, rows.src_v));
+  return !onto_itself && s.Overlaps(BytesOf(rows.dst, TraitsOf(mode).matte ? rows.target : rows.present));
 }
 
 // A copy of what is read of the source, in its place.

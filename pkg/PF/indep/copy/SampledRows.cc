@@ -4,6 +4,7 @@
 
 #include "copy/Rows.h"
 #include "lifecycle/Globals.h"
+#include "pixel/ByteRange.h"
 #include "report/HostMemory.h"
 #include "report/Progress.h"
 #include "sample/SampleKernels.h"
@@ -13,10 +14,6 @@ namespace {
 
 constexpr std::int64_t kOne = 65536;
 constexpr std::uint64_t kScratchHeader = 64;  // starts as zeros
-
-// Bytes of a destination that is not worth keeping in caches: what a processor shares, often 32 MiB, has to hold the
-// source too and serves everybody.
-constexpr std::int64_t kPastCaches = std::int64_t{7} << 20;
 
 // scale_x * scale_y / 65536, truncated from double and saturated.
 std::int32_t AreaOf(std::int64_t scale_x, std::int64_t scale_y) {

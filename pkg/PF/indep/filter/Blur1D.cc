@@ -13,6 +13,7 @@
 #include "iterate/ForRows.h"
 #include "iterate/ScratchLines.h"
 #include "lifecycle/Globals.h"
+#include "pixel/ByteRange.h"
 #include "pixel/Depth.h"
 #include "report/Report.h"
 
@@ -40,21 +41,15 @@ LinePlane PlaneOfWorld(const PF_World& world, void* base, bool columns) {
   return LinePlane::Of(base, world.row_bytes, world.width, world.height, sizeof(T), 4, columns);
 }
 
-struct Bytes {
-  const std::byte *begin, *end;
-};
-Bytes BytesOf(const PF_World& world, std::int64_t pixel_size) {
-  const auto* first = static_cast<const std::byte*>(world.data);
-  const auto* last = first + (std::int64_t{world.height} - 1) * world.row_bytes;
-  return {std::min(first, last), std::max(first, last) + world.width * pixel_size};
+ByteRange BytesOf(const PF_World& world, std::int64_t pixel_size) {
+  return ByteRange::OfRows(world.data, world.row_bytes, world.height, world.width * pixel_size);
 }
 
 // Whether lines that are written may be read later. Lines onto themselves are not.
 bool Disturbs(const WorldBlur& blur, std::int64_t pixel_size) {
   const bool onto_itself = blur.src.data == blur.dst.data && blur.src.row_bytes == blur.dst.row_bytes &&
                            blur.src_columns == blur.dst_columns;
-  const Bytes s = BytesOf(blur.src, pixel_size), d = BytesOf(blur.dst, pixel_size);
-  return !onto_itself && s.begin < d.end && d.begin < s.end;
+  return !onto_itself && BytesOf(blur.src, pixel_size).Overlaps(BytesOf(blur.dst, pixel_size));
 }
 
 // The source's rows, in a block of scratch.
@@ -75,10 +70,6 @@ class SourceCopy {
   std::int64_t row_bytes_;
   HandleBlock block_;
 };
-
-// Results elsewhere go past the caches when they are so large that they would not stay there: lines that are
-// overwritten whole need not be read first.
-constexpr std::int64_t kPastCaches = std::int64_t{7} << 20;
 
 // Samples of a group that stay in the nearest cache from one thing done to them to the next.
 constexpr std::int64_t kPiece = 64;
@@ -233,7 +224,8 @@ class BlurLines {
   const BlurKernels& kernels_;
   const LaneFilter* filter_;
   const LinePlane &src_, &dst_;
-  bool transparent_, streams_;
+  bool transparent_;
+  bool streams_;  // past the caches: lines of them that are overwritten whole need not be read first
   std::int64_t tile_;
   GroupScratch size_;
   ScratchLines scratch_;
