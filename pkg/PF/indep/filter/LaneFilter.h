@@ -17,6 +17,18 @@ struct LaneDemands {
   bool residues;  // no rounding hides what running sums have left of samples that went by
 };
 
+// For values of type T, alike or colour weighted by alpha.
+template <class T>
+constexpr LaneDemands DemandsOf(bool weighs) {
+  if constexpr (sizeof(T) == 1) {
+    return {kBellBits8, weighs ? 5 : 4, weighs};
+  } else if constexpr (sizeof(T) == 2) {
+    return {kBellBits16, weighs ? 6 : 5, weighs};
+  } else {
+    return {0, weighs ? 8 : 6, true};
+  }
+}
+
 class LaneFilter {
  public:
   // A bell of a radius above 0. Throws 4 when memory is short.

@@ -1,14 +1,11 @@
 // Blurs of a mask along one direction.
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 
 #include "edge/Guard.h"
-#include "filter/LaneFilter.h"
-#include "filter/LineGroup.h"
+#include "filter/BlurLines.h"
 #include "filter/PlaneBlur.h"
 #include "iterate/ForRows.h"
-#include "iterate/ScratchLines.h"
 #include "lifecycle/Globals.h"
 #include "mask/LockedMask.h"
 
@@ -57,28 +54,13 @@ BlurredPlane PlaneOf(const Scan<T>& scan) {
           RowReports::kNone};
 }
 
-// Eight lines at a time. A group that lies on its own source has been read before it is written.
 template <class T>
 PF_Err BellInLanes(const Scan<T>& scan, double radius) {
   const BlurKernels& kernels = *g_kernels.blur.load(std::memory_order_relaxed);
-  const LaneDemands demands = {sizeof(T) == 1 ? kBellBits8 : kBellBits16, sizeof(T) == 1 ? 4 : 5, false};
-  const LaneFilter filter(kernels.lanes, radius, demands);
+  const LaneFilter filter(kernels.lanes, radius, DemandsOf<T>(false));
   const LinePlane src = scan.Lines(scan.src), dst = scan.Lines(scan.dst);
-  const std::int64_t n = src.length, margin = filter.margin();
-  const std::int64_t doubles = kLanes * (2 * n + 2 * margin) + filter.scratch();
-  ScratchLines scratch(sizeof(double) * static_cast<std::uint64_t>(doubles), Message::kBlurMemory);
-  return ForRows(scan.progress, RowReports::kNone, static_cast<std::int32_t>(src.count), [&](std::int32_t line) {
-    if (line % src.group() != 0) return;
-    const LineGroup<T> from(kernels, src, line), to(kernels, dst, line);
-    const ScratchLines::Line memory(scratch);
-    auto* before = reinterpret_cast<double*>(memory.data());
-    double *samples = before + kLanes * margin, *behind = samples + kLanes * n, *results = behind + kLanes * margin;
-    std::fill(before, samples, 0.0);
-    std::fill(behind, results, 0.0);
-    from.Load(0, n, samples);
-    filter.Run(samples, results, n, results + kLanes * n);
-    to.Store(0, n, results);
-  });
+  const LineBlur blur = {true, false, false, false, scan.progress, RowReports::kNone};
+  return BlurLines<T>(blur, kernels, &filter, src, dst).Run();
 }
 
 template <class T>
