@@ -68,3 +68,11 @@ U_Err PLUG_InstallScan(std::int32_t, std::int32_t scan_kind, const PLUG_ScanDesc
     return 4;
   }
 }
+
+// Its services are plain functions here; there is no other suite to hand out.
+struct PLUG_BasicSuite {};
+
+const PLUG_BasicSuite* PLUG_GetSPBasicSuite() {
+  static constexpr PLUG_BasicSuite kSuite;
+  return &kSuite;
+}

@@ -1,35 +1,69 @@
 /// \file
-/// In-between frames by optical flow: the parameters of the motion estimation and what identifies its results.
+/// In-between frames by optical flow: the picture that lies between two neighbouring frames of footage, made by moving
+/// what is in them.
+///
+/// Rules common to the family
+/// - Frames are worlds of one size and one depth, in straight alpha. Inside, colour is premultiplied. Float colour may
+///   leave 0..1. A sample that is not finite stays in the pixels it falls on.
+/// - The motion of a pair is estimated once, at half size, in both directions, and kept in the host's media cache; any
+///   number of in-between frames is made from it. A frame made from kept motion has the bits of one made afresh.
+/// - Results have the same bits for any number of threads and on every processor.
+/// - Every operation may run on several threads at once, also for one pair of frames: the motion is then computed by
+///   one of them, and the others wait for it.
 #ifndef PF_FRAME_BLENDING_H
 #define PF_FRAME_BLENDING_H
 
 #include <boost/crc.hpp>
+#include <boost/scoped_ptr.hpp>
+#include <boost/shared_ptr.hpp>
 #include <cstddef>
 #include <cstdint>
 
 #include "PF/PF_Errors.h"
 #include "PF/PF_Export.h"
+#include "PF/PF_Worlds.h"
+#include "host/MC.h"
 
 /// CRC-32 as everybody computes it.
 using PF_CRC32 = boost::crc_optimal<32, 0x04C11DB7, 0xFFFFFFFF, 0xFFFFFFFF, true, true>;
 
-/// Tuning of the motion estimation. Ranges are of stored values, both ends included; fields marked percent are given
-/// to the constructor of PF_AdvancedFrameBlending a hundred times as large.
+/// Tuning. Ranges are of stored values, both ends included; fields marked percent are given to the constructor of
+/// PF_AdvancedFrameBlending a hundred times as large. No setting costs without limit: what grows with a field is said
+/// at the field.
 struct PF_EXPORT PF_Tavros_AlgoParams {
-  std::int16_t mode;        ///< 0..2
-  float fraction;           ///< 0.05..1, percent
-  float boundA;             ///< -1000..1000
-  float boundB;             ///< -1000..1000
-  std::int16_t count;       ///< 1..50
-  float threshold;          ///< 0..0.1, percent
-  std::int16_t switchFlag;  ///< 0..1
-  std::int16_t size;        ///< 4..40
-  double weightR;           ///< 0..1, percent; the three weights add up to 1, with 0.02 to spare
-  double weightG;           ///< see weightR
-  double weightB;           ///< see weightR
-  float degrees;            ///< 0..360
-  std::int16_t steps;       ///< 1..20
-  std::int16_t variant;     ///< 0..3
+  /// 0..2. 0: a plain cross-fade, no motion. 1: both frames moved along the motion as it was found, quick. 2: the
+  /// motion is also carried to the wanted time, chosen among candidates and refined there.
+  std::int16_t mode;
+  /// 0.05..1, percent. How stiff motion is: at 0.05 every place moves by itself, at 1 large areas move together.
+  float fraction;
+  /// -1000..1000. The longest motion across, between the two frames. Positive: pixels. Negative: thousandths of the
+  /// frame's width, at most 1000 pixels. 0: none.
+  float boundA;
+  /// -1000..1000. The longest motion downwards and upwards; as boundA, of the frame's height.
+  float boundB;
+  /// 1..50. Rounds of refinement at each size of the frames; time grows with it.
+  std::int16_t count;
+  /// 0..0.1, percent. By which share of their squared length the motions there and back may differ before a place
+  /// counts as hidden in the other frame. Larger: both frames are mixed at more places; smaller: more places come from
+  /// one.
+  float threshold;
+  /// 0..1. 1: brightness may change between the frames (flicker, flashes); only structure is compared.
+  std::int16_t switchFlag;
+  /// 4..40. Edge in pixels, rounded up to a multiple of 8, of the patches that are looked for in the other frame. Small
+  /// ones follow small things, large ones withstand noise.
+  std::int16_t size;
+  double weightR;  ///< 0..1, percent. The share of red in what is compared; the three add up to 1, with 0.02 to spare
+  double weightG;  ///< see weightR
+  double weightB;  ///< see weightR
+  /// 0..360. Shutter angle: with `steps` above 1, for which part of the time between the frames the shutter is open
+  /// (360: all of it), around the wanted time.
+  float degrees;
+  /// 1..20. Moments within the open shutter that are averaged: motion blur. 1: none. Time of the last step grows with
+  /// it.
+  std::int16_t steps;
+  /// 0..3. How pixels are fetched. 0: cubic, from both frames where both show the place. 1: bilinear, likewise. 2:
+  /// cubic, from the frame that is nearer in time unless only the other shows the place. 3: bilinear, likewise.
+  std::int16_t variant;
 
   /// Feeds the fields, in this order and each by its own width, into a running CRC; gaps between fields never enter.
   void ComputeCRC(PF_CRC32& crc) const;
@@ -40,7 +74,7 @@ static_assert(sizeof(PF_Tavros_AlgoParams) == 64 && offsetof(PF_Tavros_AlgoParam
                   offsetof(PF_Tavros_AlgoParams, variant) == 62,
               "crosses the plug-in boundary");
 
-/// Handed on unchanged.
+/// Handed on unchanged; what is not named here is not read.
 struct PF_Tavros_OtherParams {
   std::int64_t values[4];
   float numbers[9];  ///< the first one: the time of the in-between frame, 0..1 from previous to next, if `flag` is set
@@ -53,9 +87,67 @@ static_assert(sizeof(PF_Tavros_OtherParams) == 88 && offsetof(PF_Tavros_OtherPar
 
 /// How the engine asks whether to go on.
 struct PF_Tavros_InterruptFuncs {
-  std::int32_t (*stop)(void* data);  ///< not 0: stop; null never stops. Asked on the calling thread
+  std::int32_t (*stop)(void* data);  ///< not 0: stop; null never stops. Asked on the calling thread, often
   void* data;
 };
+
+/// Which way a vector leads.
+enum PF_MotionDirection : std::int32_t {
+  PF_MotionDirection_FORWARD = 0,  ///< from a place in the previous frame to where that is in the next one
+  PF_MotionDirection_BACKWARD = 1  ///< from a place in the next frame to where that was in the previous one
+};
+
+/// A motion in pixels of the frames, to the right and downwards.
+struct PF_MotionVector {
+  float x, y;
+};
+
+namespace pf {
+class SharedMotion;
+}
+
+/// The motion of one pair of frames, an item of the host's media cache. Empty on creation; filled once and then read by
+/// any number of threads.
+class PF_EXPORT PF_TavrosCache_Stuff : public MC_Stuff {
+ public:
+  PF_TavrosCache_Stuff();
+  ~PF_TavrosCache_Stuff() override;
+  PF_TavrosCache_Stuff(const PF_TavrosCache_Stuff&) = delete;
+  PF_TavrosCache_Stuff& operator=(const PF_TavrosCache_Stuff&) = delete;
+  /// About 3 bytes for each pixel of a frame; little while empty.
+  std::uint64_t Bytes() const override;
+  bool Empty() const;
+  /// Vectors stand at every second pixel of every second row: half the frame's extents, rounded up. 0 while empty.
+  std::int32_t Width() const;
+  std::int32_t Height() const;  ///< see Width
+  /// The motion at pixel (2 x, 2 y) of the frame it starts in, in steps of 1/32 pixel. (x, y) must lie inside.
+  PF_MotionVector Vector(PF_MotionDirection direction, std::int32_t x, std::int32_t y) const;
+
+  /// For the library.
+  pf::SharedMotion& shared() const { return *shared_; }
+
+ private:
+  boost::scoped_ptr<pf::SharedMotion> shared_;
+};
+
+/// What the engine works on. Nothing is owned.
+struct PF_Tavros_Images {
+  const PF_World* previous;
+  const PF_World* next;           ///< size and depth of `previous`
+  PF_TavrosCache_Stuff* vectors;  ///< empty; receives the motion
+};
+
+extern "C" {
+/// Estimates the motion between two frames. `interrupt` may be null.
+///
+/// \return 0; 514 for parameters out of range; 516 for null worlds, worlds without pixels or of unequal size or depth,
+/// or
+///   for vectors that are not empty; 4 when memory is short, after the report "Out of memory in Tavros optical flow
+///   library."; 517 when stopped. `vectors` stays empty except for 0.
+PF_EXPORT PF_Err calcTavrosOpticalFlowParamsNoIpl(const PF_Tavros_AlgoParams& algo,
+                                                  const PF_Tavros_InterruptFuncs* interrupt,
+                                                  const PF_Tavros_Images& images);
+}
 
 /// The front end of frame blending. It owns nothing; copies are copies of its records.
 class PF_EXPORT PF_AdvancedFrameBlending {
@@ -70,6 +162,21 @@ class PF_EXPORT PF_AdvancedFrameBlending {
 
   /// \return 0 when every algorithm parameter is a number in its range and the weights add up; else 514. Not reported.
   PF_Err CheckParamRange() const;
+
+  /// Makes the frame at the wanted time (see PF_Tavros_OtherParams). At the times 0 and 1 it is the frame itself, bit
+  /// for bit, and between two frames of equal pixels it is that frame. Where the two frames have nothing in common the
+  /// result passes into their cross-fade.
+  ///
+  /// \param destination size and depth of the frames; it may be one of them.
+  /// \return 0; 514 for parameters out of range, before any other check; 516 for null worlds, worlds without pixels or
+  ///   of unequal size or depth; 4 when memory is short and 3 for another failure, both after a report to the user; 517
+  ///   when the interrupt function asks to stop. Except for 0 the destination is untouched and nothing has been filed.
+  PF_Err Render(const PF_World* previous, const PF_World* next, PF_World* destination) const;
+
+  /// The motion that Render uses for a pair: from the media cache, or computed and filed there.
+  /// \param found receives the motion; it stays valid for as long as it is held. Codes as of Render.
+  PF_Err FindVectors(const PF_World* previous, const PF_World* next,
+                     boost::shared_ptr<PF_TavrosCache_Stuff>* found) const;
 
   PF_Tavros_AlgoParams algoParams;
   PF_Tavros_OtherParams otherParams;

@@ -36,7 +36,13 @@ using PLUG_LoadHandler = U_Err (*)(PLUG_RoutineRef routine, void* reference);
 /// Called when the host itself takes a module away before the library stops.
 using PLUG_UnloadHandler = U_Err (*)(PLUG_RoutineRef routine, void* reference);
 
+/// The suite that hands out the host's other suites; private to the host.
+struct PLUG_BasicSuite;
+
 extern "C" {
+/// The host's basic suite, or null when it has none: then the services that frame blending needs are missing. May be
+/// called from any thread.
+HOST_EXPORT const PLUG_BasicSuite* PLUG_GetSPBasicSuite();
 /// See U_CheckVersions.
 HOST_EXPORT U_Err PLUG_CheckVersions(std::uint32_t caller, std::int32_t expected_version);
 /// Scans the host's plug-in folders and calls the load handler for each module that fits.

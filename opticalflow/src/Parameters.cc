@@ -2,6 +2,7 @@
 
 #include "Fields.h"
 #include "PF/PF_FrameBlending.h"
+#include "PairCache.h"
 
 namespace pf {
 namespace {
@@ -30,6 +31,9 @@ bool Fit(const PF_Tavros_AlgoParams& p) {
 }
 
 }  // namespace
+
+PF_Err CheckRange(const PF_Tavros_AlgoParams& algo) { return Fit(algo) ? PF_Err_NONE : PF_Err_BAD_BLEND_PARAMETER; }
+
 }  // namespace pf
 
 void PF_Tavros_AlgoParams::ComputeCRC(PF_CRC32& crc) const {
@@ -48,6 +52,4 @@ PF_AdvancedFrameBlending::PF_AdvancedFrameBlending(const PF_Tavros_OtherParams& 
                                                    const PF_Tavros_InterruptFuncs& interrupt)
     : algoParams(pf::kDefaults), otherParams(other), interruptFuncs(interrupt) {}
 
-PF_Err PF_AdvancedFrameBlending::CheckParamRange() const {
-  return pf::Fit(algoParams) ? PF_Err_NONE : PF_Err_BAD_BLEND_PARAMETER;
-}
+PF_Err PF_AdvancedFrameBlending::CheckParamRange() const { return pf::CheckRange(algoParams); }

@@ -10,6 +10,7 @@
 #include "host/FILE.h"
 #include "host/LIST.h"
 #include "host/M.h"
+#include "host/MC.h"
 #include "host/PLUG.h"
 #include "host/PREF.h"
 #include "host/RND.h"
@@ -52,6 +53,9 @@ U_Err Tell(const char* text) {
 }
 
 }  // namespace
+
+struct PLUG_BasicSuite {
+} basic_suite;
 
 struct LIST_Body {
   void* items[16];
@@ -182,6 +186,7 @@ U_Err PLUG_PrepRoutine(PLUG_RoutineRef, PLUG_EntryFunc*) { return 3; }
 U_Err PLUG_UnprepRoutine(PLUG_RoutineRef) { return 0; }
 U_Err PLUG_RegisterRoutine(PLUG_RoutineRef) { return 0; }
 U_Err PLUG_UnregisterRoutine(PLUG_RoutineRef) { return 0; }
+const PLUG_BasicSuite* PLUG_GetSPBasicSuite() { return &basic_suite; }
 
 std::int32_t PREF_GetBool(const char*, const char*, std::int32_t value) { return value; }
 std::int64_t PREF_GetInteger(const char*, const char*, std::int64_t value) { return value; }
@@ -214,6 +219,19 @@ U_Err COR_ApplyTransform(COR_XCE_Transform, XCE_Layout, const void*, XCE_Layout,
 }
 U_Err XCE_Error(U_Err status) { return status; }
 }
+
+// A media cache that keeps nothing.
+MC_Stuff::~MC_Stuff() = default;
+U_Err MC_Find(const vexcore::Guid&, MC_StuffRef* found) {
+  found->reset();
+  return 0;
+}
+U_Err MC_File(const vexcore::Guid&, const MC_StuffRef& item, MC_StuffRef* filed) {
+  *filed = item;
+  return 0;
+}
+void MC_Changed(const vexcore::Guid&, const MC_Stuff*) {}
+void MC_Remove(const vexcore::Guid&, const MC_Stuff*) {}
 
 namespace vexcore {
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/MC.h"
 #include "host/PLUG.h"
 #include "host/U.h"
 
@@ -59,6 +60,8 @@ struct TestHost {
   std::int64_t fail_engine_call = -1;
   std::int32_t engine_error = 0x62707266;
   bool no_engine = false;
+  bool no_basic_suite = false;
+  bool cache_keeps_nothing = false;
   std::map<std::string, std::int32_t> bool_preferences;  // by "section/key"
   std::map<std::string, std::int32_t> trace_levels;      // of the debug trace, by category
   std::vector<FakeModule*> modules;                      // found by a scan
@@ -75,6 +78,7 @@ struct TestHost {
   std::vector<EngineRun> engine_runs;
   std::vector<std::int32_t> engine_errors;  // told through XCE_Error
   EngineTransform last_transform;
+  std::map<vexcore::Guid, MC_StuffRef> filed;  // the media cache
   std::int64_t quiet_depth = 0;
   std::int32_t last_error = 0;
 

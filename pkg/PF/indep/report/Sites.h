@@ -31,6 +31,7 @@ enum class Site : std::uint16_t {
   kAlphaConventions = 21,
   kGaussianKernel = 22,
   kBlurs = 23,
+  kFrameBlending = 24,
   kBlendSizesStraight = 46,  // the two sources; 47: the destination
   kBlendDestinationStraight = 47,
   kIterateGeneric = 70,

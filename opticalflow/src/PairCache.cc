@@ -1,0 +1,131 @@
+#include "PairCache.h"
+
+#include <boost/make_shared.hpp>
+#include <chrono>
+#include <utility>
+
+#include "report/Report.h"
+
+namespace pf {
+namespace {
+
+constexpr std::chrono::milliseconds kAskWhileWaiting(5);
+
+// The right to compute; given up when nothing came of it.
+class Claim {
+ public:
+  Claim(const vexcore::Guid& key, const MotionRef& item) : key_(key), item_(item) {}
+  ~Claim() {
+    if (published_) return;
+    MC_Remove(key_, item_.get());
+    item_->shared().Abandon();
+  }
+  Claim(const Claim&) = delete;
+  Claim& operator=(const Claim&) = delete;
+
+  void Publish(std::unique_ptr<PairMotion> motion) {
+    item_->shared().Publish(std::move(motion));
+    published_ = true;
+  }
+
+ private:
+  const vexcore::Guid& key_;
+  const MotionRef& item_;
+  bool published_ = false;
+};
+
+// What the key has: an item of the cache, or the given one, filed. An item that the cache does not keep serves as well.
+MotionRef FiledUnder(const vexcore::Guid& key, const MotionRef& fresh) {
+  MC_StuffRef found;
+  if (const U_Err error = MC_Find(key, &found)) ThrowCode(error);
+  if (!found) {
+    if (const U_Err error = MC_File(key, fresh, &found)) ThrowCode(error);
+  }
+  MotionRef motion = boost::dynamic_pointer_cast<PF_TavrosCache_Stuff>(found);
+  return motion ? motion : fresh;
+}
+
+}  // namespace
+
+SharedMotion::Turn SharedMotion::WaitForTurn(const Interrupt& interrupt) {
+  std::unique_lock lock(mutex_);
+  while (taken_) {
+    if (owner_ == vexcore::CurrentThreadIdentity()) return Turn::kAlone;
+    changed_.wait_for(lock, kAskWhileWaiting);
+    lock.unlock();
+    interrupt.ThrowIfAsked();
+    lock.lock();
+  }
+  if (motion_ != nullptr) return Turn::kReady;
+  taken_ = true;
+  owner_ = vexcore::CurrentThreadIdentity();
+  return Turn::kCompute;
+}
+
+void SharedMotion::Publish(std::unique_ptr<PairMotion> motion) {
+  const std::lock_guard lock(mutex_);
+  motion_ = std::move(motion);
+  ready_.store(motion_.get(), std::memory_order_release);
+  taken_ = false;
+  changed_.notify_all();
+}
+
+void SharedMotion::Abandon() {
+  const std::lock_guard lock(mutex_);
+  taken_ = false;
+  changed_.notify_all();
+}
+
+MotionRef FindMotion(const PF_Tavros_AlgoParams& algo, const FramePair& frames, const vexcore::Guid& key,
+                     const Interrupt& interrupt) {
+  MotionRef item = FiledUnder(key, boost::make_shared<PF_TavrosCache_Stuff>());
+  switch (item->shared().WaitForTurn(interrupt)) {
+    case SharedMotion::Turn::kReady:
+      return item;
+    case SharedMotion::Turn::kAlone: {
+      item = boost::make_shared<PF_TavrosCache_Stuff>();
+      item->shared().Publish(EstimateMotion(algo, frames, interrupt));
+      return item;
+    }
+    default: {
+      Claim claim(key, item);
+      claim.Publish(EstimateMotion(algo, frames, interrupt));
+    }
+  }
+  // Whoever gave up before took it out.
+  MC_StuffRef filed;
+  if (MC_File(key, item, &filed) == 0) MC_Changed(key, item.get());
+  return item;
+}
+
+}  // namespace pf
+
+PF_TavrosCache_Stuff::PF_TavrosCache_Stuff() : shared_(new pf::SharedMotion) {}
+
+PF_TavrosCache_Stuff::~PF_TavrosCache_Stuff() = default;
+
+std::uint64_t PF_TavrosCache_Stuff::Bytes() const {
+  const pf::PairMotion* motion = shared_->motion();
+  return sizeof *this + (motion != nullptr ? motion->Bytes() : 0);
+}
+
+bool PF_TavrosCache_Stuff::Empty() const { return shared_->motion() == nullptr; }
+
+std::int32_t PF_TavrosCache_Stuff::Width() const {
+  const pf::PairMotion* motion = shared_->motion();
+  return motion != nullptr ? motion->width : 0;
+}
+
+std::int32_t PF_TavrosCache_Stuff::Height() const {
+  const pf::PairMotion* motion = shared_->motion();
+  return motion != nullptr ? motion->height : 0;
+}
+
+PF_MotionVector PF_TavrosCache_Stuff::Vector(PF_MotionDirection direction, std::int32_t x, std::int32_t y) const {
+  const pf::PairMotion& motion = *shared_->motion();
+  const pf::MotionField& field = direction == PF_MotionDirection_FORWARD ? motion.forward : motion.backward;
+  const std::size_t at =
+      static_cast<std::size_t>(y) * static_cast<std::size_t>(motion.width) + static_cast<unsigned>(x);
+  constexpr float kUnit = 2 / pf::kMotionUnits;
+  return {static_cast<float>(field.u[at]) * kUnit, static_cast<float>(field.v[at]) * kUnit};
+}

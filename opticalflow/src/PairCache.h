@@ -1,0 +1,62 @@
+// The motion of a pair of frames: computed by one, used by many.
+#pragma once
+
+#include <atomic>
+#include <boost/shared_ptr.hpp>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "PF/PF_FrameBlending.h"
+#include "PairMotion.h"
+#include "multiprocess/Interrupt.h"
+
+namespace pf {
+
+// What several threads share of one pair.
+class SharedMotion {
+ public:
+  enum class Turn {
+    kReady,    // the motion is there
+    kCompute,  // this thread has to compute it, and then to call Publish or Abandon
+    kAlone     // this thread is computing it already, further up its stack
+  };
+
+  // Waits while another thread computes. Throws 517 when the waiting thread is asked to stop.
+  Turn WaitForTurn(const Interrupt& interrupt);
+  void Publish(std::unique_ptr<PairMotion> motion);
+  // Nothing came of it; another thread may try.
+  void Abandon();
+
+  // Null until it is there.
+  const PairMotion* motion() const { return ready_.load(std::memory_order_acquire); }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool taken_ = false;
+  std::uint64_t owner_ = 0;
+  std::unique_ptr<PairMotion> motion_;
+  std::atomic<const PairMotion*> ready_{nullptr};
+};
+
+struct FramePair {
+  const PF_World* previous;
+  const PF_World* next;
+};
+
+using MotionRef = boost::shared_ptr<PF_TavrosCache_Stuff>;
+
+// 0, or 514 when a field is out of its range.
+PF_Err CheckRange(const PF_Tavros_AlgoParams& algo);
+
+// From the media cache, or computed and filed there. Throws.
+MotionRef FindMotion(const PF_Tavros_AlgoParams& algo, const FramePair& frames, const vexcore::Guid& key,
+                     const Interrupt& interrupt);
+
+// The same without the cache.
+std::unique_ptr<PairMotion> EstimateMotion(const PF_Tavros_AlgoParams& algo, const FramePair& frames,
+                                           const Interrupt& interrupt);
+
+}  // namespace pf

@@ -1,0 +1,38 @@
+#include "PairMotion.h"
+
+#include <initializer_list>
+
+#include "host/U.h"
+#include "report/Report.h"
+
+namespace pf {
+namespace {
+
+constexpr std::uint64_t kBytesOfPlace = 2 * (2 * sizeof(std::int16_t) + 2 * sizeof(std::uint8_t));
+
+}  // namespace
+
+PairMotion::PairMotion(std::int32_t w, std::int32_t h) : width(w), height(h), block_(U_AllocatePtr(Bytes(), nullptr)) {
+  if (block_ == nullptr) ThrowOutOfMemory();
+  const std::size_t places = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  auto* words = static_cast<std::int16_t*>(block_);
+  for (MotionField* field : {&forward, &backward}) {
+    field->u = words;
+    field->v = words + places;
+    words += 2 * places;
+  }
+  auto* bytes = reinterpret_cast<std::uint8_t*>(words);
+  for (MotionField* field : {&forward, &backward}) {
+    field->hidden = bytes;
+    field->doubt = bytes + places;
+    bytes += 2 * places;
+  }
+}
+
+PairMotion::~PairMotion() { U_FreePtr(block_); }
+
+std::uint64_t PairMotion::Bytes() const {
+  return kBytesOfPlace * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+}
+
+}  // namespace pf
