@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "FloatPlane.h"
+#include "planes/FloatPlane.h"
 #include "multiprocess/Bands.h"
 
 namespace pf {
