@@ -3,14 +3,23 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <ctime>
 #include <limits>
 
 namespace pfbench {
 namespace {
 
-double Now() { return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count(); }
-
 double untimed_seconds = 0;
+Clock running_clock = Clock::kWall;
+
+double Now() {
+  if (running_clock == Clock::kProcessor) {
+    std::timespec spent = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &spent);
+    return static_cast<double>(spent.tv_sec) + 1e-9 * static_cast<double>(spent.tv_nsec);
+  }
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
 
 struct Runner {
   const std::function<void()>* function;
@@ -53,7 +62,8 @@ struct Runner {
 Untimed::Untimed() : start_(Now()) {}
 Untimed::~Untimed() { untimed_seconds += Now() - start_; }
 
-std::vector<double> TakeTurns(const std::vector<std::function<void()>>& functions, const Pace& pace) {
+std::vector<double> TakeTurns(const std::vector<std::function<void()>>& functions, const Pace& pace, Clock clock) {
+  running_clock = clock;
   std::vector<Runner> runners;
   for (const auto& function : functions) runners.push_back({&function});
   for (Runner& runner : runners) {

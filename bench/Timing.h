@@ -12,6 +12,11 @@ struct Pace {
   double most_seconds;   // no new repetition after this much, once there have been two
 };
 
+enum class Clock {
+  kWall,
+  kProcessor  // time that the program's threads spend on processors
+};
+
 // Time in its life does not count: for what a measured function has to prepare between pieces of its work. Only on the
 // thread that takes the time.
 class Untimed {
@@ -27,6 +32,7 @@ class Untimed {
 
 // Seconds per call of each function, best of at least two repetitions. The functions take turns, repetition
 // by repetition, so that a disturbance of the machine hits all of them alike.
-std::vector<double> TakeTurns(const std::vector<std::function<void()>>& functions, const Pace& pace);
+std::vector<double> TakeTurns(const std::vector<std::function<void()>>& functions, const Pace& pace,
+                              Clock clock = Clock::kWall);
 
 }  // namespace pfbench

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 
+#include "Frames.h"
 #include "Host.h"
 #include "Report.h"
 #include "Suite.h"
@@ -17,11 +18,14 @@ namespace {
 constexpr int kUsage = 64, kInternal = 70;  // exit codes
 constexpr Pace kUsualPace = {5, 0.030, 0.25};
 constexpr Pace kQuickPace = {3, 0.015, 0.06};
+constexpr Pace kFramesPace = {7, 0.030, 8}, kQuickFramesPace = {2, 0.015, 0.06};
 
 struct Options {
   std::vector<std::string> filters, sizes;
-  std::string json, plot;
-  bool quick = false, list = false, markdown = false, every_peer = false;
+  std::string json, plot, save;
+  bool quick = false, list = false, markdown = false, every_peer = false, frames = false;
+
+  Layout layout() const { return markdown ? Layout::kMarkdown : Layout::kConsole; }
 };
 
 Size ParseSize(const std::string& text) {
@@ -71,7 +75,7 @@ void Run(const Options& options, const std::vector<Case>& cases) {
   KeepFreedMemory();
   UseThreads(1);
   const Machine machine = DescribeMachine();
-  Table table(std::cout, options.markdown ? Layout::kMarkdown : Layout::kConsole, options.every_peer);
+  Table table(std::cout, options.layout(), options.every_peer);
   table.Begin(machine);
   std::vector<Row> rows;
   for (const Case& one : cases) {
@@ -84,6 +88,18 @@ void Run(const Options& options, const std::vector<Case>& cases) {
   if (plot.is_open()) WritePlot(plot, machine, rows);
   if (!json.flush()) throw std::runtime_error("cannot write " + options.json);
   if (!plot.flush()) throw std::runtime_error("cannot write " + options.plot);
+}
+
+void RunFrames(const Options& options) {
+  std::ofstream json = Opened(options.json);
+  KeepFreedMemory();
+  UseThreads(1);
+  const Machine machine = DescribeMachine();
+  const FrameOptions wanted = {options.filters, options.save, options.quick ? kQuickFramesPace : kFramesPace};
+  const FrameResults results = MeasureFrames(wanted, std::cerr);
+  PrintFrames(std::cout, options.layout(), machine, results);
+  if (json.is_open()) WriteFramesJson(json, machine, results);
+  if (!json.flush()) throw std::runtime_error("cannot write " + options.json);
 }
 
 int Main(int argc, char** argv) {
@@ -101,6 +117,11 @@ int Main(int argc, char** argv) {
   app.add_option("--json", options.json, "write all figures to FILE too")->type_name("FILE");
   app.add_option("--plot", options.plot, "draw the cost of Gaussian blurs against their radius into FILE (SVG)")
       ->type_name("FILE");
+  CLI::Option* const frames = app.add_flag(
+      "--frames", options.frames, "measure in-between frames instead, quality and speed; pictures from PF_TEST_DATA");
+  app.add_option("--save", options.save, "write our frames, the true ones and four times the difference into DIR")
+      ->type_name("DIR")
+      ->needs(frames);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -112,6 +133,10 @@ int Main(int argc, char** argv) {
   }
 
   try {
+    if (options.frames) {
+      RunFrames(options);
+      return 0;
+    }
     const std::vector<Case> cases = WantedCases(options);
     if (cases.empty()) throw CLI::ValidationError("--filter", "nothing contains that text; --list names the lines");
     if (options.list) {
