@@ -76,20 +76,19 @@ void SharedMotion::Abandon() {
   changed_.notify_all();
 }
 
-MotionRef FindMotion(const PF_Tavros_AlgoParams& algo, const FramePair& frames, const vexcore::Guid& key,
-                     const Interrupt& interrupt) {
+MotionRef FindMotion(const MotionRequest& request, const vexcore::Guid& key) {
   MotionRef item = FiledUnder(key, boost::make_shared<PF_TavrosCache_Stuff>());
-  switch (item->shared().WaitForTurn(interrupt)) {
+  switch (item->shared().WaitForTurn(request.interrupt)) {
     case SharedMotion::Turn::kReady:
       return item;
     case SharedMotion::Turn::kAlone: {
       item = boost::make_shared<PF_TavrosCache_Stuff>();
-      item->shared().Publish(EstimateMotion(algo, frames, interrupt));
+      item->shared().Publish(EstimateMotion(request));
       return item;
     }
     default: {
       Claim claim(key, item);
-      claim.Publish(EstimateMotion(algo, frames, interrupt));
+      claim.Publish(EstimateMotion(request));
     }
   }
   // Whoever gave up before took it out.

@@ -10,6 +10,7 @@
 
 #include "PF/PF_FrameBlending.h"
 #include "PairMotion.h"
+#include "motion/Pictures.h"
 #include "multiprocess/Interrupt.h"
 
 namespace pf {
@@ -46,17 +47,24 @@ struct FramePair {
   const PF_World* next;
 };
 
+// A pair of frames at work.
+struct MotionRequest {
+  const PF_Tavros_AlgoParams& algo;
+  FramePair frames;
+  const PairPictures& pictures;
+  Workspace& workspace;
+  const Interrupt& interrupt;
+};
+
 using MotionRef = boost::shared_ptr<PF_TavrosCache_Stuff>;
 
 // 0, or 514 when a field is out of its range.
 PF_Err CheckRange(const PF_Tavros_AlgoParams& algo);
 
 // From the media cache, or computed and filed there. Throws.
-MotionRef FindMotion(const PF_Tavros_AlgoParams& algo, const FramePair& frames, const vexcore::Guid& key,
-                     const Interrupt& interrupt);
+MotionRef FindMotion(const MotionRequest& request, const vexcore::Guid& key);
 
 // The same without the cache.
-std::unique_ptr<PairMotion> EstimateMotion(const PF_Tavros_AlgoParams& algo, const FramePair& frames,
-                                           const Interrupt& interrupt);
+std::unique_ptr<PairMotion> EstimateMotion(const MotionRequest& request);
 
 }  // namespace pf

@@ -68,35 +68,61 @@ void CopyFrame(const PF_World& from, PF_World& to) {
   }
 }
 
-// One frame blending call.
-struct Request {
-  const PF_Tavros_AlgoParams& algo;
-  const PF_Tavros_OtherParams& other;
-  Interrupt interrupt;
-  FramePair frames;
-  vexcore::Guid previous, next;
-
-  void CheckServices() const {
-    if (PLUG_GetSPBasicSuite() == nullptr) ThrowText(Site::kFrameBlending, kMissingSuite);
-  }
-  void Identify() {
-    previous = FrameIdentity(*frames.previous);
-    next = FrameIdentity(*frames.next);
-  }
-  MotionRef Motion() const { return FindMotion(algo, frames, VectorKey(previous, next, algo), interrupt); }
-};
-
-void Draw(Request& request, PF_World& destination) {
-  request.CheckServices();
-  const float time = WantedTime(request.other);
-  request.Identify();
-  if (time == 0 || request.previous == request.next) return CopyFrame(*request.frames.previous, destination);
-  if (time == 1) return CopyFrame(*request.frames.next, destination);
-  request.interrupt.ThrowIfAsked();
-  const MotionRef motion = request.algo.mode == 0 ? MotionRef() : request.Motion();
-  Synthesize({request.algo, request.frames, motion ? motion->shared().motion() : nullptr, time}, request.interrupt,
-             destination);
+void CheckServices() {
+  if (PLUG_GetSPBasicSuite() == nullptr) ThrowText(Site::kFrameBlending, kMissingSuite);
 }
+
+// One call for a pair of frames.
+class Job {
+ public:
+  Job(const PF_Tavros_AlgoParams& algo, const PF_Tavros_InterruptFuncs* interrupt, const FramePair& frames)
+      : algo_(algo), interrupt_(interrupt), frames_(frames) {
+    CheckFrames(frames.previous, frames.next);
+    CheckServices();
+  }
+
+  void Render(float time, PF_World& destination) {
+    const vexcore::Guid previous = FrameIdentity(*frames_.previous), next = FrameIdentity(*frames_.next);
+    if (time == 0 || previous == next) return CopyFrame(*frames_.previous, destination);
+    if (time == 1) return CopyFrame(*frames_.next, destination);
+    interrupt_.ThrowIfAsked();
+    if (algo_.mode == 0) return CrossFade(time, destination);
+    const PairPictures pictures = Prepare();
+    const MotionRequest request = {algo_, frames_, pictures, workspace_, interrupt_};
+    const MotionRef motion = FindMotion(request, VectorKey(previous, next, algo_));
+    Synthesize(request, *motion->shared().motion(), time, destination);
+  }
+
+  MotionRef FindVectors() {
+    const vexcore::Guid key = VectorKey(FrameIdentity(*frames_.previous), FrameIdentity(*frames_.next), algo_);
+    interrupt_.ThrowIfAsked();
+    const PairPictures pictures = Prepare();
+    return FindMotion({algo_, frames_, pictures, workspace_, interrupt_}, key);
+  }
+
+  std::unique_ptr<PairMotion> Estimate() {
+    interrupt_.ThrowIfAsked();
+    const PairPictures pictures = Prepare();
+    return EstimateMotion({algo_, frames_, pictures, workspace_, interrupt_});
+  }
+
+ private:
+  PairPictures Prepare() { return PreparePictures(algo_, *frames_.previous, *frames_.next, workspace_, interrupt_); }
+
+  void CrossFade(float time, PF_World& destination) const {
+    PF_LayerDef previous, next, out;
+    frames_.previous->FillOutEffectWorld(&previous);
+    frames_.next->FillOutEffectWorld(&next);
+    destination.FillOutEffectWorld(&out);
+    const auto ratio = static_cast<std::int32_t>(time * 65536 + 0.5f);
+    if (const PF_Err error = PF_Blend_Straight(nullptr, &previous, &next, ratio, &out)) ThrowCode(error);
+  }
+
+  const PF_Tavros_AlgoParams& algo_;
+  const Interrupt interrupt_;
+  const FramePair frames_;
+  Workspace workspace_;
+};
 
 }  // namespace
 }  // namespace pf
@@ -104,10 +130,8 @@ void Draw(Request& request, PF_World& destination) {
 PF_Err PF_AdvancedFrameBlending::Render(const PF_World* previous, const PF_World* next, PF_World* destination) const {
   if (const PF_Err error = CheckParamRange()) return error;
   const PF_Err error = pf::Guard([&]() -> PF_Err {
-    pf::CheckFrames(previous, next);
     pf::CheckFrames(previous, destination);
-    pf::Request request = {algoParams, otherParams, pf::Interrupt(&interruptFuncs), {previous, next}, {}, {}};
-    pf::Draw(request, *destination);
+    pf::Job(algoParams, &interruptFuncs, {previous, next}).Render(pf::WantedTime(otherParams), *destination);
     return PF_Err_NONE;
   });
   return pf::TellFailure(error, pf::kAllocFailed);
@@ -117,12 +141,7 @@ PF_Err PF_AdvancedFrameBlending::FindVectors(const PF_World* previous, const PF_
                                              boost::shared_ptr<PF_TavrosCache_Stuff>* found) const {
   if (const PF_Err error = CheckParamRange()) return error;
   const PF_Err error = pf::Guard([&]() -> PF_Err {
-    pf::CheckFrames(previous, next);
-    pf::Request request = {algoParams, otherParams, pf::Interrupt(&interruptFuncs), {previous, next}, {}, {}};
-    request.CheckServices();
-    request.Identify();
-    request.interrupt.ThrowIfAsked();
-    *found = request.Motion();
+    *found = pf::Job(algoParams, &interruptFuncs, {previous, next}).FindVectors();
     return PF_Err_NONE;
   });
   return pf::TellFailure(error, pf::kAllocFailed);
@@ -132,11 +151,8 @@ PF_Err calcTavrosOpticalFlowParamsNoIpl(const PF_Tavros_AlgoParams& algo, const 
                                         const PF_Tavros_Images& images) {
   if (const PF_Err error = pf::CheckRange(algo)) return error;
   const PF_Err error = pf::Guard([&]() -> PF_Err {
-    pf::CheckFrames(images.previous, images.next);
     if (images.vectors == nullptr || !images.vectors->Empty()) pf::CheckFrames(nullptr, nullptr);
-    const pf::Interrupt asked(interrupt);
-    asked.ThrowIfAsked();
-    images.vectors->shared().Publish(pf::EstimateMotion(algo, {images.previous, images.next}, asked));
+    images.vectors->shared().Publish(pf::Job(algo, interrupt, {images.previous, images.next}).Estimate());
     return PF_Err_NONE;
   });
   return pf::TellFailure(error, pf::kEngineMemory);

@@ -3,68 +3,68 @@
 
 #include <cstdint>
 
-#include "planes/FloatPlane.h"
 #include "multiprocess/Bands.h"
+#include "planes/FloatPlane.h"
 
 namespace pf {
 
-// Edges of patches are multiples of 8.
-inline constexpr std::int32_t kLargestPatch = 40;
+// Lines of scratch memory are handed over as their first pixel; rims stand on both sides.
+constexpr std::int64_t LineFloats(std::int64_t width) { return (width + 15) / 16 * 16 + 6 * kRim; }
 
-// One size of one frame pair, looked at from one side: where patches of `from` are in `to`.
+// One size of a pair of frames, looked at from one side: where patches of `from` are in `to`.
 struct PatchSearch {
-  FloatPlane from, to;  // with at least PatchRim(edge) columns and rows repeated around them
-  FlowPlanes start;     // the motion to begin with
-  FlowPlanes other;     // that of the other direction carried over; not looked at when `at` of u is null
-  std::int32_t edge, step;
+  FloatPlane from, to;         // repeated around by PatchRim(edge) or more
+  FlowPlanes start;            // the motion to begin with
+  FlowPlanes other;            // that of the other direction carried over; u.at null: none
+  std::int32_t edge, step;     // of a patch, a multiple of 8; from patch to patch
   std::int32_t columns, rows;  // of patches
-  bool exhaustive;             // look at every whole position around the start first
-  float limit_x, limit_y;      // the longest motion
-  float *u, *v;                // columns x rows: what the first pass found
-  float *better_u, *better_v;  // and the second
+  bool exhaustive;             // try every whole position around the start
+  float longest_x, longest_y;  // motion
+  float *first_u, *first_v;    // columns x rows: what the first pass found
+  float *second_u, *second_v;  // and the second
 };
+inline constexpr std::int32_t kLargestPatch = 40;
 constexpr std::int32_t PatchRim(std::int32_t edge) { return edge + 3; }
 constexpr std::int32_t PatchCount(std::int32_t extent, std::int32_t edge, std::int32_t step) {
   return extent <= edge ? 1 : (extent - edge + step - 1) / step + 1;
 }
-inline std::int32_t PatchPlace(std::int32_t number, std::int32_t extent, std::int32_t edge, std::int32_t step) {
-  return extent <= edge ? 0 : (number * step < extent - edge ? number * step : extent - edge);
+constexpr std::int32_t PatchPlace(std::int32_t number, std::int32_t extent, std::int32_t edge, std::int32_t step) {
+  return extent <= edge ? 0 : std::min(number * step, extent - edge);
 }
 
-// What the equations of refinement are made of: brightness and its slopes, that of one frame against the other's.
+// What the equations of refinement are made of.
 struct RefinePlanes {
-  FloatPlane mean;              // of both frames
-  FloatPlane change;            // the second one minus the first
+  FloatPlane mean;              // of both frames' brightness, the motion undone
+  FloatPlane change;            // from the first to the second
   FloatPlane slope_x, slope_y;  // of the mean
-  const FloatPlane* trust;      // 0..1, how far the equations hold; null: 1
-  FlowPlanes begin;             // the motion that the change was taken with
+  FlowPlanes begin;             // the motion that was undone
   FlowPlanes flow;              // what is refined
+  const float* trust;           // how far the equations hold, 0..1, rows as of `mean`; null: 1
 };
 
 struct RefineWeights {
-  float stiffness, slopes, brightness;
+  float stiffness, brightness, structure;
 };
 
-// One band in one round. Rows above and below it are those that the round before left.
+// One band in one round. What stands above and below it is what the round before left there.
 struct RefineBand {
   Rows rows;
   const float *above_u, *above_v, *below_u, *below_v;  // null at the frame's edge
-  float *first_u, *first_v, *last_u, *last_v;          // where its own outer rows go
-  float* scratch;                                      // RefineScratch(width, rows)
+  float *first_u, *first_v, *last_u, *last_v;          // receive the band's own outer rows
+  float* scratch;                                      // RefineScratch(width)
 };
-inline constexpr std::int32_t kSweeps = 5;
-constexpr std::int64_t RefineStride(std::int32_t width) { return (width + 15) / 16 * 16 + 2 * kRim; }
-constexpr std::int64_t RefineScratch(std::int32_t width, std::int32_t rows) {
-  return RefineStride(width) * 7 * (std::int64_t{rows} + 1);
-}
+inline constexpr std::int32_t kSweeps = 10;  // of every other pixel
+inline constexpr std::int32_t kRefineRing = 16;
+constexpr std::int64_t RefineScratch(std::int64_t width) { return 7 * kRefineRing * LineFloats(width); }
+static_assert(kRefineRing >= kSweeps + 2);
 
 // How the motion there and the motion back fit.
 struct Consistency {
   FlowPlanes there, back;
-  float share;  // of the squared lengths by which they may differ
+  float share;  // of the squared lengths, by which they may differ
 };
 
-// A picture of four channels, side by side, 0..255.
+// Four channels side by side.
 struct ColourPlane {
   float* at;
   std::int64_t stride;  // in floats
@@ -73,54 +73,68 @@ struct ColourPlane {
   float* Row(std::int64_t y) const { return at + y * stride; }
 };
 
-// Both frames fetched along a motion that stands at the time between them.
+// One frame on its way to what motion is looked for in.
+struct HalfColour {
+  ColourPlane full;  // premultiplied, of any scale, all finite
+  float scale;       // makes it 0..255
+  bool bounded;      // false: values beyond -1..1 are drawn in first
+  ColourPlane half;  // receives colour
+  FloatPlane level;  // receives brightness
+  float weights[4];  // of the channels; their sum with `offset` makes brightness
+  float offset;
+};
+
+// Both frames fetched along a motion that stands at a time between them.
 struct Meeting {
   ColourPlane previous, next;
   FlowPlanes flow;
   float time;
 };
 
-// The last step: where a pixel of the result is fetched and how the two are mixed.
+// A row of the result, at full size.
 struct FetchRow {
-  ColourPlane previous, next;  // full size, two pixels repeated around them
-  const float *u, *v;          // the motion at each pixel of the row
-  const float* share;          // of the previous frame
-  float time;
-  float shift;  // along the motion, in its own length
+  ColourPlane previous, next;  // two pixels repeated around them
+  const float *u, *v;          // the motion at each pixel
+  const float* share;          // of the previous frame, 0..1
+  float back, forth;           // how far along the motion each frame is
   std::int32_t y, width;
+  bool cubic;
 };
 
 struct MotionKernels {
-  // Halves in both directions through (1, 4, 6, 4, 1) / 16. `line`: room for a row of `in` with its rims.
+  // Half the extents through (1, 4, 6, 4, 1) / 16, for the rows of `out`.
   void (*halve)(const FloatPlane& in, const FloatPlane& out, Rows rows, float* line);
   // Twice the extents, bilinear, times `scale`.
   void (*twice)(const FloatPlane& in, float scale, const FloatPlane& out, Rows rows, float* line);
+  // Of 3 x 3, and of 5 x 5.
   void (*median)(const FloatPlane& in, const FloatPlane& out, Rows rows);
-  // Mean of 5 x 5.
   void (*mean)(const FloatPlane& in, const FloatPlane& out, Rows rows, float* line);
 
-  void (*search)(const PatchSearch& search, int pass, Rows rows);
-  // The motion of pixels from that of the patches that cover them. `weights`: rows of it.
+  // Rows of patches.
+  void (*search_first)(const PatchSearch& search, Rows rows);
+  void (*search_again)(const PatchSearch& search, Rows rows);
+  // The motion of pixels from that of the patches that cover them. `weights` is scratch, of the same size.
   void (*densify)(const PatchSearch& search, const FlowPlanes& flow, const FloatPlane& weights, Rows rows);
 
-  // Mean and change, the second frame fetched along `scale2` of the motion and the first along `scale1`.
-  void (*meet)(const FloatPlane& first, float scale1, const FloatPlane& second, float scale2,
+  // Mean and change, with each frame fetched at its part of the motion.
+  void (*meet)(const FloatPlane& first, float first_part, const FloatPlane& second, float second_part,
                const RefinePlanes& planes, Rows rows);
   void (*slopes)(const RefinePlanes& planes, Rows rows);
   void (*refine)(const RefinePlanes& planes, const RefineWeights& weights, const RefineBand& band);
 
-  // 0 where they fit, 1 where not or where the motion leads outside.
+  // 0 where both fit, to 1 where they do not or lead outside.
   void (*hidden)(const Consistency& pair, const FloatPlane& out, Rows rows);
-  // By how much they differ, in pixels, times .4, with a tenth of the change of brightness.
+  // What speaks against a vector, 0..8, from how they fit and from brightness.
   void (*doubt)(const Consistency& pair, const FloatPlane& from, const FloatPlane& to, const FloatPlane& out,
                 Rows rows);
 
-  // Mean difference of both frames' colour along the motion.
-  void (*compare)(const Meeting& meeting, const FloatPlane& out, Rows rows);
-  // How much the previous frame is hidden where the motion comes from, and the next one where it goes.
+  // How much of each frame is seen along the motion, 0..1, and the lesser of both; 0 where one of them is outside.
   void (*seen)(const FloatPlane& hidden_previous, const FloatPlane& hidden_next, const FlowPlanes& flow, float time,
-               const FloatPlane& previous, const FloatPlane& next, Rows rows);
-  void (*fetch)(const FetchRow& row, bool cubic, float* out);
+               const FloatPlane& previous, const FloatPlane& next, const FloatPlane& trust, Rows rows);
+  void (*halve_colour)(const HalfColour& frame, Rows rows, float* line);
+  // Difference of both frames along the motion.
+  void (*compare)(const Meeting& meeting, const FloatPlane& out, Rows rows);
+  void (*fetch)(const FetchRow& row, float* out);
 };
 
 // Plain C++: the reference.

@@ -5,14 +5,7 @@
 
 namespace pf {
 
-struct Wanted {
-  const PF_Tavros_AlgoParams& algo;
-  FramePair frames;
-  const PairMotion* motion;  // null: a cross-fade
-  float time;                // above 0, below 1
-};
-
-// Throws before the destination is touched, or not at all.
-void Synthesize(const Wanted& wanted, const Interrupt& interrupt, PF_World& destination);
+// Throws before the destination is touched, or not at all. \param time above 0, below 1.
+void Synthesize(const MotionRequest& request, const PairMotion& motion, float time, PF_World& destination);
 
 }  // namespace pf

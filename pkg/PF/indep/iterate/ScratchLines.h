@@ -13,31 +13,29 @@
 
 namespace pf {
 
-// All lines start as zeros. There are as many as the executor has threads, so one is free as a rule; should a
-// host bring more, whoever comes when all are taken tries until one is given back.
-class ScratchLines {
+// Lines of one size in memory of the caller's, as many as the executor has threads, so one is free as a rule; should a
+// host bring more threads, whoever comes when all are taken tries until one is given back.
+class LinePool {
  public:
-  ScratchLines(std::uint64_t line_size, Message what)
-      : line_size_((line_size + 63) / 64 * 64), count_(std::clamp(U_GetNumThreads(), 1, 32)), block_(Size(), what) {
-    std::memset(block_.data(), 0, Size());
-  }
+  static std::int32_t Count() { return std::clamp(U_GetNumThreads(), 1, 32); }
+
+  // \param lines Count() * line_size bytes.
+  LinePool(std::byte* lines, std::uint64_t line_size) : lines_(lines), line_size_(line_size), count_(Count()) {}
 
   class Line {
    public:
-    explicit Line(ScratchLines& lines) : lines_(lines), number_(lines.Take()) {}
-    ~Line() { lines_.GiveBack(number_); }
+    explicit Line(LinePool& pool) : pool_(pool), number_(pool.Take()) {}
+    ~Line() { pool_.GiveBack(number_); }
     Line(const Line&) = delete;
     Line& operator=(const Line&) = delete;
-    std::byte* data() const { return lines_.block_.data() + lines_.line_size_ * static_cast<unsigned>(number_); }
+    std::byte* data() const { return pool_.lines_ + pool_.line_size_ * static_cast<unsigned>(number_); }
 
    private:
-    ScratchLines& lines_;
+    LinePool& pool_;
     int number_;
   };
 
  private:
-  std::uint64_t Size() const { return line_size_ * static_cast<unsigned>(count_); }
-
   int Take() {
     std::uint32_t taken = taken_.load(std::memory_order_relaxed);
     while (true) {
@@ -52,10 +50,31 @@ class ScratchLines {
   }
   void GiveBack(int number) { taken_.fetch_and(~(1u << number), std::memory_order_release); }
 
+  std::byte* lines_;
   std::uint64_t line_size_;
   std::int32_t count_;
-  HandleBlock block_;
   std::atomic<std::uint32_t> taken_{0};
+};
+
+// Lines with memory of their own, which start as zeros.
+class ScratchLines {
+ public:
+  ScratchLines(std::uint64_t line_size, Message what)
+      : block_(Padded(line_size) * static_cast<unsigned>(LinePool::Count()), what),
+        pool_(block_.data(), Padded(line_size)) {
+    std::memset(block_.data(), 0, Padded(line_size) * static_cast<unsigned>(LinePool::Count()));
+  }
+
+  class Line : public LinePool::Line {
+   public:
+    explicit Line(ScratchLines& lines) : LinePool::Line(lines.pool_) {}
+  };
+
+ private:
+  static std::uint64_t Padded(std::uint64_t line_size) { return (line_size + 63) / 64 * 64; }
+
+  HandleBlock block_;
+  LinePool pool_;
 };
 
 }  // namespace pf

@@ -7,6 +7,7 @@
 #include "mask/MaskCombineKernels.h"
 #include "mask/MaskKernels.h"
 #include "paint/PaintKernels.h"
+#include "planes/MotionKernels.h"
 #include "sample/SampleKernels.h"
 #include "transfer/LinearKernels.h"
 #include "transfer/TransferKernels.h"
@@ -20,14 +21,14 @@ const KernelSet kPortableKernels = {
     &kPortableReplicateKernels,   &kPortableMaskKernels,        &kPortablePaintKernels,
     &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortablePlaneKernels,
     &kPortableTransferKernels8,   &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
-    &kPortableLinearLightKernels, &kPortableBlurKernels};
+    &kPortableLinearLightKernels, &kPortableBlurKernels,        &kPortableMotionKernels};
 
 KernelSet VectorKernels() {
   return {&VectorConvertKernels(),     &VectorAlphaKernels(),       &VectorSampleKernels(),
           &VectorReplicateKernels(),   &VectorMaskKernels(),        &VectorPaintKernels(),
           &VectorBlendKernels(),       &VectorMaskCombineKernels(), &VectorPlaneKernels(),
           &VectorTransferKernels8(),   &VectorTransferKernels16(),  &VectorTransferKernelsFloat(),
-          &VectorLinearLightKernels(), &VectorBlurKernels()};
+          &VectorLinearLightKernels(), &VectorBlurKernels(),        &VectorMotionKernels()};
 }
 
 void KernelSlots::Set(const KernelSet& kernels) {
@@ -45,11 +46,12 @@ void KernelSlots::Set(const KernelSet& kernels) {
   transfer_float = kernels.transfer_float;
   linear_light = kernels.linear_light;
   blur = kernels.blur;
+  motion = kernels.motion;
 }
 
 KernelSet KernelSlots::Get() const {
-  return {convert,      alpha, sample,    replicate,  mask,           paint,        blend,
-          mask_combine, plane, transfer8, transfer16, transfer_float, linear_light, blur};
+  return {convert, alpha,     sample,     replicate,      mask,         paint, blend, mask_combine,
+          plane,   transfer8, transfer16, transfer_float, linear_light, blur,  motion};
 }
 
 constinit KernelSlots g_kernels = {
@@ -57,7 +59,7 @@ constinit KernelSlots g_kernels = {
     &kPortableReplicateKernels,   &kPortableMaskKernels,        &kPortablePaintKernels,
     &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortablePlaneKernels,
     &kPortableTransferKernels8,   &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
-    &kPortableLinearLightKernels, &kPortableBlurKernels};
+    &kPortableLinearLightKernels, &kPortableBlurKernels,        &kPortableMotionKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};
 constinit std::atomic<std::int64_t> g_live_worlds{0};
 constinit std::atomic<std::int64_t> g_live_chunks{0};

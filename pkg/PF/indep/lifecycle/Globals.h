@@ -28,6 +28,7 @@ template <class P>
 struct TransferKernels;
 struct LinearLightKernels;
 struct BlurKernels;
+struct MotionKernels;
 
 // One choice of kernels for every concern.
 struct KernelSet {
@@ -45,6 +46,7 @@ struct KernelSet {
   const TransferKernels<PF_PixelFloat>* transfer_float;
   const LinearLightKernels* linear_light;
   const BlurKernels* blur;
+  const MotionKernels* motion;
 };
 // Plain C++: the reference.
 extern const KernelSet kPortableKernels;
@@ -68,6 +70,7 @@ struct KernelSlots {
   std::atomic<const TransferKernels<PF_PixelFloat>*> transfer_float;
   std::atomic<const LinearLightKernels*> linear_light;
   std::atomic<const BlurKernels*> blur;
+  std::atomic<const MotionKernels*> motion;
 
   void Set(const KernelSet& kernels);
   KernelSet Get() const;

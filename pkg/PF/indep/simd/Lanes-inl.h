@@ -1,5 +1,5 @@
 // Lanes of a vector as a number with operators, so that one formula serves single values and vectors: the
-// counterpart of transfer/PlainLanes.h, with the same names and the same bits.
+// counterpart of simd/PlainLanes.h, with the same names and the same bits.
 #if defined(PF_SIMD_LANES_INL_H) == defined(HWY_TARGET_TOGGLE)
 #ifdef PF_SIMD_LANES_INL_H
 #undef PF_SIMD_LANES_INL_H

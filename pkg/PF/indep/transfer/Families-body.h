@@ -1,5 +1,5 @@
 // What transfer modes have in common. This file and Modes-body.h are included inside a namespace that has the
-// functions of transfer/PlainLanes.h: once for single values, once for the lanes of each vector target. R is a float, a
+// functions of simd/PlainLanes.h: once for single values, once for the lanes of each vector target. R is a float, a
 // double, or lanes of them. Values are on the unit interval, or on the scale of the depth where a mode is kRaw.
 
 // A pixel, or pixels; of the source with its effective alpha (QUIRK-42).

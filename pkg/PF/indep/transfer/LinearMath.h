@@ -6,7 +6,7 @@
 
 #include "PF/PF_ColorSettings.h"
 #include "pixel/ConvertDepth.h"
-#include "transfer/PlainLanes.h"
+#include "simd/PlainLanes.h"
 
 namespace pf {
 namespace plain {

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "transfer/PlainLanes.h"
+#include "simd/PlainLanes.h"
 #include "transfer/TransferKernels.h"
 
 namespace pf::plain {
