@@ -111,8 +111,12 @@ void PrintTimes(std::ostream& out, Layout layout, const FrameResults& results, c
   if (compared) table[0].insert(table[0].end(), {peer + " twice", "with its picture", "ours / " + peer + " twice"});
   table[0].insert(table[0].end(), {"wall, 1 thread", "2 threads", "of 1 thread"});
   const auto milliseconds = [](double seconds) { return Format("%.1f", 1e3 * seconds); };
+  double further = 0, cost = 0, threads = 0;
   for (const FrameRow& row : rows) {
     const FrameTimes& times = row.times;
+    further += times.further / times.first / static_cast<double>(rows.size());
+    cost += times.first / times.yardstick / static_cast<double>(rows.size());
+    threads += times.wall_two / times.wall_one / static_cast<double>(rows.size());
     Cells cells = {NameAndSize(row), milliseconds(times.first), milliseconds(times.further),
                    Format("%.2f", times.further / times.first)};
     if (compared) {
@@ -123,6 +127,10 @@ void PrintTimes(std::ostream& out, Layout layout, const FrameResults& results, c
                                Format("%.2f", times.wall_two / times.wall_one)});
     table.push_back(std::move(cells));
   }
+  Cells mean = {"mean of the ratios", "", "", Format("%.2f", further)};
+  if (compared) mean.insert(mean.end(), {"", "", Format("%.2fx", cost)});
+  mean.insert(mean.end(), {"", "", Format("%.2f", threads)});
+  table.push_back(std::move(mean));
   Print(out, layout, table);
 }
 
