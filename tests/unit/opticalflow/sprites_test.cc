@@ -1,0 +1,128 @@
+// After: dark borders around what is transparent, light that is cut off at full or rings, samples that are no numbers
+// and spread.
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "support/Frames.h"
+#include "support/LibraryTest.h"
+
+namespace {
+
+using pftest::BlendingAt;
+using pftest::Colour;
+using pftest::Frame;
+using pftest::Texture;
+
+class MovingSprites : public pftest::LibraryTest {};
+
+void RenderMiddle(const Frame& a, const Frame& b, Frame& out, std::int16_t variant, std::int16_t steps = 1) {
+  PF_AdvancedFrameBlending blending = BlendingAt(0.5f);
+  blending.algoParams.variant = variant;
+  blending.algoParams.steps = steps;
+  ASSERT_EQ(blending.Render(a.world(), b.world(), out.world()), 0);
+}
+
+// What is transparent is black.
+TEST_F(MovingSprites, KeepTheirColourUpToTheirSoftBorder) {
+  const auto disc = [](Frame& frame, double centre) {
+    frame.Paint([&](int x, int y) {
+      const double alpha = std::fmin(std::fmax(14.5 - std::hypot(x - centre, y - 30), 0), 1);
+      return alpha > 0 ? Colour{alpha, 0.8, 0.6, 0.9} : Colour{0, 0, 0, 0};
+    });
+  };
+  for (const std::int32_t depth : {8, 16, 32}) {
+    for (const int way : {8, 9}) {
+      Frame a(depth, 80, 60), b(depth, 80, 60), out(depth, 80, 60);
+      disc(a, 30);
+      disc(b, 30 + way);
+      for (std::int16_t variant = 0; variant < 4; ++variant) {
+        RenderMiddle(a, b, out, variant, way == 8 ? 1 : 5);
+        double area = 0, area_before = 0;
+        for (int y = 0; y < 60; ++y) {
+          for (int x = 0; x < 80; ++x) {
+            const Colour c = out.Get(x, y);
+            area += c[0];
+            area_before += a.Get(x, y)[0];
+            ASSERT_TRUE(c[0] >= 0 && c[0] <= 1) << x << ", " << y;
+            if (c[0] == 0) {
+              ASSERT_TRUE(c[1] == 0 && c[2] == 0 && c[3] == 0) << x << ", " << y;
+              continue;
+            }
+            ASSERT_NEAR(c[1], 0.8, 0.02) << "depth " << depth << ", variant " << variant << " at " << x << ", " << y;
+            ASSERT_NEAR(c[2], 0.6, 0.02) << "depth " << depth << ", variant " << variant << " at " << x << ", " << y;
+            ASSERT_NEAR(c[3], 0.9, 0.02) << "depth " << depth << ", variant " << variant << " at " << x << ", " << y;
+          }
+        }
+        EXPECT_NEAR(area, area_before, 0.02 * area_before) << "nothing is lost on the way";
+      }
+    }
+  }
+}
+
+TEST_F(MovingSprites, LightFarAboveFullArrivesWhole) {
+  const auto spot = [](Frame& frame, double centre) {
+    frame.Paint([&](int x, int y) {
+      Colour c = Texture(x, y);
+      const double light = 50 * std::exp(-std::pow(x - centre, 2) / 50 - std::pow(y - 30, 2) / 50);
+      for (std::size_t i = 1; i < 4; ++i) c[i] = c[i] / 2 + light;
+      return c;
+    });
+  };
+  Frame a(32, 80, 60), b(32, 80, 60), out(32, 80, 60), middle(32, 80, 60);
+  spot(a, 28);
+  spot(b, 36);
+  spot(middle, 32);
+  for (std::int16_t variant = 0; variant < 4; ++variant) {
+    RenderMiddle(a, b, out, variant);
+    double least = 50, most = 0;
+    for (int y = 0; y < 60; ++y) {
+      for (int x = 0; x < 80; ++x) {
+        least = std::fmin(least, out.Get(x, y)[1]);
+        most = std::fmax(most, out.Get(x, y)[1]);
+      }
+    }
+    EXPECT_NEAR(most, middle.Get(32, 30)[1], 0.5) << variant;
+    EXPECT_GE(least, 0) << variant;
+    EXPECT_LE(DistanceOf(out, middle).largest, 1.5) << variant;
+  }
+}
+
+// They move with the picture; what cannot be seen behind them does not darken what is beside them.
+TEST_F(MovingSprites, SamplesThatAreNoNumbersStayAlone) {
+  constexpr float kNaN = std::numeric_limits<float>::quiet_NaN(), kInfinity = std::numeric_limits<float>::infinity();
+  for (const int way : {0, 8}) {
+    Frame a(32, 80, 60), b(32, 80, 60), out(32, 80, 60), clean(32, 80, 60);
+    a.Paint([](int x, int y) { return Texture(x, y); });
+    b.Paint([&](int x, int y) { return Texture(x - way, y + 0.01); });
+    for (std::int16_t variant = 0; variant < 4; ++variant) {
+      RenderMiddle(a, b, clean, variant);
+      Frame broken(32, 80, 60);
+      broken.Paint([](int x, int y) { return Texture(x, y); });
+      broken.At<PF_PixelFloat>(20, 30).red = kNaN;
+      broken.At<PF_PixelFloat>(40, 20).green = kInfinity;
+      broken.At<PF_PixelFloat>(50, 40).alpha = -kInfinity;
+      RenderMiddle(broken, b, out, variant);
+      const int part = way / 2;
+      EXPECT_TRUE(std::isnan(out.At<PF_PixelFloat>(20 + part, 30).red)) << way;
+      EXPECT_EQ(out.At<PF_PixelFloat>(40 + part, 20).green, kInfinity) << way;
+      EXPECT_EQ(out.At<PF_PixelFloat>(50 + part, 40).alpha, -kInfinity) << way;
+      int broken_samples = 0, touched = 0;
+      for (int y = 0; y < 60; ++y) {
+        for (int x = 0; x < 80; ++x) {
+          const Colour c = out.Get(x, y), before = clean.Get(x, y);
+          double change = 0;
+          for (std::size_t i = 0; i < 4; ++i) {
+            broken_samples += !std::isfinite(c[i]);
+            change = std::fmax(change, std::abs(c[i] - before[i]));
+          }
+          touched += !(change <= 0.03);
+        }
+      }
+      EXPECT_EQ(broken_samples, 3) << "by " << way << ", variant " << variant;
+      EXPECT_LE(touched, 6) << "by " << way << ", variant " << variant;
+    }
+  }
+}
+
+}  // namespace
