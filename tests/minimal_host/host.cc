@@ -241,10 +241,15 @@ void DebugTrace(const char*) noexcept {}
 bool DebugTraceEnabled(const char*, std::int32_t) noexcept { return false; }
 MixHash::MixHash(const void* seed, std::size_t size) noexcept : state_{} { Mix(seed, size); }
 void MixHash::Mix(const void* bytes, std::size_t size) noexcept {
-  for (std::size_t i = 0; i < size; ++i) {
-    std::uint8_t& byte = state_.bytes[i % sizeof state_];
-    byte = static_cast<std::uint8_t>(byte * 31 + static_cast<const std::uint8_t*>(bytes)[i]);
-  }
+  std::uint64_t halves[2];
+  std::memcpy(halves, &state_, sizeof halves);
+  const auto mix = [&](std::uint64_t value) {
+    halves[0] = (halves[0] ^ value) * 0x100000001B3u + halves[1];
+    halves[1] = (halves[1] + value + 1) * 0x9E3779B97F4A7C15u ^ halves[0] >> 31;
+  };
+  for (std::size_t i = 0; i < size; ++i) mix(static_cast<const std::uint8_t*>(bytes)[i]);
+  mix(size);
+  std::memcpy(&state_, halves, sizeof halves);
 }
 void* AllocateSmallBlock(std::size_t size) noexcept { return Take(size); }
 void FreeSmallBlock(void* block, std::size_t) noexcept { Give(block); }

@@ -1,4 +1,5 @@
-// Starts the library on the smallest host, enlarges a world, stops, and checks that nothing is left.
+// Starts the library on the smallest host, enlarges a world, makes a frame between two, stops, and checks that nothing
+// is left.
 #include "minimal_host.h"
 
 #include <PF/PF.h>
@@ -45,6 +46,39 @@ bool AskForColour(PF_EffectWorld& world) {
   return right & Check(!settings.IsValid() && settings.GetProfile() == nullptr, "settings exist without one");
 }
 
+PF_Err PaintSlope(void* shift, std::int32_t x, std::int32_t y, PF_Pixel8*, PF_Pixel8* out) {
+  const std::int32_t left = x - *static_cast<std::int32_t*>(shift);
+  const bool inside = left >= 0 && left < 16 && y >= 8 && y < 24;
+  *out = {255, static_cast<std::uint8_t>(inside ? 100 + 9 * left : 40), static_cast<std::uint8_t>(inside ? 9 * y : 40),
+          static_cast<std::uint8_t>(4 * y)};
+  return PF_Err_NONE;
+}
+
+// A square moves by eight pixels; between the frames it has moved by four. The cache of this host keeps nothing.
+bool MakeFrameBetween() {
+  PF_EffectWorld worlds[3];
+  bool right = true;
+  for (PF_EffectWorld& world : worlds)
+    right &= Check(PF_NewEffectWorld(nullptr, 48, 32, 8, 1, 0, &world) == 0, "a frame");
+  if (!right) return false;
+  for (std::int32_t i = 0; i < 2; ++i) {
+    std::int32_t shift = 12 + 8 * i;
+    right &= Check(PF_Iterate(nullptr, 0, 0, nullptr, nullptr, &shift, PF_PixelFunc(&PaintSlope), &worlds[i]) == 0,
+                   "painted");
+  }
+  const PF_AdvancedFrameBlending blending({}, {});
+  right &= Check(blending.Render(worlds[0].world_object, worlds[1].world_object, worlds[2].world_object) == 0,
+                 "a frame between two");
+  PF_Pixel8* pixels = nullptr;
+  right &= Check(PF_GetPixelData8(&worlds[2], nullptr, &pixels) == 0 && pixels != nullptr, "its pixels");
+  for (std::int32_t left = 2; right && left < 14; ++left) {
+    const std::int32_t found = pixels[16 * worlds[2].row_bytes / 4 + 16 + left].red, wanted = 100 + 9 * left;
+    right &= Check(found - wanted <= 6 && wanted - found <= 6, "the square is half way");
+  }
+  for (PF_EffectWorld& world : worlds) right &= Check(PF_DisposeEffectWorld(nullptr, &world) == 0, "disposed");
+  return right;
+}
+
 bool Run() {
   PF_EffectWorld small, large;
   bool right = Check(PF_NewEffectWorld(nullptr, 4, 4, 8, 1, 0, &small) == 0, "a small world") &&
@@ -52,6 +86,7 @@ bool Run() {
   if (!right) return false;
   right = Enlarge(small, large);
   right &= AskForColour(small);
+  right &= MakeFrameBetween();
   right &= Check(PF_DisposeEffectWorld(nullptr, &small) == 0, "disposed");
   right &= Check(PF_DisposeEffectWorld(nullptr, &large) == 0, "disposed");
   return right;

@@ -34,5 +34,6 @@ void AddCompositing(OperationTable& table);
 void AddColorSpaces(OperationTable& table);
 void AddColor(OperationTable& table);
 void AddFilters(OperationTable& table);
+void AddFrameBlending(OperationTable& table);
 
 }  // namespace pftest

@@ -242,6 +242,7 @@ Table Build() {
   AddColorSpaces(table);
   AddColor(table);
   AddFilters(table);
+  AddFrameBlending(table);
   return table;
 }
 

@@ -1,0 +1,65 @@
+#include "support/Frames.h"
+#include "support/OperationTable.h"
+#include "support/TestHost.h"
+
+namespace pftest {
+namespace {
+
+// Asks the trial's progress record, which may answer with any code; the engine knows only one.
+struct Stop {
+  const PF_ProgressInfo* progress;
+  PF_Err answer = PF_Err_NONE;
+
+  PF_Tavros_InterruptFuncs Functions() {
+    return {[](void* data) -> std::int32_t {
+              auto& stop = *static_cast<Stop*>(data);
+              if (stop.progress != nullptr) stop.answer = stop.progress->abort(stop.progress->reference);
+              return stop.answer;
+            },
+            this};
+  }
+};
+
+// A random texture that moves, with something transparent before it.
+void PaintPair(Trial& run, Frame& previous, Frame& next) {
+  const auto seed = static_cast<std::uint32_t>(run.random());
+  const auto dx = static_cast<double>(Between(run.random, -6, 6)), dy = static_cast<double>(Between(run.random, -4, 4));
+  const auto paint = [&](Frame& frame, double time) {
+    frame.Paint([&](int x, int y) {
+      Colour c = Texture(x - time * dx, y - time * dy, seed);
+      if (seed % 2 == 0 && std::hypot(x - 20 + time * dx, y - 15 - time * dy) < 8) c[0] = 0.3;
+      return c;
+    });
+  };
+  paint(previous, 0);
+  paint(next, 1);
+}
+
+PF_Err RenderMiddle(Trial& run, int depth, std::int16_t mode, bool warm) {
+  Frame previous(depth, 40, 34), next(depth, 40, 34), out(depth, 40, 34);
+  if (previous.world() == nullptr || next.world() == nullptr || out.world() == nullptr) return PF_Err_OUT_OF_MEMORY;
+  PaintPair(run, previous, next);
+  Stop stop{run.progress};
+  PF_AdvancedFrameBlending blending = BlendingAt(0.3f, stop.Functions());
+  blending.algoParams.mode = mode;
+  blending.algoParams.variant = static_cast<std::int16_t>(run.random() % 4);
+  blending.algoParams.steps = static_cast<std::int16_t>(1 + run.random() % 3);
+  PF_Err code = blending.Render(previous.world(), next.world(), out.world());
+  if (warm && code == PF_Err_NONE) code = blending.Render(previous.world(), next.world(), out.world());
+  Host().filed.clear();
+  run.results.Add(out);
+  return code == PF_Err_CANCELLED ? stop.answer : code;
+}
+
+}  // namespace
+
+void AddFrameBlending(OperationTable& table) {
+  for (const int depth : {8, 16, 32}) {
+    table.push_back({At("frame between", depth), depth, depth == 32,
+                     [=](Trial& run) { return RenderMiddle(run, depth, 2, false); }});
+  }
+  table.push_back({"frame between, quick", 16, true, [=](Trial& run) { return RenderMiddle(run, 16, 1, false); }});
+  table.push_back({"frame between, twice", 8, false, [=](Trial& run) { return RenderMiddle(run, 8, 2, true); }});
+}
+
+}  // namespace pftest
