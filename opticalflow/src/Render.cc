@@ -82,22 +82,22 @@ class Job {
   }
 
   void Render(float time, PF_World& destination) {
-    const vexcore::Guid previous = FrameIdentity(*frames_.previous), next = FrameIdentity(*frames_.next);
-    if (time == 0 || previous == next) return CopyFrame(*frames_.previous, destination);
+    const Identities ids = Identify();
+    if (time == 0 || ids.previous == ids.next) return CopyFrame(*frames_.previous, destination);
     if (time == 1) return CopyFrame(*frames_.next, destination);
     interrupt_.ThrowIfAsked();
     if (algo_.mode == 0) return CrossFade(time, destination);
     const PairPictures pictures = Prepare();
     const MotionRequest request = {algo_, frames_, pictures, workspace_, interrupt_};
-    const MotionRef motion = FindMotion(request, VectorKey(previous, next, algo_));
+    const MotionRef motion = FindMotion(request, VectorKey(ids.previous, ids.next, algo_));
     Synthesize(request, *motion->shared().motion(), time, destination);
   }
 
   MotionRef FindVectors() {
-    const vexcore::Guid key = VectorKey(FrameIdentity(*frames_.previous), FrameIdentity(*frames_.next), algo_);
+    const Identities ids = Identify();
     interrupt_.ThrowIfAsked();
     const PairPictures pictures = Prepare();
-    return FindMotion({algo_, frames_, pictures, workspace_, interrupt_}, key);
+    return FindMotion({algo_, frames_, pictures, workspace_, interrupt_}, VectorKey(ids.previous, ids.next, algo_));
   }
 
   std::unique_ptr<PairMotion> Estimate() {
@@ -107,6 +107,17 @@ class Job {
   }
 
  private:
+  struct Identities {
+    vexcore::Guid previous, next;
+  };
+
+  Identities Identify() const {
+    Identities ids;
+    ForTasks(Interrupt(nullptr), 2, [&](std::int32_t i) {
+      (i == 0 ? ids.previous : ids.next) = FrameIdentity(i == 0 ? *frames_.previous : *frames_.next);
+    });
+    return ids;
+  }
   PairPictures Prepare() { return PreparePictures(algo_, *frames_.previous, *frames_.next, workspace_, interrupt_); }
 
   void CrossFade(float time, PF_World& destination) const {

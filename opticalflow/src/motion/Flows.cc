@@ -19,21 +19,28 @@ struct Levels {
   std::int32_t count;
 };
 
-Levels Halve(const FloatPlane& first, std::int32_t rim, Workspace& workspace) {
-  const MotionKernels& kernels = *g_kernels.motion.load();
+Levels NewLevels(const FloatPlane& first, std::int32_t rim, Workspace& workspace) {
   Levels levels = {{first}, 1};
   while (levels.count < kMostLevels) {
     const FloatPlane& last = levels.planes[levels.count - 1];
     if (std::min(last.width, last.height) <= kSmallestExtent) break;
     levels.planes[levels.count++] = NewPlane(workspace, (last.width + 1) / 2, (last.height + 1) / 2, rim, rim);
   }
-  const Workspace::Scope scope(workspace);
-  float* const line = workspace.Take<float>(LineFloats(first.width)) + kRim;
-  for (std::int32_t i = 1; i < levels.count; ++i) {
-    kernels.halve(levels.planes[i - 1], levels.planes[i], {0, levels.planes[i].height}, line);
-    RepeatAround(levels.planes[i], rim);
-  }
   return levels;
+}
+
+void Halve(const Levels (&levels)[2], std::int32_t rim, Workspace& workspace, const Interrupt& interrupt) {
+  const Workspace::Scope scope(workspace);
+  const MotionKernels& kernels = *g_kernels.motion.load();
+  const std::int64_t line_floats = LineFloats(levels[0].planes[0].width);
+  float* const lines = workspace.Take<float>(2 * line_floats) + kRim;
+  ForTasks(interrupt, 2, [&](std::int32_t i) {
+    for (std::int32_t level = 1; level < levels[i].count; ++level) {
+      const FloatPlane& plane = levels[i].planes[level];
+      kernels.halve(levels[i].planes[level - 1], plane, {0, plane.height}, lines + i * line_floats);
+      RepeatAround(plane, rim);
+    }
+  });
 }
 
 // The longest motion along one axis, in pixels of the frame. Parameters below 0 are thousandths of its extent.
@@ -96,7 +103,9 @@ class Estimator {
         workspace_(workspace),
         interrupt_(interrupt),
         rim_(PatchRim(PatchEdge(algo))),
-        levels_{Halve(pictures.previous.level, rim_, workspace), Halve(pictures.next.level, rim_, workspace)} {}
+        levels_{NewLevels(pictures.previous.level, rim_, workspace), NewLevels(pictures.next.level, rim_, workspace)} {
+    Halve(levels_, rim_, workspace, interrupt);
+  }
 
   void Run(const PairFlows& result) {
     PairFlows coarser = {};

@@ -71,7 +71,7 @@ class Spread {
   }
 
   void Step(std::int32_t x, std::int32_t y, std::int32_t from_x, std::int32_t from_y, float length) {
-    constexpr float kColour = 0.1f / 9;
+    constexpr float kColour = 0.3f / 9;
     if (from_x < 0 || from_x >= width_ || from_y < 0 || from_y >= height_) return;
     const float *a = colour_.Row(y) + 4 * std::int64_t{x}, *b = colour_.Row(from_y) + 4 * std::int64_t{from_x};
     const float change =

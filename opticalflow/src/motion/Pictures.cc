@@ -125,13 +125,13 @@ PairPictures PreparePictures(const PF_Tavros_AlgoParams& algo, const PF_World& p
   const std::int32_t bands = BandCount(half_height);
   float* const lines = workspace.Take<float>(2 * bands * line_floats);
   const MotionKernels& kernels = *g_kernels.motion.load();
-  for (int i = 0; i < 2; ++i) RepeatRows(pictures[i]->full);
+  for (const FramePicture* picture : pictures) RepeatRows(picture->full);
   ForBands(interrupt, 2, half_height, [&](std::int32_t i, Rows rows) {
     float* line = lines + (i * bands + rows.begin / kBandRows) * line_floats + kRim;
     kernels.halve_colour(HalfOf(algo, *worlds[i], *pictures[i]), rows, line);
   });
+  ForTasks(interrupt, 2, [&](std::int32_t i) { RepeatAround(pictures[i]->level, rim); });
   for (int i = 0; i < 2; ++i) {
-    RepeatAround(pictures[i]->level, rim);
     pictures[i]->opaque = findings[i].opaque;
     pictures[i]->finite = findings[i].finite;
   }

@@ -63,7 +63,7 @@ void Compare(const Meeting& m, const FloatPlane& out, Rows rows) {
       const float difference = Total(Magnitude(FetchLinear(m.previous, ax, ay) - FetchLinear(m.next, bx, by)));
       const bool outside = plain::Min(ax, bx) < -0.5f || plain::Min(ay, by) < -0.5f || plain::Max(ax, bx) > right ||
                            plain::Max(ay, by) > bottom;
-      to[x] = plain::Min(difference * (1.0f / 3), kMost) + (outside ? kOutside : 0.0f);
+      to[x] = outside ? kOutside : plain::Min(difference * (1.0f / 3), kMost);
     }
     FinishRow(to, out.width);
   }

@@ -57,7 +57,10 @@ void Seen(const FloatPlane& hidden_previous, const FloatPlane& hidden_next, cons
       const F u = Load(flow.u.Row(y) + x), v = Load(flow.v.Row(y) + x), left = Ramp(x);
       const F ax = left + back * u, ay = top + back * v, bx = left + forth * u, by = top + forth * v;
       const F a = Fetch(hidden_previous, ax, ay), b = Fetch(hidden_next, bx, by);
-      const F seen_a = one - b * (one - a), seen_b = one - a * (one - b);
+      // A frame does not show what lies outside it, where the other one does.
+      const M out_a = IsOutside(previous, ax, ay, 0.5), out_b = IsOutside(previous, bx, by, 0.5);
+      const F seen_a = Select(out_a & !out_b, zero, Select(out_b & !out_a, one, one - b * (one - a)));
+      const F seen_b = Select(out_b & !out_a, zero, Select(out_a & !out_b, one, one - a * (one - b)));
       Store(seen_a, previous.Row(y) + x);
       Store(seen_b, next.Row(y) + x);
       const M outside = IsOutside(previous, ax, ay, 0) | IsOutside(previous, bx, by, 0);

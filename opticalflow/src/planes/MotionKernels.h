@@ -132,7 +132,7 @@ struct MotionKernels {
   void (*seen)(const FloatPlane& hidden_previous, const FloatPlane& hidden_next, const FlowPlanes& flow, float time,
                const FloatPlane& previous, const FloatPlane& next, const FloatPlane& trust, Rows rows);
   void (*halve_colour)(const HalfColour& frame, Rows rows, float* line);
-  // Difference of both frames along the motion.
+  // Difference of both frames along the motion; the same everywhere where it leads outside.
   void (*compare)(const Meeting& meeting, const FloatPlane& out, Rows rows);
   void (*fetch)(const FetchRow& row, float* out);
 };

@@ -206,10 +206,13 @@ void Synthesize(const MotionRequest& request, const PairMotion& motion, float ti
                  picture + static_cast<std::size_t>(y) * row_size);
     }
   });
-  for (std::int64_t y = 0; y < height; ++y) {
-    std::memcpy(static_cast<std::byte*>(destination.data) + y * destination.row_bytes,
-                picture + static_cast<std::size_t>(y) * row_size, row_size);
-  }
+  // From here on nothing stops.
+  ForBands(Interrupt(nullptr), 1, height, [&](std::int32_t, Rows rows) {
+    for (std::int64_t y = rows.begin; y < rows.end; ++y) {
+      std::memcpy(static_cast<std::byte*>(destination.data) + y * destination.row_bytes,
+                  picture + static_cast<std::size_t>(y) * row_size, row_size);
+    }
+  });
 }
 
 }  // namespace pf
