@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "signals.h"
 
@@ -24,6 +25,30 @@ ProgressStyle Resolve(ProgressStyle style) {
 
 void PrintJsonLine(const nlohmann::json& value) {
   fmt::print(stderr, "{}\n", value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+/// How fast pictures are finished, and how long the rest will take at that rate.
+struct Pace {
+  double pictures_per_second = 0, seconds_left = 0;
+};
+
+// Empty before the first picture of several is finished.
+std::optional<Pace> PaceOf(double done, std::size_t pictures, Clock::duration passed) {
+  const double seconds = std::chrono::duration<double>(passed).count();
+  if (pictures == 1 || done < 1 || seconds <= 0) return std::nullopt;
+  const double rate = done / seconds;
+  return Pace{rate, pictures ? std::max(0.0, static_cast<double>(pictures) - done) / rate : -1};
+}
+
+std::string PaceText(const std::optional<Pace>& pace) {
+  if (!pace) return "";
+  std::string text = fmt::format("{:.{}f} frames/s", pace->pictures_per_second, pace->pictures_per_second < 10 ? 2 : 0);
+  if (pace->seconds_left >= 0) {
+    const auto left = static_cast<std::int64_t>(pace->seconds_left + 0.5);
+    text += left < 3600 ? fmt::format(", {}:{:02} left", left / 60, left % 60)
+                        : fmt::format(", {}:{:02}:{:02} left", left / 3600, left / 60 % 60, left % 60);
+  }
+  return text + " ";
 }
 
 }  // namespace
@@ -53,7 +78,8 @@ void Reporter::Stage(const std::string& name, double from, double to) {
   to_ = to;
   call_rows_ = 0;
   if (style_ == ProgressStyle::kPlain) {
-    fmt::print(stderr, "pf: {} of {} {}: {}\n", picture_, pictures_, name_, stage_);
+    const std::string all = pictures_ ? fmt::format(" of {}", pictures_) : "";
+    fmt::print(stderr, "pf: {}{} {}: {}\n", picture_, all, name_, stage_);
   }
   if (style_ == ProgressStyle::kJson) ShowJson(from_);
   StopIfSignalled();
@@ -112,8 +138,13 @@ void Reporter::ShowBar(double fraction) {
   const double all = pictures_ ? done / static_cast<double>(pictures_) : fraction;
   const int filled = std::clamp(static_cast<int>(all * kWidth), 0, kWidth);
   const std::string count = pictures_ > 1 ? fmt::format("{}/{} ", picture_, pictures_) : "";
-  fmt::print(stderr, "\r\x1b[K[{:=<{}}{:<{}}] {:3.0f} % {}{} {}", "", filled, "", kWidth - filled, all * 100, count,
-             stage_, name_);
+  const std::string pace = PaceText(PaceOf(done, pictures_, Clock::now() - start_));
+  if (pictures_ == 0) {  // nobody knows how many will come
+    fmt::print(stderr, "\r\x1b[K{} {}{} {}", picture_, pace, stage_, name_);
+  } else {
+    fmt::print(stderr, "\r\x1b[K[{:=<{}}{:<{}}] {:3.0f} % {}{}{} {}", "", filled, "", kWidth - filled, all * 100,
+               count, pace, stage_, name_);
+  }
   std::fflush(stderr);
   bar_drawn_ = true;
 }
@@ -126,12 +157,14 @@ void Reporter::ClearBar() {
 }
 
 void Reporter::ShowJson(double fraction) {
-  PrintJsonLine({{"event", "progress"},
-                 {"picture", picture_},
-                 {"pictures", pictures_},
-                 {"name", name_},
-                 {"stage", stage_},
-                 {"fraction", fraction}});
+  nlohmann::json event = {{"event", "progress"}, {"picture", picture_}, {"pictures", pictures_},
+                          {"name", name_},       {"stage", stage_},     {"fraction", fraction}};
+  const double done = static_cast<double>(picture_) - 1 + fraction;
+  if (const auto pace = PaceOf(done, pictures_, Clock::now() - start_)) {
+    event["pictures_per_second"] = pace->pictures_per_second;
+    if (pace->seconds_left >= 0) event["seconds_left"] = pace->seconds_left;
+  }
+  PrintJsonLine(event);
 }
 
 }  // namespace pftool

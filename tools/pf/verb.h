@@ -76,6 +76,7 @@ Verb ScaleVerb();
 Verb CompareVerb();
 Verb BlurVerb();
 Verb FadeVerb();
+Verb RetimeVerb();
 Verb BlendVerb();
 Verb ModesVerb();
 Verb ExplainVerb();
