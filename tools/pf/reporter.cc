@@ -142,8 +142,8 @@ void Reporter::ShowBar(double fraction) {
   if (pictures_ == 0) {  // nobody knows how many will come
     fmt::print(stderr, "\r\x1b[K{} {}{} {}", picture_, pace, stage_, name_);
   } else {
-    fmt::print(stderr, "\r\x1b[K[{:=<{}}{:<{}}] {:3.0f} % {}{}{} {}", "", filled, "", kWidth - filled, all * 100,
-               count, pace, stage_, name_);
+    fmt::print(stderr, "\r\x1b[K[{:=<{}}{:<{}}] {:3.0f} % {}{}{} {}", "", filled, "", kWidth - filled, all * 100, count,
+               pace, stage_, name_);
   }
   std::fflush(stderr);
   bar_drawn_ = true;

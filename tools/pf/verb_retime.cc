@@ -135,7 +135,7 @@ std::unique_ptr<FrameWriter> WriterFor(const RetimeOptions& options, const Commo
   // How many frames a stream has shows at its end; it is taken for many.
   if (count) {
     CheckOutputs(options, common, output.names, input, *count);
-  } else {
+  } else if (options.from_stream()) {
     output.names.RequireFor(2);
     FormatFor(output.names.Name(0), options.files.format);
   }

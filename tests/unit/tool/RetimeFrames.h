@@ -17,8 +17,9 @@ inline FilePicture Waves(int width, int height, int channels, OIIO::TypeDesc typ
   for (std::size_t i = 0; i < picture.count(); ++i) {
     const auto pixel = static_cast<int>(i) / channels, channel = static_cast<int>(i) % channels;
     const double x = pixel % width - shift, y = pixel / width;
-    const double wave = 0.5 + 0.25 * std::sin(x / (5 + 7 * scene) + channel + 2 * scene) +
-                        0.2 * std::sin(y / (9 - 3 * scene) + x / 11 + scene * channel);
+    double wave = 0.5 + 0.25 * std::sin(x / (5 + 7 * scene) + channel + 2 * scene) +
+                  0.2 * std::sin(y / (9 - 3 * scene) + x / 11 + scene * channel);
+    if (scene) wave *= wave * 0.5;
     if (type == OIIO::TypeDesc::UINT8) picture.as<std::uint8_t>()[i] = static_cast<std::uint8_t>(wave * 255);
     if (type == OIIO::TypeDesc::UINT16) picture.as<std::uint16_t>()[i] = static_cast<std::uint16_t>(wave * 65535);
     if (type == OIIO::TypeDesc::FLOAT) picture.as<float>()[i] = static_cast<float>(wave);

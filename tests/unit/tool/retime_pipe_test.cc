@@ -57,7 +57,7 @@ TEST(Streams, PassSourceFramesBitForBit) {
     ASSERT_EQ(outcome.out.size(), 2 * a.size() + b.size());
     EXPECT_EQ(outcome.out.substr(0, a.size()), a);
     EXPECT_EQ(outcome.out.substr(2 * a.size()), b);
-    EXPECT_EQ(outcome.out.substr(a.size(), 12), a.substr(0, 12)) << "the frame between has their form";
+    EXPECT_EQ(outcome.out.substr(a.size(), 8), a.substr(0, 8)) << "the frame between has their form";
   }
   // Equal frames show that rows, channels and bytes keep their places on the way through worlds.
   for (const std::string& a : {Pam(3, 255, 7), Pfm("-1.0"), Pfm("1.0")}) {
@@ -118,10 +118,9 @@ TEST(Streams, ThatAreBrokenAreRefused) {
 
 // Runs a line of the shell in the folder, with "pf" for the program.
 int Shell(const Folder& folder, const std::string& line) {
-  const std::string command =
-      "cd '" + folder.path().string() + "' && pf() { '" PF_TOOL_PATH "' \"$@\"; } && set -o pipefail && " + line;
-  const int status = std::system(("bash -c \"" + command + "\" 2>/dev/null").c_str());
-  return WEXITSTATUS(status);
+  Save(folder / "line",
+       "cd '" + folder.path().string() + "'\nset -o pipefail\npf() { '" PF_TOOL_PATH "' \"$@\"; }\n" + line);
+  return WEXITSTATUS(std::system(("bash '" + (folder / "line") + "'").c_str()));
 }
 
 TEST(Streams, EndWithThePipe) {
@@ -140,7 +139,7 @@ TEST(Streams, StandBetweenVideoPrograms) {
   ASSERT_EQ(
       Shell(folder,
             "ffmpeg -v error -i in.mkv -f image2pipe -c:v pam -pix_fmt rgb24 - | pf retime - -o - --fps 24:60 "
-            "--hold-last | ffmpeg -v error -f image2pipe -c:v pam -framerate 60 -i - -c:v ffv1 -pix_fmt gbrp out.mkv"),
+            "--hold-last | ffmpeg -v error -f image2pipe -framerate 60 -c:v pam -i - -c:v ffv1 -pix_fmt gbrp out.mkv"),
       0);
   ASSERT_EQ(Shell(folder, "ffmpeg -v error -i out.mkv -pix_fmt rgb24 out.%04d.png"), 0);
   EXPECT_TRUE(std::filesystem::exists(folder / "out.0015.png"));

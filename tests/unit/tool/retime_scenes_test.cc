@@ -27,7 +27,7 @@ class Scenery {
   explicit Scenery(unsigned seed) {
     std::mt19937 random(seed);
     for (auto& blob : blobs_) {
-      for (double& value : blob) value = random() / 4294967296.0;
+      for (double& value : blob) value = static_cast<double>(random()) / 4294967296.0;
     }
   }
   WorldPtr Frame(double x0, double y0, double gain = 1, double noise = 0, unsigned noise_seed = 0) const {
@@ -37,7 +37,7 @@ class Scenery {
       auto* row = reinterpret_cast<PF_Pixel8*>(static_cast<std::byte*>(world->data) + y * world->row_bytes);
       for (int x = 0; x < kWidth; ++x) {
         const auto value = [&](std::size_t channel) {
-          const double grain = noise > 0 ? noise * (random() / 2147483648.0 - 1) : 0;
+          const double grain = noise > 0 ? noise * (static_cast<double>(random()) / 2147483648.0 - 1) : 0;
           return static_cast<std::uint8_t>(std::clamp(255 * (gain * At(x + x0, y + y0, channel) + grain), 0.0, 255.0));
         };
         row[x].alpha = 255, row[x].red = value(0), row[x].green = value(1), row[x].blue = value(2);

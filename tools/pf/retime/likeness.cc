@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kMostCells = 64, kPatch = 4;
 // Pictures without contrast are all alike: below this mean deviation noise would decide.
-constexpr double kLeastContrast = 0.02;
+constexpr double kLeastContrast = 0.06;
 
 template <class Pixel>
 constexpr float kFull = 1;
@@ -173,7 +173,7 @@ Signature SignatureOf(const PF_World& world) {
 }
 
 double Strangeness(const Signature& a, const Signature& b) {
-  const double contrast = std::max({kLeastContrast, std::min(Contrast(a), Contrast(b))});
+  const double contrast = std::max({kLeastContrast, Contrast(a), Contrast(b)});
   const double unexplained = (Unexplained(a, b) + Unexplained(b, a)) / 2;
   return (unexplained + Transport(a, b)) / contrast;
 }

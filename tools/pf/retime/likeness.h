@@ -23,7 +23,7 @@ Signature SignatureOf(const PF_World& world);
 /// 0 for equal frames; about 1 and above where nothing of one frame is found in the other.
 ///
 /// Patches of 4 x 4 cells of each frame are looked for in the other one, up to a quarter of the frame away in any
-/// direction, and what remains of them is divided by the contrast of the frame: motion explains much of a moving
+/// direction, and what remains of them is divided by the contrast of the richer frame: motion explains much of a moving
 /// picture and little of a new one. The mean distance of the sorted colours (what the best transport between the two
 /// distributions moves) is added, since another picture is lit otherwise.
 double Strangeness(const Signature& a, const Signature& b);

@@ -5,8 +5,8 @@
 namespace pftool {
 namespace {
 
-// Photographed scenes at video rates stay below 0.3 from frame to frame, unrelated ones are above 1.
-constexpr double kLeastOfCut = 0.4, kLeastAlone = 0.7, kTimesUsual = 3, kFlashPart = 0.5;
+// Photographed scenes at video rates stay below 0.3 from frame to frame, unrelated ones are above 0.8.
+constexpr double kLeastOfCut = 0.4, kLeastAtEnd = 0.6, kTimesUsual = 2, kFlashPart = 0.5;
 constexpr std::size_t kMeasurementsKept = 64;
 
 }  // namespace
@@ -49,25 +49,25 @@ std::optional<std::int64_t> Scenes::Behind(std::int64_t frame, std::int64_t limi
   return frame <= limit && notes_.has(frame) ? std::optional(frame) : std::nullopt;
 }
 
-std::optional<double> Scenes::Usual(const FramePair& pair) {
-  std::optional<double> before, behind;
-  const auto take_lower = [](std::optional<double>* side, double value) {
-    *side = *side ? std::min(**side, value) : value;
+// What is beside a pair on each side.
+Scenes::Beside Scenes::BesideOf(const FramePair& pair) {
+  Beside beside;
+  const auto take = [](std::optional<Range>* side, double value) {
+    *side = *side ? Range{std::min((*side)->low, value), std::max((*side)->high, value)} : Range{value, value};
   };
   std::optional<std::int64_t> frame = pair.previous;
   for (int i = 0; i < 2 && frame; ++i) {
     const auto other = Before(*frame, pair.previous - kReach);
-    if (other) take_lower(&before, StrangenessOf({*other, *frame}));
+    if (other) take(&beside.before, StrangenessOf({*other, *frame}));
     frame = other;
   }
   frame = pair.next;
   for (int i = 0; i < 2 && frame; ++i) {
     const auto other = Behind(*frame, pair.next + kReach);
-    if (other) take_lower(&behind, StrangenessOf({*frame, *other}));
+    if (other) take(&beside.behind, StrangenessOf({*frame, *other}));
     frame = other;
   }
-  if (before && behind) return std::max(*before, *behind);
-  return before ? before : behind;
+  return beside;
 }
 
 bool Scenes::IsFlash(const FramePair& pair) {
@@ -89,9 +89,14 @@ bool Scenes::IsFlash(const FramePair& pair) {
 bool Scenes::IsCut(const FramePair& pair) {
   const double strangeness = StrangenessOf(pair);
   if (strangeness < kLeastOfCut) return false;
-  const auto usual = Usual(pair);
-  if (!usual) return strangeness >= kLeastAlone;
-  return strangeness >= kTimesUsual * *usual && !IsFlash(pair);
+  const Beside beside = BesideOf(pair);
+  if (beside.before && beside.behind) {
+    return strangeness >= kTimesUsual * std::max(beside.before->low, beside.behind->low) && !IsFlash(pair);
+  }
+  if (strangeness < kLeastAtEnd) return false;
+  if (!beside.before && !beside.behind) return true;
+  const Range& side = beside.before ? *beside.before : *beside.behind;
+  return strangeness >= kTimesUsual * side.high && !IsFlash(pair);
 }
 
 }  // namespace pftool

@@ -27,13 +27,14 @@ struct FramePair {
 
 /// A pair is a cut when hardly anything of one frame is found in the other (Strangeness), and
 ///
-/// - its strangeness is at least three times that of the pairs beside it: a fast pan shows much that is new in every
+/// - its strangeness is at least twice that of the pairs beside it: a fast pan shows much that is new in every
 ///   pair, a cut in one only. A pair counts as beside it when up to two frames lie between; repeated frames are
 ///   stepped over; on each side the more alike of two pairs counts, since shots may be as short as a frame, and of
 ///   both sides the less alike, since motion may begin there; and
 /// - the frame behind it is not a flash: with a flash the frames before and behind it are alike.
 ///
-/// Where there is no pair beside it, as between two single pictures, an absolute limit decides.
+/// At the ends of footage, where pairs lie on one side only, the stranger of them counts, and the pair itself must be
+/// stranger; between two single pictures that alone decides.
 class Scenes {
  public:
   /// \param skip_repeats whether frames that repeat the one before them count as missing
@@ -55,7 +56,14 @@ class Scenes {
  private:
   std::optional<std::int64_t> Before(std::int64_t frame, std::int64_t limit);
   std::optional<std::int64_t> Behind(std::int64_t frame, std::int64_t limit);
-  std::optional<double> Usual(const FramePair& pair);
+  /// The least and the most strange of up to two pairs.
+  struct Range {
+    double low, high;
+  };
+  struct Beside {
+    std::optional<Range> before, behind;
+  };
+  Beside BesideOf(const FramePair& pair);
   bool IsFlash(const FramePair& pair);
 
   FrameNotes notes_;
