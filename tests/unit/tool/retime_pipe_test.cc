@@ -87,6 +87,22 @@ TEST(Streams, MeetFiles) {
   }
 }
 
+TEST(Streams, AreLookedAtWholeWhereFramesAreLeftOut) {
+  const Folder folder;
+  std::string stream;
+  for (int i = 0; i < 24; ++i) {
+    const pftest::FilePicture frame = pftest::Waves8(2 * i, i < 11 ? 0 : 1);
+    stream += "P6 64 36 255\n" + std::string(frame.as<char>(), frame.values.size());
+  }
+  Save(folder / "in", stream);
+  const Outcome outcome = RunPf(folder, {"retime", "-", "-o", "out.%d.png", "--speed", "10.5", "--json"}, "in");
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  const auto result = nlohmann::json::parse(outcome.out);
+  EXPECT_EQ(result["frames"].size(), 3u);
+  ASSERT_EQ(result["cuts"].size(), 1u);
+  EXPECT_EQ(result["cuts"][0]["previous"], "frame 11 of standard input");
+}
+
 TEST(Streams, ThatAreBrokenAreRefused) {
   const Folder folder;
   const std::string whole = Pam(3, 255, 1);

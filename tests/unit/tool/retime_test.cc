@@ -4,6 +4,7 @@
 #include <signal.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 
 #include "RetimeFrames.h"
@@ -191,6 +192,63 @@ TEST(Retiming, WritesMotion) {
   ASSERT_EQ(RunPf(folder, {"retime", "in.####.png", "--vectors", "v.##.png", "--start", "5"}).status, 0);
   EXPECT_TRUE(std::filesystem::exists(folder / "v.06.png"));
   EXPECT_EQ(pftest::Read(folder / "v.05.png").spec.width, 64);
+}
+
+double Distance(const FilePicture& a, const FilePicture& b) {
+  double sum = 0;
+  for (std::size_t i = 0; i < a.count(); ++i) sum += std::abs(a.as<std::uint8_t>()[i] - b.as<std::uint8_t>()[i]);
+  return sum / static_cast<double>(a.count());
+}
+
+TEST(Retiming, MovesWhatIsInTheFrames) {
+  const Folder folder;
+  const auto frame = [](double shift) { return Waves(192, 108, 3, TypeDesc::UINT8, shift); };
+  Write(folder / "a.png", frame(0));
+  Write(folder / "b.png", frame(8));
+  ASSERT_EQ(RunPf(folder, {"retime", "a.png", "b.png", "--at", "0.25", "-o", "o.png", "--vectors", "m.png"}).status, 0);
+  const FilePicture made = pftest::Read(folder / "o.png");
+  EXPECT_LT(Distance(made, frame(2)), 3);
+  EXPECT_GT(Distance(made, frame(6)), 10);
+  ASSERT_EQ(RunPf(folder, {"retime", "a.png", "b.png", "--vectors", "m.flo"}).status, 0);
+  const std::string flow = Slurp(folder / "m.flo");
+  std::vector<float> vectors(192 * 108 * 2);
+  ASSERT_EQ(flow.size(), 12 + vectors.size() * sizeof(float));
+  std::memcpy(vectors.data(), flow.data() + 12, flow.size() - 12);
+  const std::size_t middle = 2 * (54 * 192 + 96);
+  EXPECT_NEAR(vectors[middle], 8, 0.5);
+  EXPECT_NEAR(vectors[middle + 1], 0, 0.5);
+  // To the right is red.
+  const auto colours = pftest::ValuesOf<std::uint8_t>(folder / "m.png");
+  const std::size_t pixel = 3 * (54 * 192 + 96);
+  EXPECT_EQ(colours[pixel], 255);
+  EXPECT_LT(colours[pixel + 2], 230);
+  EXPECT_NEAR(colours[pixel + 1], colours[pixel + 2], 20);
+}
+
+TEST(Retiming, FindsCutsInFootage) {
+  const char* const data = std::getenv("PF_TEST_DATA");
+  if (!data) GTEST_SKIP() << "PF_TEST_DATA is not set";
+  const Folder folder;
+  const std::vector<std::string> shots = {"bunny_grass_1080p", "sign_hand", "studio_walk", "syn_flower"};
+  int number = 0;
+  for (const std::string& shot : shots) {
+    for (const char* name : {"prev", "mid", "next"}) {
+      ASSERT_EQ(RunPf(folder, {"scale", std::string(data) + "/frames/" + shot + "/" + name + ".png", "-o",
+                               std::to_string(++number) + ".png", "--size", "320x180", "--fill"})
+                    .status,
+                0);
+    }
+  }
+  const auto result =
+      Json(RunPf(folder, {"retime", "#.png", "-o", "out.##.png", "--at", "0.5", "--mode", "fade", "--json"}));
+  std::vector<std::string> cuts;
+  for (const auto& cut : result["cuts"]) cuts.push_back(cut["next"]);
+  EXPECT_EQ(cuts, (std::vector<std::string>{"4.png", "7.png", "10.png"}));
+  for (const char* next : {"2.png", "3.png", "4.png", "7.png", "10.png"}) {
+    const auto alone = Json(RunPf(
+        folder, {"retime", "1.png", next, "-o", "x.png", "--at", "0.5", "--mode", "fade", "--json", "--overwrite"}));
+    EXPECT_EQ(alone["cuts"].size(), next[0] == '2' || next[0] == '3' ? 0u : 1u) << next;
+  }
 }
 
 TEST(Retiming, TakesFramesOfOnePixel) {

@@ -54,9 +54,10 @@ bool Retimer::Reaches(std::int64_t index, const Moment& moment) {
   return footage_->Has(moment.frame) && (!beyond || footage_->Has(moment.frame + 1));
 }
 
-// Takes notes of all frames up to one, in their order, since a stream does not give them again.
+// Takes notes of frames up to one: of all in their order where a stream does not give them again.
 void Retimer::LookAt(std::int64_t frame, std::int64_t keep_from) {
-  for (std::int64_t next = std::max(seen_ + 1, keep_from); next <= frame && footage_->Has(next); ++next) {
+  const std::int64_t first = footage_->is_stream() ? seen_ + 1 : std::max(seen_ + 1, keep_from);
+  for (std::int64_t next = first; next <= frame && footage_->Has(next); ++next) {
     footage_->SignatureOf(next);
     if (footage_->Repeats(next)) repeated_.push_back(footage_->NameOf(next));
     footage_->Forget(std::min(next, keep_from));
