@@ -1,11 +1,9 @@
 // After: motion that is computed again for the next frame of a pair, served for another pair or for other parameters,
 // or that makes another picture when it comes from the cache.
 #include <boost/make_shared.hpp>
-#include <functional>
 
+#include "Support.h"
 #include "VectorKey.h"
-#include "support/Frames.h"
-#include "support/LibraryTest.h"
 
 namespace {
 
@@ -14,7 +12,7 @@ using pftest::Frame;
 using pftest::Host;
 using pftest::InterruptPolls;
 using pftest::Texture;
-using Vectors = boost::shared_ptr<PF_TavrosCache_Stuff>;
+using pftest::Vectors;
 
 class MotionOfPairs : public pftest::LibraryTest {};
 
@@ -42,12 +40,6 @@ std::vector<std::byte> RenderedAt(float time, const Frame& a, const Frame& b, In
   return out.Pixels();
 }
 
-Vectors VectorsOf(const PF_AdvancedFrameBlending& blending, const Frame& a, const Frame& b) {
-  Vectors found;
-  EXPECT_EQ(blending.FindVectors(a.world(), b.world(), &found), 0) << Host().ReportTexts();
-  return found;
-}
-
 TEST_F(MotionOfPairs, KeptMotionMakesTheSamePictureInLessWork) {
   for (const std::int32_t depth : {8, 16, 32}) {
     Host().filed.clear();
@@ -71,21 +63,19 @@ TEST_F(MotionOfPairs, KeptMotionMakesTheSamePictureInLessWork) {
 
 TEST_F(MotionOfPairs, IsItsFramesAndTheParametersOfTheEngine) {
   const Footage footage(8), elsewhere(8, 64);
-  const Vectors vectors = VectorsOf(BlendingAt(0.5f), footage.first, footage.second);
+  const Vectors vectors = VectorsOf(footage.first, footage.second);
   PF_Tavros_OtherParams other = {};
   std::fill_n(other.numbers, 9, 0.25f);
   other.values[2] = other.value = 77;
   InterruptPolls polls;
-  EXPECT_EQ(VectorsOf({other, polls.Functions()}, elsewhere.first, elsewhere.second), vectors);
+  EXPECT_EQ(VectorsOf(elsewhere.first, elsewhere.second, [](auto&) {}, {other, polls.Functions()}), vectors);
   EXPECT_EQ(Host().filed.size(), 1u);
-  EXPECT_NE(VectorsOf(BlendingAt(0.5f), footage.second, footage.first), vectors) << "backwards";
-  EXPECT_NE(VectorsOf(BlendingAt(0.5f), footage.first, footage.third), vectors);
-  PF_AdvancedFrameBlending stiff = BlendingAt(0.5f);
-  stiff.algoParams.fraction = 0.25f;
-  EXPECT_NE(VectorsOf(stiff, footage.first, footage.second), vectors);
+  EXPECT_NE(VectorsOf(footage.second, footage.first), vectors) << "backwards";
+  EXPECT_NE(VectorsOf(footage.first, footage.third), vectors);
+  EXPECT_NE(VectorsOf(footage.first, footage.second, [](auto& algo) { algo.fraction = 0.25f; }), vectors);
   EXPECT_EQ(Host().filed.size(), 4u);
   elsewhere.first.At<PF_Pixel8>(49, 40).blue ^= 1;
-  EXPECT_NE(VectorsOf(BlendingAt(0.5f), elsewhere.first, elsewhere.second), vectors) << "one bit of the last pixel";
+  EXPECT_NE(VectorsOf(elsewhere.first, elsewhere.second), vectors) << "one bit of the last pixel";
 }
 
 TEST_F(MotionOfPairs, HasTheSizeThatItTells) {
@@ -93,7 +83,7 @@ TEST_F(MotionOfPairs, HasTheSizeThatItTells) {
   EXPECT_TRUE(PF_TavrosCache_Stuff().Empty());
   EXPECT_EQ(PF_TavrosCache_Stuff().Width() + PF_TavrosCache_Stuff().Height(), 0);
   EXPECT_LT(PF_TavrosCache_Stuff().Bytes(), 200u);
-  Vectors vectors = VectorsOf(BlendingAt(0.5f), footage.first, footage.second);
+  Vectors vectors = VectorsOf(footage.first, footage.second);
   EXPECT_EQ(vectors->Width(), 25);
   EXPECT_EQ(vectors->Height(), 21);
   EXPECT_NEAR(static_cast<double>(vectors->Bytes()), 3 * 50 * 41, 600);

@@ -4,8 +4,7 @@
 #include <limits>
 #include <string>
 
-#include "support/Frames.h"
-#include "support/LibraryTest.h"
+#include "Support.h"
 
 namespace {
 
@@ -86,6 +85,21 @@ TEST_F(MovingSprites, LightFarAboveFullArrivesWhole) {
     EXPECT_GE(least, 0) << variant;
     EXPECT_LE(DistanceOf(out, middle).largest, 1.5) << variant;
   }
+}
+
+// Ten times the light at one place is no motion at another.
+TEST_F(MovingSprites, AFlareDoesNotMoveWhatIsAroundIt) {
+  Frame a(32, 80, 60), b(32, 80, 60);
+  const auto paint = [](Frame& frame, double way, double light) {
+    frame.Paint([&](int x, int y) {
+      Colour c = Texture(x - way, y);
+      if (std::hypot(x - way - 36, y - 30) < 6) c[1] = c[2] = c[3] = light + c[1];
+      return c;
+    });
+  };
+  paint(a, 0, 20);
+  paint(b, 4, 200);
+  EXPECT_LE(pftest::MissOf(*VectorsOf(a, b), 4, 0), 0.1);
 }
 
 // They move with the picture; what cannot be seen behind them does not darken what is beside them.
