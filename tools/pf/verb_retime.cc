@@ -187,7 +187,9 @@ ExitCode Run(const RetimeOptions& options, const CommonOptions& common) {
   if (common.json) {
     nlohmann::json result = retimer.Result();
     result["verb"] = "retime";
-    result["seconds"] = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
+    result["seconds"] = seconds.count();
+    result["frames_per_second"] = static_cast<double>(result["frames"].size()) / seconds.count();
     PrintResult(JsonText(result));
   }
   return ExitCode::kDone;

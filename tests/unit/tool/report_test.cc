@@ -104,6 +104,26 @@ TEST(Progress, IsJsonLinesWhenAsked) {
   EXPECT_EQ(stages, (std::set<std::string>{"read", "scale", "write"}));
 }
 
+TEST(Progress, TellsThePaceOfSeveralPictures) {
+  const Folder folder;
+  for (const char* name : {"1.png", "2.png", "3.png"})
+    WriteValues<std::uint8_t>(folder / name, 1, TypeDesc::UINT8, {1, 2});
+  const Outcome outcome = RunPf(folder, {"convert", "#.png", "-o", "o.#.png", "--depth", "16", "--progress", "json"});
+  ASSERT_EQ(outcome.status, 0);
+  std::istringstream lines(outcome.err);
+  int with_pace = 0;
+  for (std::string line; std::getline(lines, line);) {
+    const auto event = nlohmann::json::parse(line);
+    if (event["event"] != "progress") continue;
+    EXPECT_EQ(event.contains("pictures_per_second"), event["picture"] > 1) << line;
+    if (!event.contains("pictures_per_second")) continue;
+    ++with_pace;
+    const double left = event["seconds_left"], rate = event["pictures_per_second"], done = event["picture"];
+    EXPECT_NEAR(left * rate, 3 - (done - 1 + event["fraction"].get<double>()), 1e-6) << line;
+  }
+  EXPECT_GT(with_pace, 0);
+}
+
 TEST(Sheets, ShowEveryPictureOverAChecksAndLinkThem) {
   const Folder folder;
   WriteValues<std::uint8_t>(folder / "red <1>.png", 4, TypeDesc::UINT8, {255, 0, 0, 255, 255, 0, 0, 0});

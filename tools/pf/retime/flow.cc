@@ -157,7 +157,8 @@ WorldPtr Flow::Between(const SourceFrame& previous, const SourceFrame& next, dou
 
 boost::shared_ptr<PF_TavrosCache_Stuff> Flow::Motion(const SourceFrame& previous, const SourceFrame& next) const {
   boost::shared_ptr<PF_TavrosCache_Stuff> motion;
-  const auto blending = Blending(0.5, false, reporter_->Info(previous.world->height));
+  auto blending = Blending(0.5, false, reporter_->Info(previous.world->height));
+  if (blending.algoParams.mode == 0) blending.algoParams.mode = 2;  // a cross-fade has none
   Check(blending.FindVectors(previous.world.get(), next.world.get(), &motion), "cannot find the motion",
         "between " + QuotedInput(previous.name) + " and " + QuotedInput(next.name));
   return motion;
