@@ -1,5 +1,6 @@
 #include "PairMotion.h"
 
+#include <algorithm>
 #include <initializer_list>
 
 #include "host/U.h"
@@ -29,10 +30,28 @@ PairMotion::PairMotion(std::int32_t w, std::int32_t h) : width(w), height(h), bl
   }
 }
 
-PairMotion::~PairMotion() { U_FreePtr(block_); }
+PairMotion::~PairMotion() {
+  U_FreePtr(thin_block_);
+  U_FreePtr(block_);
+}
+
+void PairMotion::KeepThin(const ThinPoint* previous, std::int32_t previous_count, const ThinPoint* next,
+                          std::int32_t next_count) {
+  const std::int64_t count = std::int64_t{previous_count} + next_count;
+  if (count == 0) return;
+  thin_block_ = U_AllocatePtr(static_cast<std::uint64_t>(count) * sizeof(ThinPoint), nullptr);
+  if (thin_block_ == nullptr) ThrowOutOfMemory();
+  auto* points = static_cast<ThinPoint*>(thin_block_);
+  std::copy_n(previous, previous_count, points);
+  std::copy_n(next, next_count, points + previous_count);
+  thin = points;
+  thin_previous = previous_count;
+  thin_next = next_count;
+}
 
 std::uint64_t PairMotion::Bytes() const {
-  return kBytesOfPlace * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+  return kBytesOfPlace * static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) +
+         (static_cast<std::uint64_t>(thin_previous) + static_cast<std::uint64_t>(thin_next)) * sizeof(ThinPoint);
 }
 
 }  // namespace pf

@@ -19,7 +19,12 @@ struct MotionField {
   std::uint8_t* doubt;
 };
 
-// Owns one block of the host's.
+// A thin place that moves by itself, and where to; pixels of half size, motion in its units.
+struct ThinPoint {
+  std::int16_t x, y, u, v;
+};
+
+// Owns blocks of the host's.
 struct PairMotion {
   // Throws 4, unreported, when memory is short.
   PairMotion(std::int32_t width, std::int32_t height);
@@ -32,8 +37,14 @@ struct PairMotion {
   std::int32_t width, height;
   MotionField forward, backward;
 
+  // Points of the previous frame, then those of the next.
+  void KeepThin(const ThinPoint* previous, std::int32_t previous_count, const ThinPoint* next, std::int32_t next_count);
+  const ThinPoint* thin = nullptr;
+  std::int32_t thin_previous = 0, thin_next = 0;
+
  private:
   void* block_;
+  void* thin_block_ = nullptr;
 };
 
 }  // namespace pf

@@ -5,8 +5,7 @@ namespace pf {
 
 std::unique_ptr<PairMotion> EstimateMotion(const MotionRequest& request) {
   const Workspace::Scope scope(request.workspace);
-  const PairFlows flows =
-      EstimateFlows(request.algo, *request.frames.previous, request.pictures, request.workspace, request.interrupt);
+  const PairFlows flows = EstimateFlows(request.algo, request.pictures, request.workspace, request.interrupt);
   return JudgeFlows(request.algo, request.pictures, flows, request.workspace, request.interrupt);
 }
 

@@ -49,10 +49,6 @@ float LongestOf(float bound, std::int32_t extent) {
   return bound >= 0 ? bound : std::min(-bound * static_cast<float>(extent) / 1000, kMost);
 }
 
-struct Longest {
-  float x, y;
-};
-
 void Clear(const FlowPlanes& flow) {
   for (const FloatPlane& plane : {flow.u, flow.v}) {
     for (std::int32_t y = 0; y < plane.height; ++y) std::fill_n(plane.Row(y) - 2, plane.width + 4, 0.0f);
@@ -96,10 +92,10 @@ void CarryOver(const FlowPlanes& other, const FlowPlanes& own, const FlowPlanes&
 
 class Estimator {
  public:
-  Estimator(const PF_Tavros_AlgoParams& algo, const PF_World& frame, const PairPictures& pictures, Workspace& workspace,
+  Estimator(const PF_Tavros_AlgoParams& algo, const PairPictures& pictures, Workspace& workspace,
             const Interrupt& interrupt)
       : algo_(algo),
-        longest_{LongestOf(algo.boundA, frame.width), LongestOf(algo.boundB, frame.height)},
+        longest_(LongestMotion(algo, pictures.previous.full.width, pictures.previous.full.height)),
         workspace_(workspace),
         interrupt_(interrupt),
         rim_(PatchRim(PatchEdge(algo))),
@@ -224,12 +220,16 @@ RefineWeights WeightsOf(const PF_Tavros_AlgoParams& algo) {
                               : RefineWeights{stiffness, kBrightness, kStructure};
 }
 
-PairFlows EstimateFlows(const PF_Tavros_AlgoParams& algo, const PF_World& frame, const PairPictures& pictures,
-                        Workspace& workspace, const Interrupt& interrupt) {
+Longest LongestMotion(const PF_Tavros_AlgoParams& algo, std::int32_t width, std::int32_t height) {
+  return {LongestOf(algo.boundA, width), LongestOf(algo.boundB, height)};
+}
+
+PairFlows EstimateFlows(const PF_Tavros_AlgoParams& algo, const PairPictures& pictures, Workspace& workspace,
+                        const Interrupt& interrupt) {
   const std::int32_t width = pictures.HalfWidth(), height = pictures.HalfHeight();
   const PairFlows flows = {NewFlow(workspace, width, height), NewFlow(workspace, width, height)};
   const Workspace::Scope scope(workspace);
-  Estimator(algo, frame, pictures, workspace, interrupt).Run(flows);
+  Estimator(algo, pictures, workspace, interrupt).Run(flows);
   return flows;
 }
 

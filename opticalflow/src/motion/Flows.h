@@ -10,8 +10,14 @@ struct PairFlows {
 };
 
 // Of the frames' half size; refined, not yet judged.
-PairFlows EstimateFlows(const PF_Tavros_AlgoParams& algo, const PF_World& frame, const PairPictures& pictures,
-                        Workspace& workspace, const Interrupt& interrupt);
+PairFlows EstimateFlows(const PF_Tavros_AlgoParams& algo, const PairPictures& pictures, Workspace& workspace,
+                        const Interrupt& interrupt);
+
+// The longest motion that the parameters allow, in pixels of the frame.
+struct Longest {
+  float x, y;
+};
+Longest LongestMotion(const PF_Tavros_AlgoParams& algo, std::int32_t width, std::int32_t height);
 
 // How the equations weigh, from the parameters.
 RefineWeights WeightsOf(const PF_Tavros_AlgoParams& algo);

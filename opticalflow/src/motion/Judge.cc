@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "lifecycle/Globals.h"
+#include "motion/Thin.h"
 
 namespace pf {
 namespace {
@@ -191,6 +192,12 @@ std::unique_ptr<PairMotion> JudgeFlows(const PF_Tavros_AlgoParams& algo, const P
     kernels.doubt(pair, sides[i].picture->level, sides[i].other->level, doubt[i], rows);
     Keep(sides[i], hidden[i], doubt[i], fields[i], rows);
   });
+  if (algo.mode == 2) {
+    const FlowPlanes repaired[2] = {sides[0].repaired, sides[1].repaired};
+    const Longest longest = LongestMotion(algo, pictures.previous.full.width, pictures.previous.full.height);
+    const ThinSides thin = FindThin(pictures, repaired, {longest.x / 2, longest.y / 2}, workspace, interrupt);
+    motion->KeepThin(thin.previous.points, thin.previous.count, thin.next.points, thin.next.count);
+  }
   return motion;
 }
 

@@ -7,6 +7,7 @@
 #include "motion/Refine.h"
 #include "synthesis/Finish.h"
 #include "synthesis/Fuse.h"
+#include "synthesis/ThinLayer.h"
 
 namespace pf {
 namespace {
@@ -18,6 +19,7 @@ struct Plan {
   FlowPlanes flow;
   FloatPlane share;  // of the previous frame
   FloatPlane fade;   // to the cross-fade
+  ThinLayer thin;
 };
 
 HiddenPlanes UnpackHidden(const PairMotion& motion, Workspace& workspace, const Interrupt& interrupt) {
@@ -82,12 +84,33 @@ void FindShare(const SeenPlanes& seen, const PF_Tavros_AlgoParams& algo, float t
   }
 }
 
+// Where a frame shows something thin, what is behind comes from the other one.
+void LookPast(const ThinLayer& thin, const FlowPlanes& flow, float time, const SeenPlanes& seen, Rows rows) {
+  const auto at = [](const FloatPlane& plane, float x, float y) {
+    const auto nearest = [](float v, std::int32_t extent) {
+      return static_cast<std::int32_t>(std::min(std::max(v + 0.5f, 0.0f), static_cast<float>(extent - 1)));
+    };
+    return plane.Row(nearest(y, plane.height))[nearest(x, plane.width)] > 0;
+  };
+  for (std::int32_t y = rows.begin; y < rows.end; ++y) {
+    const float *u = flow.u.Row(y), *v = flow.v.Row(y);
+    for (std::int32_t x = 0; x < flow.u.width; ++x) {
+      const auto left = static_cast<float>(x), top = static_cast<float>(y);
+      const bool previous = at(thin.on_previous, left - time * u[x], top - time * v[x]);
+      const bool next = at(thin.on_next, left + (1 - time) * u[x], top + (1 - time) * v[x]);
+      if (previous == next) continue;
+      seen.previous.Row(y)[x] = previous ? 0.0f : 1.0f;
+      seen.next.Row(y)[x] = next ? 0.0f : 1.0f;
+    }
+  }
+}
+
 Plan MakePlan(const MotionRequest& request, const PairMotion& motion, float time) {
   Workspace& workspace = request.workspace;
   const Interrupt& interrupt = request.interrupt;
   const std::int32_t width = motion.width, height = motion.height;
   const Plan plan = {NewFlow(workspace, width, height), NewPlane(workspace, width, height),
-                     NewPlane(workspace, width, height)};
+                     NewPlane(workspace, width, height), MakeThinLayer(motion, time, workspace)};
   const Workspace::Scope scope(workspace);
   const HiddenPlanes hidden = UnpackHidden(motion, workspace, interrupt);
   FindFade(hidden, plan.fade, workspace);
@@ -109,8 +132,10 @@ Plan MakePlan(const MotionRequest& request, const PairMotion& motion, float time
       }
     });
   }
-  ForBands(interrupt, 1, height,
-           [&](std::int32_t, Rows rows) { FindShare(seen, request.algo, time, plan.share, rows); });
+  ForBands(interrupt, 1, height, [&](std::int32_t, Rows rows) {
+    if (plan.thin.any) LookPast(plan.thin, plan.flow, time, seen, rows);
+    FindShare(seen, request.algo, time, plan.share, rows);
+  });
   return plan;
 }
 
@@ -126,25 +151,30 @@ class RowMaker {
   }
 
   static std::int64_t Floats(std::int32_t width) {
-    return 5 * LineFloats(width) + 2 * LineFloats(4 * std::int64_t{width});
+    return 9 * LineFloats(width) + 3 * LineFloats(4 * std::int64_t{width});
   }
 
   void Make(std::int32_t y, float* memory, std::byte* pixels) const {
     const PairPictures& pictures = request_.pictures;
     const std::int64_t line = LineFloats(width_), wide = LineFloats(4 * std::int64_t{width_});
     float *u = memory + kRim, *v = u + line, *share = v + line, *fade = share + line, *scratch = fade + line;
-    float *sum = scratch + line, *moment = sum + wide;
+    ThinRow thin = {scratch + line, scratch + 2 * line, scratch + 3 * line, scratch + 4 * line, nullptr, false};
+    float *sum = scratch + 5 * line, *moment = sum + wide;
+    thin.colour = moment + wide;
     Enlarge(plan_.flow.u, 2, y, u, scratch);
     Enlarge(plan_.flow.v, 2, y, v, scratch);
     Enlarge(plan_.share, 1, y, share, scratch);
     Enlarge(plan_.fade, 1, y, fade, scratch);
+    PrepareThin(y, thin, scratch);
 
     const MotionKernels& kernels = *g_kernels.motion.load();
     FetchRow row = {pictures.previous.full,        pictures.next.full, u, v, share, -time_, 1 - time_, y, width_,
                     request_.algo.variant % 2 == 0};
     kernels.fetch(AtMoment(row, 0), sum);
+    DrawThin(row, thin, 0, sum);
     for (std::int32_t i = 1; i < moments_; ++i) {
       kernels.fetch(AtMoment(row, i), moment);
+      DrawThin(row, thin, i, moment);
       for (std::int64_t k = 0; k < 4 * std::int64_t{width_}; ++k) sum[k] += moment[k];
     }
     if (moments_ > 1) {
@@ -160,6 +190,33 @@ class RowMaker {
   }
 
  private:
+  struct ThinRow {
+    float *cover, *u, *v, *share, *colour;
+    bool any;
+  };
+
+  void PrepareThin(std::int32_t y, ThinRow& row, float* scratch) const {
+    if (!plan_.thin.any) return;
+    Enlarge(plan_.thin.cover, 1, y, row.cover, scratch);
+    row.any = std::any_of(row.cover, row.cover + width_, [](float cover) { return cover > 0; });
+    if (!row.any) return;
+    Enlarge(plan_.thin.flow.u, 2, y, row.u, scratch);
+    Enlarge(plan_.thin.flow.v, 2, y, row.v, scratch);
+    std::fill_n(row.share, width_, 1 - time_);
+  }
+
+  // Between the pixels that the layer covers first and last.
+  void DrawThin(FetchRow row, const ThinRow& thin, std::int32_t moment, float* sum) const {
+    if (!thin.any) return;
+    row.u = thin.u;
+    row.v = thin.v;
+    row.share = thin.share;
+    g_kernels.motion.load()->fetch(AtMoment(row, moment), thin.colour);
+    for (std::int64_t x = 0; x < width_; ++x) {
+      for (std::int64_t i = 4 * x; i < 4 * x + 4; ++i) sum[i] += thin.cover[x] * (thin.colour[i] - sum[i]);
+    }
+  }
+
   void Enlarge(const FloatPlane& plane, float scale, std::int32_t y, float* out, float* scratch) const {
     const FloatPlane row = {out, 0, width_, request_.pictures.previous.full.height};
     g_kernels.motion.load()->twice(plane, scale, row, {y, y + 1}, scratch);
