@@ -140,10 +140,9 @@ struct PF_Tavros_Images {
 extern "C" {
 /// Estimates the motion between two frames. `interrupt` may be null.
 ///
-/// \return 0; 514 for parameters out of range; 516 for null worlds, worlds without pixels or of unequal size or depth,
-/// or
-///   for vectors that are not empty; 4 when memory is short, after the report "Out of memory in Tavros optical flow
-///   library."; 517 when stopped. `vectors` stays empty except for 0.
+/// \return 0; 514 for parameters out of range; 516 for null worlds, worlds without pixels, of unequal size or depth or
+///   of a depth that there is not, or for vectors that are not empty; 4 when memory is short, after the report "Out of
+///   memory in Tavros optical flow library."; 517 when stopped. `vectors` stays empty except for 0.
 PF_EXPORT PF_Err calcTavrosOpticalFlowParamsNoIpl(const PF_Tavros_AlgoParams& algo,
                                                   const PF_Tavros_InterruptFuncs* interrupt,
                                                   const PF_Tavros_Images& images);
@@ -168,9 +167,10 @@ class PF_EXPORT PF_AdvancedFrameBlending {
   /// result passes into their cross-fade.
   ///
   /// \param destination size and depth of the frames; it may be one of them.
-  /// \return 0; 514 for parameters out of range, before any other check; 516 for null worlds, worlds without pixels or
-  ///   of unequal size or depth; 4 when memory is short and 3 for another failure, both after a report to the user; 517
-  ///   when the interrupt function asks to stop. Except for 0 the destination is untouched and nothing has been filed.
+  /// \return 0; 514 for parameters out of range, before any other check; 516 for null worlds, worlds without pixels, of
+  ///   unequal size or depth or of a depth that there is not; 4 when memory is short and 3 for another failure, both
+  ///   after a report to the user; 517 when the interrupt function asks to stop. Except for 0 the destination is
+  ///   untouched and nothing has been filed.
   PF_Err Render(const PF_World* previous, const PF_World* next, PF_World* destination) const;
 
   /// The motion that Render uses for a pair: from the media cache, or computed and filed there.

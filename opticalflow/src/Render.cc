@@ -8,6 +8,7 @@
 #include "VectorKey.h"
 #include "edge/Guard.h"
 #include "host/PLUG.h"
+#include "pixel/Depth.h"
 #include "report/Report.h"
 #include "synthesis/Synthesis.h"
 
@@ -43,7 +44,8 @@ PF_Err TellFailure(PF_Err error, const char* memory_text) {
 }
 
 bool HasPixels(const PF_World* world) {
-  return world != nullptr && world->data != nullptr && world->width > 0 && world->height > 0;
+  return world != nullptr && world->data != nullptr && world->width > 0 && world->height > 0 &&
+         DepthIndex(world->Depth()) >= 0;
 }
 bool Alike(const PF_World& a, const PF_World& b) {
   return a.width == b.width && a.height == b.height && a.Depth() == b.Depth();

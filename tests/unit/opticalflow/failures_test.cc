@@ -91,6 +91,14 @@ TEST_F(FrameBlendingFailures, ParametersAreCheckedBeforeWorldsAndWorldsOnce) {
     expect(516, 1, calcTavrosOpticalFlowParamsNoIpl(blending.algoParams, nullptr, {previous->world(), w, &vectors}),
            "next");
   }
+  // Alike, but of a depth that there is not.
+  pftest::ForeignWorld odd(24);
+  odd.data = out->world()->data, odd.width = 40, odd.height = 34, odd.row_bytes = out->world()->row_bytes;
+  for (const float time : {0.5f, 0.0f}) {
+    blending.otherParams.numbers[0] = time;
+    expect(516, 1, blending.Render(&odd, &odd, &odd), "depth 24");
+  }
+  expect(516, 1, blending.FindVectors(&odd, &odd, &found), "depth 24");
   EXPECT_EQ(found, nullptr);
   EXPECT_TRUE(vectors.Empty());
   const PF_Tavros_Images images = {previous->world(), next->world(), &vectors};
