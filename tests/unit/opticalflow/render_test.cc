@@ -49,6 +49,14 @@ TEST_F(FrameBlending, TimesAreLimitedAndOneHalfWhereThereIsNone) {
   EXPECT_EQ(Host().filed.size(), 1u) << "only between the frames is motion needed";
 }
 
+TEST_F(FrameBlending, TimesNextToAFrameGiveThatFrameNearly) {
+  Scene scene(32);
+  for (const float time : {1e-45f, 1e-30f, 1e-6f, 0.99999994f}) {
+    RenderInto(scene.out, scene.previous, scene.next, BlendingAt(time));
+    EXPECT_LE(DistanceOf(scene.out, time < 0.5f ? scene.previous : scene.next).largest, 1e-4) << time;
+  }
+}
+
 TEST_F(FrameBlending, EqualFramesGiveThatFrame) {
   for (const std::int32_t depth : {8, 16, 32}) {
     Frame a(depth, 19, 23, 0), b(depth, 19, 23, 48), out(depth, 19, 23);
