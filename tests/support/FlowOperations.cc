@@ -35,10 +35,19 @@ void PaintPair(Trial& run, Frame& previous, Frame& next) {
   paint(next, 1);
 }
 
-PF_Err RenderMiddle(Trial& run, int depth, std::int16_t mode, bool warm) {
-  Frame previous(depth, 40, 34), next(depth, 40, 34), out(depth, 40, 34);
+void PaintWire(Trial& run, Frame& previous, Frame& next) {
+  const auto left = static_cast<double>(Between(run.random, 90, 130));
+  previous.Paint([&](int x, int y) { return WireAt(x, y, 0, left, 30, 110); });
+  next.Paint([&](int x, int y) { return WireAt(x, y, 1, left, 30, 110); });
+}
+
+using Scene = void (*)(Trial& run, Frame& previous, Frame& next);
+
+PF_Err RenderMiddle(Trial& run, int depth, std::int16_t mode, bool warm, Scene scene = &PaintPair, int width = 40,
+                    int height = 34) {
+  Frame previous(depth, width, height), next(depth, width, height), out(depth, width, height);
   if (previous.world() == nullptr || next.world() == nullptr || out.world() == nullptr) return PF_Err_OUT_OF_MEMORY;
-  PaintPair(run, previous, next);
+  scene(run, previous, next);
   Stop stop{run.progress};
   PF_AdvancedFrameBlending blending = BlendingAt(0.3f, stop.Functions());
   blending.algoParams.mode = mode;
@@ -59,6 +68,8 @@ void AddFrameBlending(OperationTable& table) {
                      [=](Trial& run) { return RenderMiddle(run, depth, 2, false); }});
   }
   table.push_back({"frame between, quick", 16, true, [=](Trial& run) { return RenderMiddle(run, 16, 1, false); }});
+  table.push_back({"frame between, a wire", 8, false,
+                   [=](Trial& run) { return RenderMiddle(run, 8, 2, false, &PaintWire, 240, 150); }});
   table.push_back({"frame between, twice", 8, false, [=](Trial& run) { return RenderMiddle(run, 8, 2, true); }});
 }
 

@@ -47,6 +47,14 @@ struct Pair {
   Frame previous, next;
 };
 
+std::vector<std::byte> MiddleOfWire() {
+  Frame previous(8, 240, 150), next(8, 240, 150), out(8, 240, 150);
+  previous.Paint([](int x, int y) { return pftest::WireAt(x, y, 0, 110, 30, 110); });
+  next.Paint([](int x, int y) { return pftest::WireAt(x, y, 1, 110, 30, 110); });
+  EXPECT_EQ(BlendingAt(0.5f).Render(previous.world(), next.world(), out.world()), 0);
+  return out.Pixels();
+}
+
 // Several bands at half size; motion kept and not kept.
 Pictures Results(std::int32_t threads, std::uint32_t disabled_features) {
   PFhost_Options options = {};
@@ -64,6 +72,7 @@ Pictures Results(std::int32_t threads, std::uint32_t disabled_features) {
     EXPECT_EQ(pair.At(0.3f, mode), pictures.back()) << "without a cache";
     PFhost_SetMediaCacheBudget(std::uint64_t{512} << 20);
   }
+  pictures.push_back(MiddleOfWire());
   EXPECT_EQ(PFhost_Stop(), 0);
   return pictures;
 }

@@ -12,6 +12,7 @@ using pftest::BlendingAt;
 using pftest::Colour;
 using pftest::Frame;
 using pftest::Texture;
+using pftest::WireAt;
 
 class MovingSprites : public pftest::LibraryTest {};
 
@@ -100,6 +101,28 @@ TEST_F(MovingSprites, AFlareDoesNotMoveWhatIsAroundIt) {
   paint(a, 0, 20);
   paint(b, 4, 200);
   EXPECT_LE(pftest::MissOf(*VectorsOf(a, b), 4, 0), 0.1);
+}
+
+// No patch follows it: it is neither left out nor shown twice.
+TEST_F(MovingSprites, AWireIsShownOnceAndHalfWay) {
+  Frame a(8, 240, 160), b(8, 240, 160), out(8, 240, 160);
+  a.Paint([](int x, int y) { return WireAt(x, y, 0, 110, 40, 120); });
+  b.Paint([](int x, int y) { return WireAt(x, y, 1, 110, 40, 120); });
+  for (std::int16_t variant = 0; variant < 4; ++variant) {
+    RenderMiddle(a, b, out, variant);
+    const auto brightness = [&](int left) {
+      double sum = 0;
+      for (int y = 50; y < 110; ++y) {
+        double brightest = 0;
+        for (int x = left; x < left + 2; ++x) brightest = std::fmax(brightest, out.Get(x, y)[1]);
+        sum += brightest;
+      }
+      return sum / 60;
+    };
+    EXPECT_GE(brightness(110), 0.6) << "what was behind it, variant " << variant;
+    EXPECT_LE(brightness(116), 0.4) << "variant " << variant;
+    EXPECT_GE(brightness(122), 0.6) << "what will be behind it, variant " << variant;
+  }
 }
 
 // They move with the picture; what cannot be seen behind them does not darken what is beside them.
