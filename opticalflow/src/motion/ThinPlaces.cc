@@ -6,11 +6,11 @@ namespace pf {
 namespace {
 
 constexpr float kLeastContrast = 20;  // of what is thin against what surrounds it, of 255
-constexpr float kLeastChange = 12;    // of that, where the background's motion leads
+constexpr float kStillThere = 0.65f;  // of that, where the background's motion leads
 constexpr float kLargestChange = 12;  // of the background itself
 constexpr std::int32_t kReach = 2;    // 2 kReach + 1 pixels are thin no more
 constexpr std::int32_t kLeastLength = 24;
-constexpr float kMostOfFrame = 0.02f;
+constexpr float kMostOfFrame = 0.06f;
 
 // The least or largest of the 2 kReach + 1 values around, along one direction.
 template <class Choose>
@@ -36,13 +36,16 @@ void Close(const FloatPlane& in, const FloatPlane& work, const FloatPlane& out, 
   ChooseAlong(work, out, false, second);
 }
 
-// Thin, not there where the background went, before a background that is.
+// Thin, not there nor beside where the background went, before a background that is there.
 bool IsLost(const Parted& here, const Parted& there, const FlowPlanes& flow, std::int32_t x, std::int32_t y) {
   const float contrast = here.contrast.Row(y)[x];
   if (std::abs(contrast) < kLeastContrast) return false;
   const float to_x = static_cast<float>(x) + flow.u.Row(y)[x], to_y = static_cast<float>(y) + flow.v.Row(y)[x];
-  return std::abs(FetchAt(there.contrast, to_x, to_y) - contrast) >= kLeastChange &&
-         std::abs(FetchAt(there.rest, to_x, to_y) - here.rest.Row(y)[x]) <= kLargestChange;
+  if (std::abs(FetchAt(there.rest, to_x, to_y) - here.rest.Row(y)[x]) > kLargestChange) return false;
+  const auto is_at = [&](float dx, float dy) {
+    return FetchAt(there.contrast, to_x + dx, to_y + dy) / contrast > kStillThere;
+  };
+  return !(is_at(0, 0) || is_at(-1, 0) || is_at(1, 0) || is_at(0, -1) || is_at(0, 1));
 }
 
 }  // namespace
@@ -123,7 +126,7 @@ void Places::DropSpecks() {
 }
 
 Strand Strands::From(const Places::Place& first) {
-  constexpr std::int32_t kGap = 3;
+  constexpr std::int32_t kGap = 5;
   Strand strand = {strand_, 1, first.x, first.y, first.x, first.y};
   strand_[0] = first;
   taken_[first.number] = true;
