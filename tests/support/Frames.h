@@ -41,11 +41,12 @@ inline Colour Texture(double x, double y, std::uint32_t seed = 1) {
   return colour;
 }
 
-// A bright background that moves by 2 pixels, and an upright dark wire that crosses it by 12 and is at `left` at first.
+// A background that moves by 2 pixels, and an upright dark wire, one pixel wide, that crosses it by 20 and is at `left`
+// at first. Patches stay with the background.
 inline Colour WireAt(double x, double y, double time, double left, double top, double bottom) {
-  if (y >= top && y < bottom && std::abs(x - left - 12 * time - 0.5) < 1) return {1, 0.02, 0.03, 0.02};
+  if (y >= top && y < bottom && std::abs(x - left - 20 * time) < 0.5) return {1, 0.02, 0.03, 0.02};
   Colour c = Texture(x - 2 * time, y);
-  for (std::size_t i = 1; i < 4; ++i) c[i] = 0.5 + 0.3 * c[i];
+  for (std::size_t i = 1; i < 4; ++i) c[i] = 0.2 + 0.3 * c[i];
   return c;
 }
 
