@@ -56,7 +56,10 @@ void Compare(const Meeting& m, const FloatPlane& out, Rows rows) {
   for (std::int32_t y = rows.begin; y < rows.end; ++y) {
     const float *u = m.flow.u.Row(y), *v = m.flow.v.Row(y);
     float* to = out.Row(y);
+    const std::uint8_t* const wanted =
+        m.wanted == nullptr ? nullptr : m.wanted + std::int64_t{y - rows.begin} * out.width;
     for (std::int32_t x = 0; x < out.width; ++x) {
+      if (wanted != nullptr && wanted[x] == 0) continue;
       const auto left = static_cast<float>(x), top = static_cast<float>(y);
       const float ax = left - m.time * u[x], ay = top - m.time * v[x];
       const float bx = left + (1 - m.time) * u[x], by = top + (1 - m.time) * v[x];

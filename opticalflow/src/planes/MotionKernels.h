@@ -89,6 +89,7 @@ struct Meeting {
   ColourPlane previous, next;
   FlowPlanes flow;
   float time;
+  const std::uint8_t* wanted;  // one for each pixel of the rows, packed; 0: not wanted. Null: all are
 };
 
 // A row of the result, at full size.

@@ -19,7 +19,7 @@ class BandPlanes {
  public:
   static constexpr std::int32_t kRows = kBandRows + 2 * kReach;
   static std::int64_t Floats(std::int32_t width) {
-    return (2 * kRows + 1) * LineFloats(width) + kBandRows * LineFloats(width);
+    return (2 * kRows + kBandRows + 1) * LineFloats(width) + ((kRows + 1) * std::int64_t{width} + 15) / 16 * 4;
   }
 
   BandPlanes(float* memory, std::int32_t width, std::int32_t height, Rows rows)
@@ -30,12 +30,15 @@ class BandPlanes {
     line_ = best_ + kBandRows * stride_;
     around_ = {first_, std::min(rows.end + kReach, height)};
     begin_ = rows.begin;
+    wanted_ = reinterpret_cast<std::uint8_t*>(line_ + stride_);
   }
 
   FloatPlane Raw() const { return {raw_ - first_ * stride_, stride_, width_, height_}; }
   FloatPlane Cost() const { return {cost_ - first_ * stride_, stride_, width_, height_}; }
   FloatPlane Best() const { return {best_ - begin_ * stride_, stride_, width_, height_}; }
   float* line() const { return line_; }
+  // One for each pixel of the rows around, packed.
+  std::uint8_t* wanted() const { return wanted_; }
   Rows around() const { return around_; }
 
  private:
@@ -43,6 +46,7 @@ class BandPlanes {
   std::int32_t width_, height_, first_, begin_;
   Rows around_;
   float *raw_, *cost_, *best_, *line_;
+  std::uint8_t* wanted_;
 };
 
 class BandFusion {
@@ -53,22 +57,21 @@ class BandFusion {
   // The joint motion is believed up to a small difference, more so where both frames show the place.
   void Begin(const FlowPlanes& flow, const FloatPlane& trust) {
     constexpr float kGain = 1 / 1.15f, kMargin = 1, kHiddenCounts = 0.2f;
-    FindCost(flow);
+    FindCost(flow, nullptr);
     for (std::int32_t y = rows_.begin; y < rows_.end; ++y) {
       const float *cost = planes_.Cost().Row(y), *trusted = trust.Row(y);
       float* best = planes_.Best().Row(y);
       for (std::int32_t x = 0; x < flow.u.width; ++x) {
         best[x] = std::max(0.0f, cost[x] * kGain - kMargin) * (1 - kHiddenCounts * (1 - trusted[x]));
-        left_ |= best[x] > 0;
       }
       std::copy_n(flow.u.Row(y), flow.u.width, out_.u.Row(y));
       std::copy_n(flow.v.Row(y), flow.u.width, out_.v.Row(y));
     }
+    FindWanted();
   }
 
   void Try(const FlowPlanes& flow) {
-    if (!left_) return;  // no cost is below 0
-    FindCost(flow);
+    FindCost(flow, planes_.wanted());
     for (std::int32_t y = rows_.begin; y < rows_.end; ++y) {
       const float *cost = planes_.Cost().Row(y), *u = flow.u.Row(y), *v = flow.v.Row(y);
       float *best = planes_.Best().Row(y), *to_u = out_.u.Row(y), *to_v = out_.v.Row(y);
@@ -82,9 +85,30 @@ class BandFusion {
   }
 
  private:
-  void FindCost(const FlowPlanes& flow) const {
+  // No cost is below 0: only around pixels with more than that can anything be better.
+  void FindWanted() const {
+    const std::int32_t width = out_.u.width;
+    const Rows around = planes_.around();
+    std::uint8_t* const near = planes_.wanted() + std::int64_t{BandPlanes::kRows} * width;
+    std::fill_n(planes_.wanted(), std::int64_t{around.end - around.begin} * width, std::uint8_t{0});
+    for (std::int32_t y = rows_.begin; y < rows_.end; ++y) {
+      float* best = planes_.Best().Row(y);
+      FinishRow(best, width, kReach);
+      for (std::int32_t x = 0; x < width; ++x) {
+        const float most = std::max(std::max(best[x - 2], best[x - 1]), std::max(best[x + 1], best[x + 2]));
+        near[x] = std::max(most, best[x]) > 0 ? 1 : 0;
+      }
+      for (std::int32_t row = std::max(y - kReach, 0); row <= std::min(y + kReach, around.end - 1); ++row) {
+        std::uint8_t* const wanted = planes_.wanted() + std::int64_t{row - around.begin} * width;
+        for (std::int32_t x = 0; x < width; ++x) wanted[x] |= near[x];
+      }
+    }
+  }
+  static_assert(kReach == 2);
+
+  void FindCost(const FlowPlanes& flow, const std::uint8_t* wanted) const {
     const MotionKernels& kernels = *g_kernels.motion.load();
-    const Meeting meeting = {pictures_.previous.half, pictures_.next.half, flow, time_};
+    const Meeting meeting = {pictures_.previous.half, pictures_.next.half, flow, time_, wanted};
     kernels.compare(meeting, planes_.Raw(), planes_.around());
     kernels.mean(planes_.Raw(), planes_.Cost(), rows_, planes_.line());
   }
@@ -94,7 +118,6 @@ class BandFusion {
   const BandPlanes& planes_;
   const Rows rows_;
   const FlowPlanes& out_;
-  bool left_ = false;
 };
 
 }  // namespace

@@ -219,7 +219,7 @@ TEST(MotionKernels, Colour) {
   });
   ExpectSameEverywhere("compare", [](const MotionKernels& k, Memory& m) {
     const pf::Meeting meeting = {m.Colour(m.width, m.height, 0, 255), m.Colour(m.width, m.height, 0, 255), m.Flow(),
-                                 m.Any(0, 1)};
+                                 m.Any(0, 1), nullptr};
     const FloatPlane out = m.Out();
     InBands(m.height, [&](Rows rows) { k.compare(meeting, out, rows); });
     m.Keep(out);
