@@ -3,8 +3,10 @@
 /// what is in them.
 ///
 /// Rules common to the family
-/// - Frames are worlds of one size and one depth, in straight alpha. Inside, colour is premultiplied. Float colour may
-///   leave 0..1. A sample that is not finite stays in the pixels it falls on.
+/// - Frames are worlds of one size and one depth, in straight alpha. Inside, colour is premultiplied, and alpha counts
+/// as
+///   limited to 0..full. Float colour may leave 0..1; no colour leaves the range of what is around it. A sample that is
+///   not finite stays in the pixels it falls on.
 /// - The motion of a pair is estimated once, at half size, in both directions, and kept in the host's media cache; any
 ///   number of in-between frames is made from it. A frame made from kept motion has the bits of one made afresh.
 /// - Results have the same bits for any number of threads and on every processor.

@@ -76,25 +76,27 @@ void SharedMotion::Abandon() {
   changed_.notify_all();
 }
 
-MotionRef FindMotion(const MotionRequest& request, const vexcore::Guid& key) {
-  MotionRef item = FiledUnder(key, boost::make_shared<PF_TavrosCache_Stuff>());
-  switch (item->shared().WaitForTurn(request.interrupt)) {
-    case SharedMotion::Turn::kReady:
-      return item;
-    case SharedMotion::Turn::kAlone: {
-      item = boost::make_shared<PF_TavrosCache_Stuff>();
-      item->shared().Publish(EstimateMotion(request));
-      return item;
-    }
-    default: {
-      Claim claim(key, item);
-      claim.Publish(EstimateMotion(request));
-    }
+FoundMotion::FoundMotion(const MotionRequest& request, const vexcore::Guid& key)
+    : key_(key), item_(FiledUnder(key, boost::make_shared<PF_TavrosCache_Stuff>())) {
+  const SharedMotion::Turn turn = item_->shared().WaitForTurn(request.interrupt);
+  if (turn == SharedMotion::Turn::kReady) return;
+  if (turn == SharedMotion::Turn::kAlone) {
+    item_ = boost::make_shared<PF_TavrosCache_Stuff>();
+    item_->shared().Publish(EstimateMotion(request));
+    return;
   }
+  {
+    Claim claim(key_, item_);
+    claim.Publish(EstimateMotion(request));
+  }
+  kept_ = false;
   // Whoever gave up before took it out.
   MC_StuffRef filed;
-  if (MC_File(key, item, &filed) == 0) MC_Changed(key, item.get());
-  return item;
+  if (MC_File(key_, item_, &filed) == 0) MC_Changed(key_, item_.get());
+}
+
+FoundMotion::~FoundMotion() {
+  if (!kept_) MC_Remove(key_, item_.get());
 }
 
 }  // namespace pf

@@ -61,10 +61,26 @@ using MotionRef = boost::shared_ptr<PF_TavrosCache_Stuff>;
 // 0, or 514 when a field is out of its range.
 PF_Err CheckRange(const PF_Tavros_AlgoParams& algo);
 
-// From the media cache, or computed and filed there. Throws.
-MotionRef FindMotion(const MotionRequest& request, const vexcore::Guid& key);
+// The motion of a pair, from the media cache, or computed and filed there. What was computed is taken out again unless
+// it is to be kept: a call that fails leaves nothing behind.
+class FoundMotion {
+ public:
+  FoundMotion(const MotionRequest& request, const vexcore::Guid& key);
+  ~FoundMotion();
+  FoundMotion(const FoundMotion&) = delete;
+  FoundMotion& operator=(const FoundMotion&) = delete;
 
-// The same without the cache.
+  const MotionRef& item() const { return item_; }
+  const PairMotion& motion() const { return *item_->shared().motion(); }
+  void Keep() { kept_ = true; }
+
+ private:
+  vexcore::Guid key_;
+  MotionRef item_;
+  bool kept_ = true;
+};
+
+// The same without the cache. Throws.
 std::unique_ptr<PairMotion> EstimateMotion(const MotionRequest& request);
 
 }  // namespace pf

@@ -70,6 +70,17 @@ void CopyFrame(const PF_World& from, PF_World& to) {
   }
 }
 
+bool SamePixels(const PF_World& a, const PF_World& b) {
+  const std::size_t size = static_cast<std::size_t>(a.width) * a.PixelSize();
+  for (std::int64_t y = 0; y < a.height; ++y) {
+    if (std::memcmp(static_cast<const std::byte*>(a.data) + y * a.row_bytes,
+                    static_cast<const std::byte*>(b.data) + y * b.row_bytes, size) != 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
 void CheckServices() {
   if (PLUG_GetSPBasicSuite() == nullptr) ThrowText(Site::kFrameBlending, kMissingSuite);
 }
@@ -85,21 +96,26 @@ class Job {
 
   void Render(float time, PF_World& destination) {
     const Identities ids = Identify();
-    if (time == 0 || ids.previous == ids.next) return CopyFrame(*frames_.previous, destination);
+    if (time == 0 || (ids.previous == ids.next && SamePixels(*frames_.previous, *frames_.next))) {
+      return CopyFrame(*frames_.previous, destination);
+    }
     if (time == 1) return CopyFrame(*frames_.next, destination);
     interrupt_.ThrowIfAsked();
     if (algo_.mode == 0) return CrossFade(time, destination);
     const PairPictures pictures = Prepare();
     const MotionRequest request = {algo_, frames_, pictures, workspace_, interrupt_};
-    const MotionRef motion = FindMotion(request, VectorKey(ids.previous, ids.next, algo_));
-    Synthesize(request, *motion->shared().motion(), time, destination);
+    FoundMotion found(request, VectorKey(ids.previous, ids.next, algo_));
+    Synthesize(request, found.motion(), time, destination);
+    found.Keep();
   }
 
   MotionRef FindVectors() {
     const Identities ids = Identify();
     interrupt_.ThrowIfAsked();
     const PairPictures pictures = Prepare();
-    return FindMotion({algo_, frames_, pictures, workspace_, interrupt_}, VectorKey(ids.previous, ids.next, algo_));
+    FoundMotion found({algo_, frames_, pictures, workspace_, interrupt_}, VectorKey(ids.previous, ids.next, algo_));
+    found.Keep();
+    return found.item();
   }
 
   std::unique_ptr<PairMotion> Estimate() {

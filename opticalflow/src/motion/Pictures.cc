@@ -21,6 +21,14 @@ ColourPlane NewColour(Workspace& workspace, std::int32_t width, std::int32_t hei
 // What was found in the pixels of a frame.
 struct Findings {
   std::atomic<bool> opaque{true}, finite{true};
+  std::atomic<float> least{0}, largest{0};  // colours, and 0
+
+  void Widen(float low, float high) {
+    for (float v = least.load(std::memory_order_relaxed); low < v && !least.compare_exchange_weak(v, low);) {
+    }
+    for (float v = largest.load(std::memory_order_relaxed); high > v && !largest.compare_exchange_weak(v, high);) {
+    }
+  }
 };
 
 float Finite(float v, bool& finite) {
@@ -33,6 +41,7 @@ template <class P>
 void ReadRow(const P* pixels, std::int64_t width, float* out, Findings& findings) {
   constexpr auto kFull = static_cast<float>(DepthTraits<P>::kFull);
   bool opaque = true, finite = true;
+  float least = 0, largest = 0;
   for (std::int64_t x = 0; x < width; ++x) opaque &= pixels[x].alpha == DepthTraits<P>::kFull;
   for (std::int64_t x = 0; x < width; ++x) {
     const P& p = pixels[x];
@@ -41,8 +50,13 @@ void ReadRow(const P* pixels, std::int64_t width, float* out, Findings& findings
     if constexpr (sizeof(ChannelOf<P>) == 4) {
       for (float& channel : v) channel = Finite(channel, finite);
     }
+    for (int c = 1; c < 4; ++c) {
+      least = std::min(least, v[c]);
+      largest = std::max(largest, v[c]);
+    }
     if (!opaque) {
-      for (int c = 1; c < 4; ++c) v[c] = v[c] * v[0] / kFull;
+      v[0] = std::min(std::max(v[0], 0.0f), kFull);
+      for (int c = 1; c < 4; ++c) v[c] = v[c] * (v[0] / kFull);
     }
     std::memcpy(out + 4 * x, v, sizeof v);
   }
@@ -52,6 +66,7 @@ void ReadRow(const P* pixels, std::int64_t width, float* out, Findings& findings
   }
   if (!opaque) findings.opaque.store(false, std::memory_order_relaxed);
   if (!finite) findings.finite.store(false, std::memory_order_relaxed);
+  findings.Widen(least, largest);
 }
 
 void ReadRows(const PF_World& world, Rows rows, const ColourPlane& out, Findings& findings) {
@@ -134,6 +149,8 @@ PairPictures PreparePictures(const PF_Tavros_AlgoParams& algo, const PF_World& p
   for (int i = 0; i < 2; ++i) {
     pictures[i]->opaque = findings[i].opaque;
     pictures[i]->finite = findings[i].finite;
+    pictures[i]->least = findings[i].least;
+    pictures[i]->largest = findings[i].largest;
   }
   return pair;
 }

@@ -7,11 +7,13 @@
 namespace pf {
 
 struct FramePicture {
-  ColourPlane full;  // premultiplied, on the scale of the depth, two pixels repeated around; not finite ones are 0
-  ColourPlane half;  // half the extents, 0..255, with values beyond full drawn in
-  FloatPlane level;  // brightness of `half`, repeated around for patches
-  bool opaque;       // every alpha is full
-  bool finite;       // no sample was not finite
+  ColourPlane full;      // premultiplied, on the scale of the depth, two pixels repeated around; not finite ones are 0,
+                         // alpha is limited
+  ColourPlane half;      // half the extents, 0..255, with values beyond full drawn in
+  FloatPlane level;      // brightness of `half`, repeated around for patches
+  bool opaque;           // every alpha is full
+  bool finite;           // no sample was not finite
+  float least, largest;  // straight colours of all pixels and 0
 };
 
 struct PairPictures {

@@ -23,7 +23,12 @@ class Ballot {
   static constexpr std::int64_t kFloats = kEdge * kEdge;
 
   Ballot(const Places& here, const Places& there, const Longest& longest, float* memory)
-      : here_(here), there_(there), most_x_(Most(longest.x)), most_y_(Most(longest.y)), votes_(memory) {}
+      : here_(here),
+        there_(there),
+        longest_(longest),
+        most_x_(Most(longest.x)),
+        most_y_(Most(longest.y)),
+        votes_(memory) {}
 
   void Clear() {
     std::fill_n(votes_, kFloats, 0.0f);
@@ -66,7 +71,9 @@ class Ballot {
         sum_y += here * static_cast<float>(j);
       }
     }
-    return {static_cast<float>(best_x) + sum_x / sum, static_cast<float>(best_y) + sum_y / sum, votes / all_};
+    const auto limited = [](float value, float most) { return std::min(std::max(value, -most), most); };
+    return {limited(static_cast<float>(best_x) + sum_x / sum, longest_.x),
+            limited(static_cast<float>(best_y) + sum_y / sum, longest_.y), votes / all_};
   }
 
  private:
@@ -82,6 +89,7 @@ class Ballot {
   }
 
   const Places &here_, &there_;
+  const Longest longest_;
   const std::int32_t most_x_, most_y_;
   float* votes_;
   float all_ = 0;

@@ -82,37 +82,58 @@ PF_INLINE CubicWeights CubicAt(Four t) {
            ((Four(4.0f) - Four(3.0f) * t) * t + one) * t * half, (t - one) * t * t * half}};
 }
 
-template <int kX, int kY>
+template <int kX, int kY, bool kLimited>
 PF_INLINE Four FetchCubic(const ColourPlane& plane, std::int64_t column, std::int64_t row,
                           const CubicWeights& weights) {
   const float* p = plane.Row(row - 1) + 4 * (column - 1);
   Four columns[4] = {Four(0.0f), Four(0.0f), Four(0.0f), Four(0.0f)};
+  Four least = LoadFour(p), largest = least;
   for (int j = 0; j < 4; ++j, p += plane.stride) {
     const Four weight = Repeat<kY>(weights.w[j]);
-    for (int i = 0; i < 4; ++i) columns[i] = columns[i] + weight * LoadFour(p + 4 * i);
+    for (int i = 0; i < 4; ++i) {
+      const Four pixel = LoadFour(p + 4 * i);
+      columns[i] = columns[i] + weight * pixel;
+      if constexpr (kLimited) {
+        least = SmallerOf(least, pixel);
+        largest = LargerOf(largest, pixel);
+      }
+    }
   }
-  return (Repeat<kX>(weights.w[0]) * columns[0] + Repeat<kX>(weights.w[1]) * columns[1]) +
-         (Repeat<kX>(weights.w[2]) * columns[2] + Repeat<kX>(weights.w[3]) * columns[3]);
+  const Four sum = (Repeat<kX>(weights.w[0]) * columns[0] + Repeat<kX>(weights.w[1]) * columns[1]) +
+                   (Repeat<kX>(weights.w[2]) * columns[2] + Repeat<kX>(weights.w[3]) * columns[3]);
+  return kLimited ? SmallerOf(LargerOf(sum, least), largest) : sum;
 }
 
-void Fetch4(const FetchRow& row, float* out) {
+// Where the two frames are fetched for one pixel.
+struct Places {
+  float x0, y0, x1, y1;
+};
+
+template <bool kLimited>
+PF_INLINE Four MixCubic(const FetchRow& row, const Places& at, Four share, Four rest) {
+  const float x0 = Inside(at.x0, row.previous.width), y0 = Inside(at.y0, row.previous.height);
+  const float x1 = Inside(at.x1, row.previous.width), y1 = Inside(at.y1, row.previous.height);
+  const auto c0 = static_cast<std::int64_t>(x0), r0 = static_cast<std::int64_t>(y0);
+  const auto c1 = static_cast<std::int64_t>(x1), r1 = static_cast<std::int64_t>(y1);
+  const CubicWeights weights = CubicAt(Four(x0 - static_cast<float>(c0), y0 - static_cast<float>(r0),
+                                            x1 - static_cast<float>(c1), y1 - static_cast<float>(r1)));
+  return share * FetchCubic<0, 1, kLimited>(row.previous, c0, r0, weights) +
+         rest * FetchCubic<2, 3, kLimited>(row.next, c1, r1, weights);
+}
+
+void FetchPixels(const FetchRow& row, float* out) {
   for (std::int32_t x = 0; x < row.width; ++x) {
     const auto left = static_cast<float>(x), top = static_cast<float>(row.y);
-    const float ax = left + row.back * row.u[x], ay = top + row.back * row.v[x];
-    const float bx = left + row.forth * row.u[x], by = top + row.forth * row.v[x];
+    const Places at = {left + row.back * row.u[x], top + row.back * row.v[x], left + row.forth * row.u[x],
+                       top + row.forth * row.v[x]};
     const Four share(row.share[x]), rest(1 - row.share[x]);
     if (!row.cubic) {
-      StoreFour(share * FetchLinear(row.previous, ax, ay) + rest * FetchLinear(row.next, bx, by), out + 4 * x);
-      continue;
+      StoreFour(share * FetchLinear(row.previous, at.x0, at.y0) + rest * FetchLinear(row.next, at.x1, at.y1),
+                out + 4 * x);
+    } else if (row.limited) {
+      StoreFour(MixCubic<true>(row, at, share, rest), out + 4 * x);
+    } else {
+      StoreFour(MixCubic<false>(row, at, share, rest), out + 4 * x);
     }
-    const float x0 = Inside(ax, row.previous.width), y0 = Inside(ay, row.previous.height);
-    const float x1 = Inside(bx, row.previous.width), y1 = Inside(by, row.previous.height);
-    const auto c0 = static_cast<std::int64_t>(x0), r0 = static_cast<std::int64_t>(y0);
-    const auto c1 = static_cast<std::int64_t>(x1), r1 = static_cast<std::int64_t>(y1);
-    const CubicWeights weights = CubicAt(Four(x0 - static_cast<float>(c0), y0 - static_cast<float>(r0),
-                                              x1 - static_cast<float>(c1), y1 - static_cast<float>(r1)));
-    StoreFour(
-        share * FetchCubic<0, 1>(row.previous, c0, r0, weights) + rest * FetchCubic<2, 3>(row.next, c1, r1, weights),
-        out + 4 * x);
   }
 }

@@ -76,6 +76,8 @@ struct Four {
 };
 HWY_INLINE Four LoadFour(const float* p) { return Four(hn::LoadU(D4(), p)); }
 HWY_INLINE void StoreFour(Four a, float* p) { hn::StoreU(a.v, D4(), p); }
+HWY_INLINE Four SmallerOf(Four a, Four b) { return Four(Min(Lanes<D4>(a.v), Lanes<D4>(b.v)).v); }
+HWY_INLINE Four LargerOf(Four a, Four b) { return Four(Max(Lanes<D4>(a.v), Lanes<D4>(b.v)).v); }
 HWY_INLINE Four Magnitude(Four a) { return Four(hn::Abs(a.v)); }
 template <int kLane>
 HWY_INLINE Four Repeat(Four a) {

@@ -100,6 +100,7 @@ struct FetchRow {
   float back, forth;           // how far along the motion each frame is
   std::int32_t y, width;
   bool cubic;
+  bool limited;  // the cubic does not leave the range of the pixels it is made from
 };
 
 struct MotionKernels {

@@ -99,6 +99,9 @@ struct Group {
   friend Group LargerOf(const Group& a, const Group& b) {
     return Each(a, b, [](float x, float y) { return Max(x, y); });
   }
+  friend Group SmallerOf(const Group& a, const Group& b) {
+    return Each(a, b, [](float x, float y) { return Min(x, y); });
+  }
   friend Group Magnitude(const Group& a) {
     return Each(a, a, [](float x, float) { return std::abs(x); });
   }

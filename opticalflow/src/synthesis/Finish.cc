@@ -1,6 +1,7 @@
 #include "synthesis/Finish.h"
 
 #include <cmath>
+#include <limits>
 
 #include "pixel/Depth.h"
 
@@ -22,23 +23,25 @@ P OpaquePixel(const float* v) {
   return {DepthTraits<P>::kFull, Rounded<P>(v[1]), Rounded<P>(v[2]), Rounded<P>(v[3])};
 }
 
-// Straight again; no colour where there is no alpha.
+// Straight again, within the colours of the frames; no colour where there is no alpha.
 template <class P>
-P StraightPixel(const float* v) {
+P StraightPixel(const float* v, const PixelRange& range) {
   constexpr auto kFull = static_cast<float>(DepthTraits<P>::kFull);
+  constexpr float kLeast = std::numeric_limits<float>::min();  // what is smaller has no inverse
   const float alpha = std::min(std::max(v[0], 0.0f), kFull);
   const ChannelOf<P> kept = Rounded<P>(alpha);
-  if (!(kept > 0)) return {};
+  if (!(kept > 0) || alpha < kLeast) return {};
   const float factor = kFull / alpha;
-  return {kept, Rounded<P>(v[1] * factor), Rounded<P>(v[2] * factor), Rounded<P>(v[3] * factor)};
+  const auto colour = [&](int c) { return Rounded<P>(std::min(std::max(v[c] * factor, range.least), range.largest)); };
+  return {kept, colour(1), colour(2), colour(3)};
 }
 
 template <class P>
-void FinishRowOf(const float* row, std::int32_t width, bool opaque, P* pixels) {
-  if (opaque) {
+void FinishRowOf(const float* row, std::int32_t width, const PixelRange& range, P* pixels) {
+  if (range.opaque) {
     for (std::int64_t x = 0; x < width; ++x) pixels[x] = OpaquePixel<P>(row + 4 * x);
   } else {
-    for (std::int64_t x = 0; x < width; ++x) pixels[x] = StraightPixel<P>(row + 4 * x);
+    for (std::int64_t x = 0; x < width; ++x) pixels[x] = StraightPixel<P>(row + 4 * x, range);
   }
 }
 
@@ -60,14 +63,15 @@ void PutBackPixel(const PF_PixelFloat& from, PF_PixelFloat& to) {
 
 }  // namespace
 
-void FinishPixels(const float* row, std::int32_t width, bool opaque, std::int32_t depth, std::byte* pixels) {
+void FinishPixels(const float* row, std::int32_t width, const PixelRange& range, std::int32_t depth,
+                  std::byte* pixels) {
   switch (depth) {
     case 8:
-      return FinishRowOf(row, width, opaque, reinterpret_cast<PF_Pixel8*>(pixels));
+      return FinishRowOf(row, width, range, reinterpret_cast<PF_Pixel8*>(pixels));
     case 16:
-      return FinishRowOf(row, width, opaque, reinterpret_cast<PF_Pixel16*>(pixels));
+      return FinishRowOf(row, width, range, reinterpret_cast<PF_Pixel16*>(pixels));
     default:
-      return FinishRowOf(row, width, opaque, reinterpret_cast<PF_PixelFloat*>(pixels));
+      return FinishRowOf(row, width, range, reinterpret_cast<PF_PixelFloat*>(pixels));
   }
 }
 

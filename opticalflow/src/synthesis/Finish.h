@@ -9,8 +9,14 @@
 
 namespace pf {
 
-// `row` as the kernels leave it, on the scale of the depth. \param opaque every alpha is full.
-void FinishPixels(const float* row, std::int32_t width, bool opaque, std::int32_t depth, std::byte* pixels);
+// What the pixels of both frames allow.
+struct PixelRange {
+  bool opaque;           // every alpha is full
+  float least, largest;  // colours
+};
+
+// `row` as the kernels leave it, on the scale of the depth.
+void FinishPixels(const float* row, std::int32_t width, const PixelRange& range, std::int32_t depth, std::byte* pixels);
 
 // Samples of float frames that are not finite come back at the pixels they fall on.
 void PutBack(const PF_World& previous, const PF_World& next, const FetchRow& row, std::byte* pixels);

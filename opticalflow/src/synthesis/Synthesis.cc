@@ -105,6 +105,13 @@ void LookPast(const ThinLayer& thin, const FlowPlanes& flow, float time, const S
   }
 }
 
+void Copy(const FlowPlanes& from, const FlowPlanes& to) {
+  for (std::int32_t y = 0; y < from.u.height; ++y) {
+    std::copy_n(from.u.Row(y) - 2, from.u.width + 4, to.u.Row(y) - 2);
+    std::copy_n(from.v.Row(y) - 2, from.v.width + 4, to.v.Row(y) - 2);
+  }
+}
+
 Plan MakePlan(const MotionRequest& request, const PairMotion& motion, float time) {
   Workspace& workspace = request.workspace;
   const Interrupt& interrupt = request.interrupt;
@@ -118,19 +125,19 @@ Plan MakePlan(const MotionRequest& request, const PairMotion& motion, float time
   const SeenPlanes seen = NewSeen(workspace, width, height);
   FindSeen(hidden, projected.both, time, seen, interrupt);
   if (request.algo.mode == 2) {
-    Fuse(request.pictures, projected, seen.trust, time, plan.flow, workspace, interrupt);
-    FindSeen(hidden, plan.flow, time, seen, interrupt);
+    // Where brightness may change, colours do not tell which candidate fits.
+    if (request.algo.switchFlag == 0) {
+      Fuse(request.pictures, projected, seen.trust, time, plan.flow, workspace, interrupt);
+      FindSeen(hidden, plan.flow, time, seen, interrupt);
+    } else {
+      Copy(projected.both, plan.flow);
+    }
     const RefineJob job = {
         request.pictures.previous.level, request.pictures.next.level, -time, 1 - time, plan.flow, seen.trust.at};
     RefineFlows({&job, 1}, WeightsOf(request.algo), kMiddleRounds, workspace, interrupt);
     FindSeen(hidden, plan.flow, time, seen, interrupt);
   } else {
-    ForBands(interrupt, 1, height, [&](std::int32_t, Rows rows) {
-      for (std::int32_t y = rows.begin; y < rows.end; ++y) {
-        std::copy_n(projected.both.u.Row(y) - 2, width + 4, plan.flow.u.Row(y) - 2);
-        std::copy_n(projected.both.v.Row(y) - 2, width + 4, plan.flow.v.Row(y) - 2);
-      }
-    });
+    Copy(projected.both, plan.flow);
   }
   ForBands(interrupt, 1, height, [&](std::int32_t, Rows rows) {
     if (plan.thin.any) LookPast(plan.thin, plan.flow, time, seen, rows);
@@ -148,6 +155,9 @@ class RowMaker {
     const std::int32_t steps = request.algo.steps;
     moments_ = steps;
     open_ = steps > 1 ? request.algo.degrees / 360 : 0.0f;
+    const FramePicture &previous = request.pictures.previous, &next = request.pictures.next;
+    range_ = {previous.opaque && next.opaque, std::min(previous.least, next.least),
+              std::max(previous.largest, next.largest)};
   }
 
   static std::int64_t Floats(std::int32_t width) {
@@ -168,8 +178,17 @@ class RowMaker {
     PrepareThin(y, thin, scratch);
 
     const MotionKernels& kernels = *g_kernels.motion.load();
-    FetchRow row = {pictures.previous.full,        pictures.next.full, u, v, share, -time_, 1 - time_, y, width_,
-                    request_.algo.variant % 2 == 0};
+    FetchRow row = {pictures.previous.full,
+                    pictures.next.full,
+                    u,
+                    v,
+                    share,
+                    -time_,
+                    1 - time_,
+                    y,
+                    width_,
+                    request_.algo.variant % 2 == 0,
+                    !range_.opaque || request_.frames.previous->Depth() == 32};
     kernels.fetch(AtMoment(row, 0), sum);
     DrawThin(row, thin, 0, sum);
     for (std::int32_t i = 1; i < moments_; ++i) {
@@ -182,8 +201,7 @@ class RowMaker {
       for (std::int64_t k = 0; k < 4 * std::int64_t{width_}; ++k) sum[k] *= factor;
     }
     Fade(fade, y, sum);
-    FinishPixels(sum, width_, pictures.previous.opaque && pictures.next.opaque, request_.frames.previous->Depth(),
-                 pixels);
+    FinishPixels(sum, width_, range_, request_.frames.previous->Depth(), pixels);
     if (!pictures.previous.finite || !pictures.next.finite) {
       PutBack(*request_.frames.previous, *request_.frames.next, row, pixels);
     }
@@ -246,6 +264,7 @@ class RowMaker {
   float time_;
   std::int32_t width_, moments_;
   float open_;
+  PixelRange range_;
 };
 
 }  // namespace

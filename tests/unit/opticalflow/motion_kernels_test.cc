@@ -224,14 +224,21 @@ TEST(MotionKernels, Colour) {
     InBands(m.height, [&](Rows rows) { k.compare(meeting, out, rows); });
     m.Keep(out);
   });
-  for (const bool cubic : {false, true}) {
-    ExpectSameEverywhere(cubic ? "fetch, cubic" : "fetch, linear", [=](const MotionKernels& k, Memory& m) {
+  struct Way {
+    const char* name;
+    bool cubic, limited;
+  };
+  for (const Way way : {Way{"fetch, linear", false, false}, Way{"fetch, cubic", true, false},
+                        Way{"fetch, cubic within its pixels", true, true}}) {
+    ExpectSameEverywhere(way.name, [=](const MotionKernels& k, Memory& m) {
       const ColourPlane previous = m.Colour(m.width, m.height, -1, 50), next = m.Colour(m.width, m.height, 0, 255);
       const FlowPlanes flow = m.Flow();
       const FloatPlane share = m.Values(0, 1);
       for (std::int32_t y = 0; y < m.height; ++y) {
         float* const out = m.Line(4 * std::int64_t{m.width});
-        k.fetch({previous, next, flow.u.Row(y), flow.v.Row(y), share.Row(y), -0.25f, 0.75f, y, m.width, cubic}, out);
+        k.fetch({previous, next, flow.u.Row(y), flow.v.Row(y), share.Row(y), -0.25f, 0.75f, y, m.width, way.cubic,
+                 way.limited},
+                out);
         m.Keep(out, 4 * m.width);
       }
     });

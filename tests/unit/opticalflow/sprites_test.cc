@@ -88,6 +88,56 @@ TEST_F(MovingSprites, LightFarAboveFullArrivesWhole) {
   }
 }
 
+// A hard edge of light rings under the cubic, unless it is held to the pixels around.
+TEST_F(MovingSprites, LightDoesNotRing) {
+  Frame a(32, 80, 60), b(32, 80, 60), out(32, 80, 60);
+  const auto paint = [](Frame& frame, int left) {
+    frame.Paint([&](int x, int y) {
+      const double light =
+          std::abs(x - left - 12) < 12 && std::abs(y - 30) < 12 ? 50 + 0.1 * ((x - left + y) % 5) : 0.2;
+      return Colour{1, light, light, light};
+    });
+  };
+  paint(a, 20);
+  paint(b, 27);
+  RenderMiddle(a, b, out, 0);
+  for (int y = 0; y < 60; ++y) {
+    for (int x = 0; x < 80; ++x) {
+      ASSERT_GE(out.Get(x, y)[1], 0.1999) << x << ", " << y;
+      ASSERT_LE(out.Get(x, y)[1], 50.4001) << x << ", " << y;
+    }
+  }
+}
+
+// Alphas that have no inverse, that are above full, and whose quotient with colour explodes.
+TEST_F(MovingSprites, OddAlphasLeaveColoursInTheirRange) {
+  for (const double alpha : {1e-40, 1.5, 0.004}) {
+    Frame a(32, 80, 60), b(32, 80, 60), out(32, 80, 60);
+    const auto paint = [&](Frame& frame, int way) {
+      frame.Paint([&](int x, int y) {
+        const Colour c = Texture(x - way, y);
+        return Colour{(x + y) % 3 == 0 ? alpha : 0.5, 0.1 + 0.8 * c[1], 0.9 - 0.5 * c[2], c[3]};
+      });
+    };
+    paint(a, 0);
+    paint(b, 3);
+    double largest = 0;
+    for (int y = 0; y < 60; ++y) {
+      for (int x = 0; x < 80; ++x) {
+        for (std::size_t i = 1; i < 4; ++i) largest = std::fmax(largest, std::fmax(a.Get(x, y)[i], b.Get(x, y)[i]));
+      }
+    }
+    RenderMiddle(a, b, out, 0);
+    for (int y = 0; y < 60; ++y) {
+      for (int x = 0; x < 80; ++x) {
+        const Colour c = out.Get(x, y);
+        ASSERT_TRUE(c[0] >= 0 && c[0] <= 1) << alpha << ": " << x << ", " << y;
+        for (std::size_t i = 1; i < 4; ++i) ASSERT_TRUE(c[i] >= 0 && c[i] <= largest) << alpha << ": " << c[i];
+      }
+    }
+  }
+}
+
 // Ten times the light at one place is no motion at another.
 TEST_F(MovingSprites, AFlareDoesNotMoveWhatIsAroundIt) {
   Frame a(32, 80, 60), b(32, 80, 60);
