@@ -36,9 +36,9 @@ void AddBlur(OperationTable& table, const char* name, bool box, float radius) {
   }
 }
 
-// Channels alike and lines that keep their direction: whole numbers do without lanes.
+// Channels alike and lines that keep their direction: they do without lanes.
 void AddPlain(OperationTable& table, const char* name, bool box, float radius) {
-  for (const int depth : {8, 16}) {
+  for (const int depth : {8, 16, 32}) {
     for (const bool columns : {false, true}) {
       table.push_back({At(name, depth) + (columns ? ", columns" : ", rows"), depth, true, [=](Trial& run) {
                          Picture picture(run, depth);

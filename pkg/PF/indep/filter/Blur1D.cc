@@ -8,6 +8,7 @@
 #include "edge/Guard.h"
 #include "filter/BlurLines.h"
 #include "filter/PlaneBlur.h"
+#include "filter/WideBlur.h"
 #include "host/vexcore.h"
 #include "lifecycle/Globals.h"
 #include "pixel/ByteRange.h"
@@ -76,14 +77,28 @@ void TraceVectorPath(const BlurKernels& kernels) {
   vexcore::DebugTrace("untested SSE2 codepath in blur");
 }
 
-// Whether whole numbers do: channels alike, lines that keep their direction, and weights for which there are kernels.
+// Whether lines are blurred where they lie: channels alike, directions that stay, and weights for which there are
+// kernels.
 template <class T>
 bool IsPlain(Shape shape, const WorldBlur& blur) {
   const bool alike = !blur.straight && !blur.Has(PF_BlurFlag_ALPHA_ONLY | PF_BlurFlag_COLOR_ONLY);
-  const bool kernel = shape == Shape::kBox
-                          ? blur.radius >= 0.5
-                          : sizeof(T) == 1 && blur.radius > 0 && std::ceil(blur.radius) <= kDirectReach;
+  const bool kernel = shape == Shape::kBox ? blur.radius >= 0.5 && (sizeof(T) < 4 || blur.radius < kWideSpan)
+                                           : blur.radius > 0 && std::ceil(blur.radius) <= kDirectReach;
   return alike && kernel && blur.src_columns == blur.dst_columns;
+}
+
+template <class T>
+PF_Err BlurPlain(Shape shape, const BlurredPlane& plane, double radius, std::int64_t span) {
+  if constexpr (std::is_same_v<T, float>) {
+    if (shape == Shape::kBox) return BlurByWideBox(plane, span);
+  } else {
+    if (shape == Shape::kBox) return BlurByBox<T>(plane, span);
+  }
+  if constexpr (sizeof(T) == 1) {
+    return BlurByBell(plane, radius);
+  } else {
+    return BlurByWideBell<T>(plane, radius, DemandsOf<T>(false).bits);
+  }
 }
 
 template <class T>
@@ -115,12 +130,9 @@ PF_Err BlurOf(Shape shape, const WorldBlur& blur) {
         LinePlane::Of(copy->data(), copy->row_bytes(), blur.src.width, blur.src.height, sizeof(T), 4, blur.src_columns);
   }
   const auto span = static_cast<std::int64_t>(blur.radius + 0.5);
-  if constexpr (!std::is_same_v<T, float>) {
-    if (IsPlain<T>(shape, blur)) {
-      TraceVectorPath(kernels);
-      const BlurredPlane plain = PlainOf<T>(blur, src);
-      return shape == Shape::kBox ? BlurByBox<T>(plain, span) : BlurByBell(plain, blur.radius);
-    }
+  if (IsPlain<T>(shape, blur)) {
+    TraceVectorPath(kernels);
+    return BlurPlain<T>(shape, PlainOf<T>(blur, src), blur.radius, span);
   }
   std::optional<LaneFilter> filter;
   if (shape == Shape::kBell && blur.radius > 0 && !blur.Copies()) {

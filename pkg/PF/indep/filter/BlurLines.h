@@ -64,6 +64,7 @@ class BlurLines {
         streams_(src.base != dst.base &&
                  src.length * src.count * src.channels * std::int64_t{sizeof(T)} >= kPastCaches),
         tile_(TileOf(blur, filter, src, dst)),
+        piece_(filter != nullptr && filter->local() ? filter->piece(kPiece) : kPiece),
         size_(filter, src.length),
         scratch_(size_.bytes(tile_), Message::kBlurMemory) {}
 
@@ -96,7 +97,7 @@ class BlurLines {
   // Calls f(begin, n) for the pieces of a line.
   template <class F>
   void Pieces(const F& f) const {
-    for (std::int64_t i = 0; i < src_.length; i += kPiece) f(i, std::min(kPiece, src_.length - i));
+    for (std::int64_t i = 0; i < src_.length; i += piece_) f(i, std::min(piece_, src_.length - i));
   }
 
   void Groups(std::int64_t line, std::int64_t groups) {
@@ -140,9 +141,9 @@ class BlurLines {
     std::int64_t begun = 0;
     Pieces([&](std::int64_t i, std::int64_t n) {
       if (i > 0) {
-        Each(lines, samples, [&](double* to) { std::copy_n(to + kLanes * kPiece, 2 * kLanes * margin, to); });
+        Each(lines, samples, [&](double* to) { std::copy_n(to + kLanes * piece_, 2 * kLanes * margin, to); });
       }
-      const std::int64_t end = std::min(i + kPiece + margin, length), beyond = i + n + margin - length;
+      const std::int64_t end = std::min(i + piece_ + margin, length), beyond = i + n + margin - length;
       Begin(lines, begun, end - begun, first + kLanes * (begun - i));
       begun = end;
       Each(lines, first, [&](double* in) {
@@ -175,7 +176,7 @@ class BlurLines {
   const LaneFilter* filter_;
   const LinePlane &src_, &dst_;
   bool streams_;  // past the caches: lines of them that are overwritten whole need not be read first
-  std::int64_t tile_;
+  std::int64_t tile_, piece_;
   GroupScratch size_;
   ScratchLines scratch_;
 };

@@ -39,6 +39,8 @@ class LaneFilter {
   std::int64_t reach() const { return reach_; }
   // Whether results depend on nothing but what is in their reach, which is short.
   bool local() const { return !series_ && reach_ <= kDirectReach; }
+  // Samples of a line that go through at once, `most` or less: results depend on where the blocks of a box begin.
+  std::int64_t piece(std::int64_t most) const { return is_box_ ? most - most % (2 * reach_ + 1) : most; }
   // Samples that are read before the first and behind the last of a line.
   std::int64_t margin() const { return reach_ + 1; }
   // Doubles of scratch that a call of Run needs.

@@ -1,53 +1,30 @@
 // Filters of lines in lanes. This file is included inside a namespace that has Load<R>(p), Store(v, p), kLanesOf<R>:
 // once for single values, once for the lanes of each vector target. R is a double, or lanes of them.
 
-// One result.
-template <class R>
-R Convolved(const double* at, const double* weights, std::int64_t reach) {
-  R sum = R(weights[0]) * Load<R>(at);
-  for (std::int64_t i = 1; i <= reach; ++i) {
-    sum = sum + R(weights[i]) * (Load<R>(at - kLanes * i) + Load<R>(at + kLanes * i));
-  }
-  return sum;
-}
+#include "filter/Convolve-body.h"
 
-// Four results at once: their samples move up by one from weight to weight, and only one of them is new on each side.
-template <class R>
-void ConvolveFour(const double* at, const double* weights, std::int64_t reach, double* out) {
-  R left0 = Load<R>(at), left1 = Load<R>(at + kLanes), left2 = Load<R>(at + 2 * kLanes), left3;
-  R right0, right1 = left1, right2 = left2, right3 = Load<R>(at + 3 * kLanes);
-  const R centre(weights[0]);
-  R sum0 = centre * left0, sum1 = centre * left1, sum2 = centre * left2, sum3 = centre * right3;
-  for (std::int64_t i = 1; i <= reach; ++i) {
-    left3 = left2;
-    left2 = left1;
-    left1 = left0;
-    left0 = Load<R>(at - kLanes * i);
-    right0 = right1;
-    right1 = right2;
-    right2 = right3;
-    right3 = Load<R>(at + kLanes * (i + 3));
-    const R weight(weights[i]);
-    sum0 = sum0 + weight * (left0 + right0);
-    sum1 = sum1 + weight * (left1 + right1);
-    sum2 = sum2 + weight * (left2 + right2);
-    sum3 = sum3 + weight * (left3 + right3);
-  }
-  Store(sum0, out);
-  Store(sum1, out + kLanes);
-  Store(sum2, out + 2 * kLanes);
-  Store(sum3, out + 3 * kLanes);
-}
+// Where the samples of a line stand.
+struct LaneTaps {
+  const double* at;
+
+  const double* operator()(std::int64_t i) const { return at + kLanes * i; }
+};
 
 template <class R>
 void ConvolveLanes(const LaneRun& run, const double* weights, std::int64_t lane) {
   const double* at = run.in + lane;
   double* out = run.out + lane;
   std::int64_t x = 0;
-  for (; x + 4 <= run.n; x += 4) {
-    ConvolveFour<R>(at + kLanes * x, weights, run.reach, out + kLanes * x);
+  for (; x + 4 <= run.n; x += 4, out += 4 * kLanes) {
+    const FourSums<R> sums = ConvolvedFour<R>(LaneTaps{at + kLanes * x}, weights, run.reach);
+    Store(sums.sum0, out);
+    Store(sums.sum1, out + kLanes);
+    Store(sums.sum2, out + 2 * kLanes);
+    Store(sums.sum3, out + 3 * kLanes);
   }
-  for (; x < run.n; ++x) Store(Convolved<R>(at + kLanes * x, weights, run.reach), out + kLanes * x);
+  for (; x < run.n; ++x, out += kLanes) {
+    Store(Convolved<R>(LaneTaps{at + kLanes * x}, weights, run.reach), out);
+  }
 }
 
 // The terms of a series from number kFirst on: their sums at two neighbouring samples, and what leads from both to the

@@ -4,6 +4,7 @@
 #include "copy/ReplicateKernels.h"
 #include "filter/LaneKernels.h"
 #include "filter/PlaneKernels.h"
+#include "filter/WideKernels.h"
 #include "mask/MaskCombineKernels.h"
 #include "mask/MaskKernels.h"
 #include "paint/PaintKernels.h"
@@ -17,18 +18,20 @@
 namespace pf {
 
 const KernelSet kPortableKernels = {
-    &kPortableConvertKernels,     &kPortableAlphaKernels,       &kPortableSampleKernels,
-    &kPortableReplicateKernels,   &kPortableMaskKernels,        &kPortablePaintKernels,
-    &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortablePlaneKernels,
-    &kPortableTransferKernels8,   &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
-    &kPortableLinearLightKernels, &kPortableBlurKernels,        &kPortableMotionKernels};
+    &kPortableConvertKernels,       &kPortableAlphaKernels,       &kPortableSampleKernels,
+    &kPortableReplicateKernels,     &kPortableMaskKernels,        &kPortablePaintKernels,
+    &kPortableBlendKernels,         &kPortableMaskCombineKernels, &kPortablePlaneKernels,
+    &kPortableWideKernels,          &kPortableTransferKernels8,   &kPortableTransferKernels16,
+    &kPortableTransferKernelsFloat, &kPortableLinearLightKernels, &kPortableBlurKernels,
+    &kPortableMotionKernels};
 
 KernelSet VectorKernels() {
-  return {&VectorConvertKernels(),     &VectorAlphaKernels(),       &VectorSampleKernels(),
-          &VectorReplicateKernels(),   &VectorMaskKernels(),        &VectorPaintKernels(),
-          &VectorBlendKernels(),       &VectorMaskCombineKernels(), &VectorPlaneKernels(),
-          &VectorTransferKernels8(),   &VectorTransferKernels16(),  &VectorTransferKernelsFloat(),
-          &VectorLinearLightKernels(), &VectorBlurKernels(),        &VectorMotionKernels()};
+  return {&VectorConvertKernels(),       &VectorAlphaKernels(),       &VectorSampleKernels(),
+          &VectorReplicateKernels(),     &VectorMaskKernels(),        &VectorPaintKernels(),
+          &VectorBlendKernels(),         &VectorMaskCombineKernels(), &VectorPlaneKernels(),
+          &VectorWideKernels(),          &VectorTransferKernels8(),   &VectorTransferKernels16(),
+          &VectorTransferKernelsFloat(), &VectorLinearLightKernels(), &VectorBlurKernels(),
+          &VectorMotionKernels()};
 }
 
 void KernelSlots::Set(const KernelSet& kernels) {
@@ -41,6 +44,7 @@ void KernelSlots::Set(const KernelSet& kernels) {
   blend = kernels.blend;
   mask_combine = kernels.mask_combine;
   plane = kernels.plane;
+  wide = kernels.wide;
   transfer8 = kernels.transfer8;
   transfer16 = kernels.transfer16;
   transfer_float = kernels.transfer_float;
@@ -50,16 +54,17 @@ void KernelSlots::Set(const KernelSet& kernels) {
 }
 
 KernelSet KernelSlots::Get() const {
-  return {convert, alpha,     sample,     replicate,      mask,         paint, blend, mask_combine,
-          plane,   transfer8, transfer16, transfer_float, linear_light, blur,  motion};
+  return {convert, alpha, sample,    replicate,  mask,           paint,        blend, mask_combine,
+          plane,   wide,  transfer8, transfer16, transfer_float, linear_light, blur,  motion};
 }
 
 constinit KernelSlots g_kernels = {
-    &kPortableConvertKernels,     &kPortableAlphaKernels,       &kPortableSampleKernels,
-    &kPortableReplicateKernels,   &kPortableMaskKernels,        &kPortablePaintKernels,
-    &kPortableBlendKernels,       &kPortableMaskCombineKernels, &kPortablePlaneKernels,
-    &kPortableTransferKernels8,   &kPortableTransferKernels16,  &kPortableTransferKernelsFloat,
-    &kPortableLinearLightKernels, &kPortableBlurKernels,        &kPortableMotionKernels};
+    &kPortableConvertKernels,       &kPortableAlphaKernels,       &kPortableSampleKernels,
+    &kPortableReplicateKernels,     &kPortableMaskKernels,        &kPortablePaintKernels,
+    &kPortableBlendKernels,         &kPortableMaskCombineKernels, &kPortablePlaneKernels,
+    &kPortableWideKernels,          &kPortableTransferKernels8,   &kPortableTransferKernels16,
+    &kPortableTransferKernelsFloat, &kPortableLinearLightKernels, &kPortableBlurKernels,
+    &kPortableMotionKernels};
 constinit std::atomic<const void*> g_lookup_table[256] = {};
 constinit std::atomic<std::int64_t> g_live_worlds{0};
 constinit std::atomic<std::int64_t> g_live_chunks{0};

@@ -24,6 +24,7 @@ struct PaintKernels;
 struct BlendKernels;
 struct MaskCombineKernels;
 struct PlaneKernels;
+struct WideKernels;
 template <class P>
 struct TransferKernels;
 struct LinearLightKernels;
@@ -41,6 +42,7 @@ struct KernelSet {
   const BlendKernels* blend;
   const MaskCombineKernels* mask_combine;
   const PlaneKernels* plane;
+  const WideKernels* wide;
   const TransferKernels<PF_Pixel8>* transfer8;
   const TransferKernels<PF_Pixel16>* transfer16;
   const TransferKernels<PF_PixelFloat>* transfer_float;
@@ -65,6 +67,7 @@ struct KernelSlots {
   std::atomic<const BlendKernels*> blend;
   std::atomic<const MaskCombineKernels*> mask_combine;
   std::atomic<const PlaneKernels*> plane;
+  std::atomic<const WideKernels*> wide;
   std::atomic<const TransferKernels<PF_Pixel8>*> transfer8;
   std::atomic<const TransferKernels<PF_Pixel16>*> transfer16;
   std::atomic<const TransferKernels<PF_PixelFloat>*> transfer_float;
