@@ -116,7 +116,7 @@ class BoxLine {
   // Samples first..first + count - 1, which may lie beyond the ends; where they slide, results from `out` on.
   template <bool slides>
   void Enter(std::int64_t first, std::int64_t count, std::int64_t out) {
-    static constexpr float kNothing[64] = {};
+    static constexpr float kNothing[kBoxRow] = {};
     for (std::int64_t i = 0; i < count;) {
       const std::int64_t at = first + i, inside = std::clamp<std::int64_t>(at, 0, lines_.length - 1);
       const std::int64_t end = std::min(at < 0 ? 0 : at < lines_.length ? lines_.length : first + count, first + count);
@@ -196,9 +196,11 @@ class BoxLine {
 
 // Values side by side.
 void BoxColumns(const BoxLines& lines, std::int64_t n) {
-  using Wide = BoxVectors<RD, 4, true, false>;
+  using Wide = BoxVectors<RD, 8, true, false>;
+  using Pair = BoxVectors<RD, 2, true, false>;
   std::int64_t x = 0;
   for (; x + Wide::Row() <= n; x += Wide::Row()) BoxLine<Wide>(lines, x).Run();
+  for (; x + Pair::Row() <= n; x += Pair::Row()) BoxLine<Pair>(lines, x).Run();
   for (; x < n; x += kLanesOf<RP>()) BoxLine<BoxVectors<RP, 1, true, false>>(lines, x).Run();
 }
 

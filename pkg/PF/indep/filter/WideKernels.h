@@ -34,7 +34,7 @@ struct BoxLines {
   bool transparent;
   double scale;
 };
-inline constexpr std::int64_t kBoxRow = 32;
+inline constexpr std::int64_t kBoxRow = 64;
 
 // n is a multiple of 4.
 template <class T>
