@@ -3,8 +3,7 @@
 /// what is in them.
 ///
 /// Rules common to the family
-/// - Frames are worlds of one size and one depth, in straight alpha. Inside, colour is premultiplied, and alpha counts
-/// as
+/// - Frames are worlds of one size and one depth, in straight alpha. Inside, colour is premultiplied, and alpha is
 ///   limited to 0..full. Float colour may leave 0..1; no colour leaves the range of what is around it. A sample that is
 ///   not finite stays in the pixels it falls on.
 /// - The motion of a pair is estimated once, at half size, in both directions, and kept in the host's media cache; any

@@ -40,7 +40,8 @@ PF_EXPORT PF_Err PF_CheckVersions(std::uint32_t caller_module, std::int32_t expe
 PF_EXPORT std::int32_t PF_PkgObjectVersion();
 
 /// Gives back memory the library keeps for speed: the shared scratch block, which starts at 1024 bytes
-/// again when it is next needed. Blocks in use stay. May be called by the host's allocator from within a
+/// again when it is next needed, and the working memory of the last frame blending call (up to 512 MiB, about 120 bytes
+/// for each pixel of a frame). Blocks in use stay. May be called by the host's allocator from within a
 /// call of the library.
 PF_EXPORT void PF_FreeUpSomeMemory();
 

@@ -1,6 +1,7 @@
 #include "multiprocess/Workspace.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "host/U.h"
 #include "report/Report.h"
@@ -25,13 +26,33 @@ struct WorkBlock {
   }
 };
 
-Workspace::~Workspace() {
-  while (first_ != nullptr) {
-    WorkBlock* next = first_->next;
-    U_FreePtr(first_);
-    first_ = next;
+namespace {
+
+constexpr std::uint64_t kLargestKept = std::uint64_t{512} << 20;
+
+// The kept blocks, or null. Whoever uses them takes them out.
+constinit std::atomic<WorkBlock*> g_kept{nullptr};
+
+void FreeAll(WorkBlock* block) {
+  while (block != nullptr) {
+    WorkBlock* next = block->next;
+    U_FreePtr(block);
+    block = next;
   }
 }
+
+}  // namespace
+
+Workspace::Workspace() : first_(g_kept.exchange(nullptr, std::memory_order_acq_rel)) {}
+
+Workspace::~Workspace() {
+  std::uint64_t size = 0;
+  for (const WorkBlock* block = first_; block != nullptr; block = block->next) size += block->capacity;
+  WorkBlock* none = nullptr;
+  if (size > kLargestKept || !g_kept.compare_exchange_strong(none, first_, std::memory_order_acq_rel)) FreeAll(first_);
+}
+
+void Workspace::ReleaseKept() { FreeAll(g_kept.exchange(nullptr, std::memory_order_acq_rel)); }
 
 std::byte* Workspace::TakeBytes(std::uint64_t size) {
   size = Padded(size);

@@ -27,7 +27,7 @@ void Hidden(const Consistency& pair, const FloatPlane& out, Rows rows) {
     float* to = out.Row(y);
     for (std::int32_t x = 0; x < out.width; x += kStep) {
       const Fit fit = FitOf(pair, x, y);
-      const F allowed = share * fit.length2 + F(0.75);
+      const F allowed = Min(share * fit.length2, F(16)) + F(0.75);
       const F excess = (fit.miss2 / allowed - one) * F(1.0 / 3);
       Store(Select(IsOutside(out, fit.x, fit.y, 0.5), one, Min(Max(excess, zero), one)), to + x);
     }

@@ -8,6 +8,7 @@
 #include "host/RND.h"
 #include "lifecycle/Globals.h"
 #include "lifecycle/Modules.h"
+#include "multiprocess/Workspace.h"
 #include "report/HostMemory.h"
 #include "simd/Targets.h"
 
@@ -76,4 +77,7 @@ PF_Err PF_Birth() { return pf::Guard(pf::Start); }
 
 PF_Err PF_Death() { return pf::Guard(pf::Stop); }
 
-void PF_FreeUpSomeMemory() { pf::HostBlock::ReleaseKept(); }
+void PF_FreeUpSomeMemory() {
+  pf::HostBlock::ReleaseKept();
+  pf::Workspace::ReleaseKept();
+}

@@ -1,8 +1,8 @@
 // Every mutable global of the library, with who writes it and when. All are atomic or written at
-// start-up only; none needs a lock. Three live with the only code that may touch them: the replaceable
+// start-up only; none needs a lock. Four live with the only code that may touch them: the replaceable
 // functions (dispatch/Slot.h, and dispatch/OverrideTable.cc for free entries; written by PF_Birth and
-// PF_SetOverrideFunc) and the kept scratch block (report/HostMemory.cc; written by whoever needs scratch,
-// PF_FreeUpSomeMemory and PF_Death).
+// PF_SetOverrideFunc) and the kept scratch blocks (report/HostMemory.cc and, of frame blending, multiprocess/Workspace.cc;
+// written by whoever needs scratch, PF_FreeUpSomeMemory and PF_Death).
 #pragma once
 
 #include <atomic>
