@@ -30,12 +30,13 @@ using PF_CRC32 = boost::crc_optimal<32, 0x04C11DB7, 0xFFFFFFFF, 0xFFFFFFFF, true
 
 /// Tuning. Ranges are of stored values, both ends included; fields marked percent are given to the constructor of
 /// PF_AdvancedFrameBlending a hundred times as large. No setting costs without limit: what grows with a field is said
-/// at the field.
+/// at the field. The working memory of a call is about 115 bytes for each pixel of a frame.
 struct PF_EXPORT PF_Tavros_AlgoParams {
-  /// 0..2. 0: a plain cross-fade, no motion. 1: both frames moved along the motion as it was found, quick. 2: the
-  /// motion is also carried to the wanted time, chosen among candidates and refined there.
+  /// 0..2. 0: a plain cross-fade, no motion. 1: both frames moved along the motion as it was found, quick. 2: at the
+  /// wanted time the motion is also chosen among candidates and refined, and thin things are followed.
   std::int16_t mode;
-  /// 0.05..1, percent. How stiff motion is: at 0.05 every place moves by itself, at 1 large areas move together.
+  /// 0.05..1, percent. How stiff motion is: at 0.05 every place moves by itself, at 1 large areas move together. As
+  /// 5 percent come out below 0.05 they are refused.
   float fraction;
   /// -1000..1000. The longest motion across, between the two frames. Positive: pixels. Negative: thousandths of the
   /// frame's width, at most 1000 pixels. 0: none.
@@ -48,7 +49,7 @@ struct PF_EXPORT PF_Tavros_AlgoParams {
   /// counts as hidden in the other frame. Larger: both frames are mixed at more places; smaller: more places come from
   /// one.
   float threshold;
-  /// 0..1. 1: brightness may change between the frames (flicker, flashes); only structure is compared.
+  /// 0..1. 1: brightness may change between the frames (flicker, flashes); what counts in matching is structure.
   std::int16_t switchFlag;
   /// 4..40. Edge in pixels, rounded up to a multiple of 8, of the patches that are looked for in the other frame. Small
   /// ones follow small things, large ones withstand noise.
@@ -115,7 +116,7 @@ class PF_EXPORT PF_TavrosCache_Stuff : public MC_Stuff {
   ~PF_TavrosCache_Stuff() override;
   PF_TavrosCache_Stuff(const PF_TavrosCache_Stuff&) = delete;
   PF_TavrosCache_Stuff& operator=(const PF_TavrosCache_Stuff&) = delete;
-  /// About 3 bytes for each pixel of a frame; little while empty.
+  /// A little above 3 bytes for each pixel of a frame; little while empty.
   std::uint64_t Bytes() const override;
   bool Empty() const;
   /// Vectors stand at every second pixel of every second row: half the frame's extents, rounded up. 0 while empty.
@@ -164,10 +165,10 @@ class PF_EXPORT PF_AdvancedFrameBlending {
   PF_Err CheckParamRange() const;
 
   /// Makes the frame at the wanted time (see PF_Tavros_OtherParams). At the times 0 and 1 it is the frame itself, bit
-  /// for bit, and between two frames of equal pixels it is that frame. Where the two frames have nothing in common the
-  /// result passes into their cross-fade.
+  /// for bit, and between two frames of equal pixels it is that frame. The less a wide surrounding
+  /// of a place has in common with the other frame, the more the result is their cross-fade.
   ///
-  /// \param destination size and depth of the frames; it may be one of them.
+  /// \param destination size and depth of the frames; it may be one of them, but must not overlap one otherwise.
   /// \return 0; 514 for parameters out of range, before any other check; 516 for null worlds, worlds without pixels, of
   ///   unequal size or depth or of a depth that there is not; 4 when memory is short and 3 for another failure, both
   ///   after a report to the user; 517 when the interrupt function asks to stop. Except for 0 the destination is

@@ -11,26 +11,27 @@ namespace {
 
 constexpr std::chrono::milliseconds kAskWhileWaiting(5);
 
-// The right to compute; given up when nothing came of it.
+// The right to compute an item; given up when nothing came of it, and the item taken out of the cache again.
 class Claim {
  public:
-  Claim(const vexcore::Guid& key, const MotionRef& item) : key_(key), item_(item) {}
+  // \param key what the item is filed under, or null.
+  Claim(PF_TavrosCache_Stuff& item, const vexcore::Guid* key) : item_(item), key_(key) {}
   ~Claim() {
     if (published_) return;
-    MC_Remove(key_, item_.get());
-    item_->shared().Abandon();
+    if (key_ != nullptr) MC_Remove(*key_, &item_);
+    item_.shared().Abandon();
   }
   Claim(const Claim&) = delete;
   Claim& operator=(const Claim&) = delete;
 
   void Publish(std::unique_ptr<PairMotion> motion) {
-    item_->shared().Publish(std::move(motion));
+    item_.shared().Publish(std::move(motion));
     published_ = true;
   }
 
  private:
-  const vexcore::Guid& key_;
-  const MotionRef& item_;
+  PF_TavrosCache_Stuff& item_;
+  const vexcore::Guid* key_;
   bool published_ = false;
 };
 
@@ -86,17 +87,25 @@ FoundMotion::FoundMotion(const MotionRequest& request, const vexcore::Guid& key)
     return;
   }
   {
-    Claim claim(key_, item_);
+    Claim claim(*item_, &key_);
     claim.Publish(EstimateMotion(request));
   }
   kept_ = false;
   // Whoever gave up before took it out.
   MC_StuffRef filed;
-  if (MC_File(key_, item_, &filed) == 0) MC_Changed(key_, item_.get());
+  MC_File(key_, item_, &filed);
+  MC_Changed(key_, item_.get());
 }
 
 FoundMotion::~FoundMotion() {
   if (!kept_) MC_Remove(key_, item_.get());
+}
+
+bool FillMotion(const MotionRequest& request, PF_TavrosCache_Stuff& item) {
+  if (item.shared().WaitForTurn(request.interrupt) != SharedMotion::Turn::kCompute) return false;
+  Claim claim(item, nullptr);
+  claim.Publish(EstimateMotion(request));
+  return true;
 }
 
 }  // namespace pf

@@ -80,7 +80,10 @@ class FoundMotion {
   bool kept_ = true;
 };
 
-// The same without the cache. Throws.
+// Fills an item of the caller's. False when it is filled already, or by somebody else at the same time. Throws.
+bool FillMotion(const MotionRequest& request, PF_TavrosCache_Stuff& item);
+
+// Computes. Throws.
 std::unique_ptr<PairMotion> EstimateMotion(const MotionRequest& request);
 
 }  // namespace pf

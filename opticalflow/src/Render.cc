@@ -1,6 +1,7 @@
 // The front end: checks, the time, the motion from the cache or the engine, and the picture.
 #include <cmath>
 #include <cstring>
+#include <functional>
 
 #include "PF/PF_Blend.h"
 #include "PF/PF_FrameBlending.h"
@@ -44,8 +45,9 @@ PF_Err TellFailure(PF_Err error, const char* memory_text) {
 }
 
 bool HasPixels(const PF_World* world) {
-  return world != nullptr && world->data != nullptr && world->width > 0 && world->height > 0 &&
-         DepthIndex(world->Depth()) >= 0;
+  constexpr std::int32_t kMost = 30000;
+  return world != nullptr && world->data != nullptr && world->width > 0 && world->height > 0 && world->width <= kMost &&
+         world->height <= kMost && DepthIndex(world->Depth()) >= 0;
 }
 bool Alike(const PF_World& a, const PF_World& b) {
   return a.width == b.width && a.height == b.height && a.Depth() == b.Depth();
@@ -62,9 +64,12 @@ float WantedTime(const PF_Tavros_OtherParams& other) {
   return other.flag == 0 || !std::isfinite(time) ? 0.5f : std::min(std::max(time, 0.0f), 1.0f);
 }
 
+// The destination may lie across the frame.
 void CopyFrame(const PF_World& from, PF_World& to) {
   const std::size_t size = static_cast<std::size_t>(from.width) * from.PixelSize();
-  for (std::int64_t y = 0; y < from.height; ++y) {
+  const bool upwards = std::less<const void*>()(from.data, to.data);
+  for (std::int64_t i = 0; i < from.height; ++i) {
+    const std::int64_t y = upwards ? from.height - 1 - i : i;
     std::memmove(static_cast<std::byte*>(to.data) + y * to.row_bytes,
                  static_cast<const std::byte*>(from.data) + y * from.row_bytes, size);
   }
@@ -118,10 +123,10 @@ class Job {
     return found.item();
   }
 
-  std::unique_ptr<PairMotion> Estimate() {
+  void Fill(PF_TavrosCache_Stuff& vectors) {
     interrupt_.ThrowIfAsked();
     const PairPictures pictures = Prepare();
-    return EstimateMotion({algo_, frames_, pictures, workspace_, interrupt_});
+    if (!FillMotion({algo_, frames_, pictures, workspace_, interrupt_}, vectors)) CheckFrames(nullptr, nullptr);
   }
 
  private:
@@ -170,6 +175,7 @@ PF_Err PF_AdvancedFrameBlending::FindVectors(const PF_World* previous, const PF_
                                              boost::shared_ptr<PF_TavrosCache_Stuff>* found) const {
   if (const PF_Err error = CheckParamRange()) return error;
   const PF_Err error = pf::Guard([&]() -> PF_Err {
+    if (found == nullptr) pf::CheckFrames(nullptr, nullptr);
     *found = pf::Job(algoParams, &interruptFuncs, {previous, next}).FindVectors();
     return PF_Err_NONE;
   });
@@ -181,7 +187,7 @@ PF_Err calcTavrosOpticalFlowParamsNoIpl(const PF_Tavros_AlgoParams& algo, const 
   if (const PF_Err error = pf::CheckRange(algo)) return error;
   const PF_Err error = pf::Guard([&]() -> PF_Err {
     if (images.vectors == nullptr || !images.vectors->Empty()) pf::CheckFrames(nullptr, nullptr);
-    images.vectors->shared().Publish(pf::Job(algo, interrupt, {images.previous, images.next}).Estimate());
+    pf::Job(algo, interrupt, {images.previous, images.next}).Fill(*images.vectors);
     return PF_Err_NONE;
   });
   return pf::TellFailure(error, pf::kEngineMemory);

@@ -9,9 +9,11 @@ namespace pf {
 namespace {
 
 constexpr std::int32_t kMostLevels = 16;
-constexpr std::int32_t kSmallestExtent = 24;  // levels are halved while they are larger
-constexpr std::int32_t kSearchedLevels = 3;   // the coarsest, at which every position around is tried
-constexpr std::int32_t kPatchRows = 16;       // of patches in a band
+// Sizes are halved while both extents are larger than this; of long frames while one is, and patches fit the other.
+constexpr std::int32_t kSmallestExtent = 24;
+constexpr std::int32_t kLongExtent = 4 * kSmallestExtent, kLeastExtent = kSmallestExtent / 2;
+constexpr std::int32_t kSearchedLevels = 3;  // the coarsest, at which every position around is tried
+constexpr std::int32_t kPatchRows = 16;      // of patches in a band
 
 // One frame at every size, the frame's half size first.
 struct Levels {
@@ -23,7 +25,8 @@ Levels NewLevels(const FloatPlane& first, std::int32_t rim, Workspace& workspace
   Levels levels = {{first}, 1};
   while (levels.count < kMostLevels) {
     const FloatPlane& last = levels.planes[levels.count - 1];
-    if (std::min(last.width, last.height) <= kSmallestExtent) break;
+    const std::int32_t least = std::min(last.width, last.height), largest = std::max(last.width, last.height);
+    if (least <= (largest > kLongExtent ? kLeastExtent : kSmallestExtent)) break;
     levels.planes[levels.count++] = NewPlane(workspace, (last.width + 1) / 2, (last.height + 1) / 2, rim, rim);
   }
   return levels;
@@ -34,12 +37,16 @@ void Halve(const Levels (&levels)[2], std::int32_t rim, Workspace& workspace, co
   const MotionKernels& kernels = *g_kernels.motion.load();
   const std::int64_t line_floats = LineFloats(levels[0].planes[0].width);
   float* const lines = workspace.Take<float>(2 * line_floats) + kRim;
-  ForTasks(interrupt, 2, [&](std::int32_t i) {
+  ForLongTasks(interrupt, 2, [&](std::int32_t i, const RowQuestions& questions) -> PF_Err {
     for (std::int32_t level = 1; level < levels[i].count; ++level) {
       const FloatPlane& plane = levels[i].planes[level];
-      kernels.halve(levels[i].planes[level - 1], plane, {0, plane.height}, lines + i * line_floats);
+      for (std::int32_t band = 0; band < BandCount(plane.height); ++band) {
+        if (const PF_Err stop = questions.Before(0)) return stop;
+        kernels.halve(levels[i].planes[level - 1], plane, BandOf(band, plane.height), lines + i * line_floats);
+      }
       RepeatAround(plane, rim);
     }
+    return PF_Err_NONE;
   });
 }
 
@@ -55,7 +62,9 @@ void Clear(const FlowPlanes& flow) {
   }
 }
 
-void LimitRows(const FlowPlanes& flow, Longest longest, Rows rows) {
+}  // namespace
+
+void LimitRows(const FlowPlanes& flow, const Longest& longest, Rows rows) {
   for (std::int32_t y = rows.begin; y < rows.end; ++y) {
     float *u = flow.u.Row(y), *v = flow.v.Row(y);
     for (std::int32_t x = -2; x < flow.u.width + 2; ++x) {
@@ -65,14 +74,17 @@ void LimitRows(const FlowPlanes& flow, Longest longest, Rows rows) {
   }
 }
 
+namespace {
+
 // The motion of the other direction where it leads to, turned round; where nothing leads, the own one.
-void CarryOver(const FlowPlanes& other, const FlowPlanes& own, const FlowPlanes& out) {
+PF_Err CarryOver(const FlowPlanes& other, const FlowPlanes& own, const FlowPlanes& out, const RowQuestions& questions) {
   const std::int32_t width = own.u.width, height = own.u.height;
   for (std::int32_t y = 0; y < height; ++y) {
     std::copy_n(own.u.Row(y), width, out.u.Row(y));
     std::copy_n(own.v.Row(y), width, out.v.Row(y));
   }
   for (std::int32_t y = 0; y < height; ++y) {
+    if (const PF_Err stop = questions.Before(y)) return stop;
     const float *u = other.u.Row(y), *v = other.v.Row(y);
     for (std::int32_t x = 0; x < width; ++x) {
       const float at_x = std::floor(static_cast<float>(x) + u[x] + 0.5f);
@@ -88,6 +100,7 @@ void CarryOver(const FlowPlanes& other, const FlowPlanes& own, const FlowPlanes&
       }
     }
   }
+  return PF_Err_NONE;
 }
 
 class Estimator {
@@ -132,10 +145,11 @@ class Estimator {
     const FloatPlane* const from[] = {&coarser.forward.u, &coarser.forward.v, &coarser.backward.u, &coarser.backward.v};
     const FloatPlane* const to[] = {&flows.forward.u, &flows.forward.v, &flows.backward.u, &flows.backward.v};
     const std::int64_t line_floats = LineFloats(to[0]->width);
-    float* const lines = workspace_.Take<float>(4 * line_floats) + kRim;
+    const std::int32_t bands = BandCount(to[0]->height);
+    float* const lines = workspace_.Take<float>(4 * bands * line_floats) + kRim;
     const MotionKernels& kernels = *g_kernels.motion.load();
-    ForTasks(interrupt_, 4, [&](std::int32_t i) {
-      kernels.twice(*from[i], 2, *to[i], {0, to[i]->height}, lines + i * line_floats);
+    ForBands(interrupt_, 4, to[0]->height, [&](std::int32_t i, Rows rows) {
+      kernels.twice(*from[i], 2, *to[i], rows, lines + (i * bands + rows.begin / kBandRows) * line_floats);
     });
   }
 
@@ -155,7 +169,11 @@ class Estimator {
     search.step = search.edge / 2;
     search.columns = PatchCount(from.width, search.edge, search.step);
     search.rows = PatchCount(from.height, search.edge, search.step);
-    search.exhaustive = level > levels_[0].count - 1 - kSearchedLevels;
+    // Where there are few sizes, more is tried at each.
+    constexpr std::int32_t kReach = 4;
+    if (level > levels_[0].count - 1 - kSearchedLevels) {
+      search.reach = kReach << std::max(0, kSearchedLevels - levels_[0].count);
+    }
     search.longest_x = LongestAt(level).x;
     search.longest_y = LongestAt(level).y;
     const std::int64_t count = std::int64_t{search.columns} * search.rows;
@@ -171,9 +189,9 @@ class Estimator {
                                NewSearch(level, next, previous, flows.backward)};
     if (level < levels_[0].count - 1) {
       const PairFlows carried = NewFlows(previous);
-      ForTasks(interrupt_, 2, [&](std::int32_t i) {
-        i == 0 ? CarryOver(flows.backward, flows.forward, carried.forward)
-               : CarryOver(flows.forward, flows.backward, carried.backward);
+      ForLongTasks(interrupt_, 2, [&](std::int32_t i, const RowQuestions& questions) {
+        return i == 0 ? CarryOver(flows.backward, flows.forward, carried.forward, questions)
+                      : CarryOver(flows.forward, flows.backward, carried.backward, questions);
       });
       searches[0].other = carried.forward;
       searches[1].other = carried.backward;

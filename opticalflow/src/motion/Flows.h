@@ -17,6 +17,7 @@ PairFlows EstimateFlows(const PF_Tavros_AlgoParams& algo, const PairPictures& pi
 struct Longest {
   float x, y;
 };
+void LimitRows(const FlowPlanes& flow, const Longest& longest, Rows rows);
 Longest LongestMotion(const PF_Tavros_AlgoParams& algo, std::int32_t width, std::int32_t height);
 
 // How the equations weigh, from the parameters.

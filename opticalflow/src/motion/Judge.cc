@@ -31,17 +31,21 @@ class Spread {
         cost_(workspace.Take<float>(std::int64_t{width_} * height_)),
         source_(workspace.Take<std::int32_t>(std::int64_t{width_} * height_)) {}
 
-  void Run(const ColourPlane& colour) {
+  PF_Err Run(const ColourPlane& colour, const RowQuestions& questions) {
     colour_ = colour;
     for (std::int32_t y = 0; y < height_; ++y) {
+      if (const PF_Err stop = questions.Before(y)) return stop;
       for (std::int32_t x = 0; x < width_; ++x) Begin(x, y);
     }
     for (std::int32_t y = 0; y < height_; ++y) {
+      if (const PF_Err stop = questions.Before(y)) return stop;
       for (std::int32_t x = 0; x < width_; ++x) Reach(x, y, -1);
     }
     for (std::int32_t y = height_ - 1; y >= 0; --y) {
+      if (const PF_Err stop = questions.Before(y)) return stop;
       for (std::int32_t x = width_ - 1; x >= 0; --x) Reach(x, y, 1);
     }
+    return PF_Err_NONE;
   }
 
   std::int32_t SourceOf(std::int32_t x, std::int32_t y) const { return source_[At(x, y)]; }
@@ -92,10 +96,9 @@ class Spread {
 };
 
 // 3 x 3 means of colour, so that noise does not lead the way.
-ColourPlane Softened(const ColourPlane& colour, float* memory) {
-  const ColourPlane out = {memory, 4 * std::int64_t{colour.width}, colour.width, colour.height};
+void Soften(const ColourPlane& colour, const ColourPlane& out, Rows band) {
   const auto column = [&](std::int32_t x) { return 4 * std::clamp<std::int64_t>(x, 0, colour.width - 1); };
-  for (std::int32_t y = 0; y < colour.height; ++y) {
+  for (std::int32_t y = band.begin; y < band.end; ++y) {
     const float* rows[3];
     for (int i = 0; i < 3; ++i) rows[i] = colour.Row(std::clamp<std::int64_t>(y + i - 1, 0, colour.height - 1));
     float* to = out.Row(y);
@@ -107,14 +110,13 @@ ColourPlane Softened(const ColourPlane& colour, float* memory) {
       }
     }
   }
-  return out;
 }
 
 // Hidden pixels get the motion of where they are reached from.
-void Repair(const Side& side, const Spread& spread, const FlowPlanes& out) {
+void Repair(const Side& side, const Spread& spread, const FlowPlanes& out, Rows rows) {
   const FlowPlanes& flow = side.pair.there;
   const std::int32_t width = flow.u.width;
-  for (std::int32_t y = 0; y < flow.u.height; ++y) {
+  for (std::int32_t y = rows.begin; y < rows.end; ++y) {
     const float* hidden = side.hidden.Row(y);
     for (std::int32_t x = 0; x < width; ++x) {
       const bool keeps = hidden[x] < kIsHidden;
@@ -163,25 +165,26 @@ std::unique_ptr<PairMotion> JudgeFlows(const PF_Tavros_AlgoParams& algo, const P
                    {{flows.backward, flows.forward, algo.threshold}, &pictures.next, &pictures.previous, {}, {}}};
   FlowPlanes patched[2];
   FloatPlane hidden[2], doubt[2];
-  float* softened[2];
+  ColourPlane softened[2];
   for (int i = 0; i < 2; ++i) {
     sides[i].hidden = NewPlane(workspace, width, height);
     sides[i].repaired = NewFlow(workspace, width, height);
     patched[i] = NewFlow(workspace, width, height);
     hidden[i] = NewPlane(workspace, width, height);
     doubt[i] = NewPlane(workspace, width, height);
-    softened[i] = workspace.Take<float>(4 * std::int64_t{width} * height);
+    softened[i] = {workspace.Take<float>(4 * std::int64_t{width} * height), 4 * std::int64_t{width}, width, height};
   }
   const std::int64_t line_floats = LineFloats(width);
   float* const lines = workspace.Take<float>(2 * bands * line_floats) + kRim;
 
-  ForBands(interrupt, 2, height,
-           [&](std::int32_t i, Rows rows) { kernels.hidden(sides[i].pair, sides[i].hidden, rows); });
-  Spread spreads[2] = {{sides[0].hidden, workspace}, {sides[1].hidden, workspace}};
-  ForTasks(interrupt, 2, [&](std::int32_t i) {
-    spreads[i].Run(Softened(sides[i].picture->half, softened[i]));
-    Repair(sides[i], spreads[i], patched[i]);
+  ForBands(interrupt, 2, height, [&](std::int32_t i, Rows rows) {
+    kernels.hidden(sides[i].pair, sides[i].hidden, rows);
+    Soften(sides[i].picture->half, softened[i], rows);
   });
+  Spread spreads[2] = {{sides[0].hidden, workspace}, {sides[1].hidden, workspace}};
+  ForLongTasks(interrupt, 2,
+               [&](std::int32_t i, const RowQuestions& questions) { return spreads[i].Run(softened[i], questions); });
+  ForBands(interrupt, 2, height, [&](std::int32_t i, Rows rows) { Repair(sides[i], spreads[i], patched[i], rows); });
   ForBands(interrupt, 2, height, [&](std::int32_t i, Rows rows) {
     kernels.median(patched[i].u, sides[i].repaired.u, rows);
     kernels.median(patched[i].v, sides[i].repaired.v, rows);

@@ -31,10 +31,20 @@ struct Findings {
   }
 };
 
-float Finite(float v, bool& finite) {
-  if (std::isfinite(v)) return v;
-  finite = false;
-  return 0;
+// Samples that are not finite get what the finite ones beside them in the row have; 0 where there is none.
+void FillSamples(float* row, std::int64_t width) {
+  for (int c = 0; c < 4; ++c) {
+    const auto at = [&](std::int64_t x) -> float& { return row[4 * x + c]; };
+    std::int64_t last = -1;
+    for (std::int64_t x = 0; x <= width; ++x) {
+      if (x < width && !std::isfinite(at(x))) continue;
+      for (std::int64_t i = last + 1; i < x; ++i) {
+        const float before = last >= 0 ? at(last) : x < width ? at(x) : 0.0f, after = x < width ? at(x) : before;
+        at(i) = (before + after) / 2;
+      }
+      last = x;
+    }
+  }
 }
 
 template <class P>
@@ -45,20 +55,25 @@ void ReadRow(const P* pixels, std::int64_t width, float* out, Findings& findings
   for (std::int64_t x = 0; x < width; ++x) opaque &= pixels[x].alpha == DepthTraits<P>::kFull;
   for (std::int64_t x = 0; x < width; ++x) {
     const P& p = pixels[x];
-    float v[4] = {static_cast<float>(p.alpha), static_cast<float>(p.red), static_cast<float>(p.green),
-                  static_cast<float>(p.blue)};
-    if constexpr (sizeof(ChannelOf<P>) == 4) {
-      for (float& channel : v) channel = Finite(channel, finite);
-    }
+    float* v = out + 4 * x;
+    v[0] = static_cast<float>(p.alpha);
+    v[1] = static_cast<float>(p.red);
+    v[2] = static_cast<float>(p.green);
+    v[3] = static_cast<float>(p.blue);
+  }
+  if constexpr (sizeof(ChannelOf<P>) == 4) {
+    finite = std::all_of(out, out + 4 * width, [](float v) { return std::isfinite(v); });
+    if (!finite) FillSamples(out, width);
+  }
+  for (std::int64_t x = 0; x < width; ++x) {
+    float* v = out + 4 * x;
     for (int c = 1; c < 4; ++c) {
       least = std::min(least, v[c]);
       largest = std::max(largest, v[c]);
     }
-    if (!opaque) {
-      v[0] = std::min(std::max(v[0], 0.0f), kFull);
-      for (int c = 1; c < 4; ++c) v[c] = v[c] * (v[0] / kFull);
-    }
-    std::memcpy(out + 4 * x, v, sizeof v);
+    if (opaque) continue;
+    v[0] = std::min(std::max(v[0], 0.0f), kFull);
+    for (int c = 1; c < 4; ++c) v[c] = v[c] * (v[0] / kFull);
   }
   for (std::int64_t x = 1; x <= kColourRim; ++x) {
     std::memcpy(out - 4 * x, out, 4 * sizeof(float));

@@ -61,8 +61,8 @@ void RefineFlows(std::span<const RefineJob> jobs, const RefineWeights& weights, 
   for (std::size_t i = 0; i < jobs.size(); ++i) planes[i] = NewPlanes(jobs[i], workspace);
   const OuterRows outer(workspace, count, width, height);
   const std::int64_t scratch_size = RefineScratch(width) * std::int64_t{sizeof(float)};
-  LinePool scratch(workspace.Take<std::byte>(scratch_size * LinePool::Count()),
-                   static_cast<std::uint64_t>(scratch_size));
+  const std::int32_t lines = LinePool::Count();
+  LinePool scratch(workspace.Take<std::byte>(scratch_size * lines), static_cast<std::uint64_t>(scratch_size), lines);
 
   const auto bands = [&](const auto& task) {
     ForBands(interrupt, count, height, [&](std::int32_t i, Rows rows) { task(i, rows, rows.begin / kBandRows); });

@@ -105,20 +105,26 @@ class Matcher {
         places_(here.places),
         kept_(workspace.Take<bool>(std::int64_t{parted_.rest.width} * parted_.rest.height)),
         ballot_(here.places, there.places, longest, workspace.Take<float>(Ballot::kFloats)),
-        done_(workspace.Take<bool>(here.places.count() + 1)),
         most_(kMostGrown * (here.places.count() + there.places.count())),
         result_{workspace.Take<ThinPoint>(most_ + 1), 0} {}
 
-  void Run() {
+  PF_Err Run(const RowQuestions& questions) {
     constexpr float kEnough = 2.4f;  // of nine motions that count together
     std::fill_n(kept_, std::int64_t{parted_.rest.width} * parted_.rest.height, false);
-    Strands(places_).ForEach([&](const Strand& strand) {
+    Strands strands(places_);
+    const PF_Err stop = strands.ForEach([&](const Strand& strand) -> PF_Err {
       ballot_.Clear();
-      for (std::int32_t i = 0; i < strand.count; ++i) ballot_.Vote(strand.places[i]);
+      for (std::int32_t i = 0; i < strand.count; ++i) {
+        if (i % kAskEvery == 0) {
+          if (const PF_Err asked = questions.Before(0)) return asked;
+        }
+        ballot_.Vote(strand.places[i]);
+      }
       const Ballot::Peak whole = ballot_.Find(0, 0, Ballot::kLongest);
-      if (whole.share >= kEnough) Follow(strand, whole);
+      return whole.share >= kEnough ? Follow(strands, strand, whole, questions) : PF_Err_NONE;
     });
-    Grow();
+    if (stop == PF_Err_NONE) Grow();
+    return stop;
   }
 
   const ThinPlaces& result() const { return result_; }
@@ -139,26 +145,24 @@ class Matcher {
   }
 
  private:
-  void Follow(const Strand& strand, const Ballot::Peak& whole) {
+  PF_Err Follow(const Strands& strands, const Strand& strand, const Ballot::Peak& whole,
+                const RowQuestions& questions) {
     constexpr std::int32_t kStretch = 6, kWindow = 16, kTurn = 4;
-    const auto near = [](const Places::Place& a, const Places::Place& b, std::int32_t reach) {
-      return std::abs(a.x - b.x) <= reach && std::abs(a.y - b.y) <= reach;
-    };
-    std::fill_n(done_, strand.count, false);
     for (std::int32_t i = 0; i < strand.count; ++i) {
-      if (done_[i]) continue;
+      const Places::Place& place = strand.places[i];
+      if (kept_[At(place.x, place.y)]) continue;
+      if (const PF_Err stop = questions.Before(0)) return stop;
       ballot_.Clear();
-      for (std::int32_t k = 0; k < strand.count; ++k) {
-        if (near(strand.places[i], strand.places[k], kWindow)) ballot_.Vote(strand.places[k]);
-      }
+      places_.ForNear(place.x, place.y, kWindow, [&](const Places::Place& near) {
+        if (strands.IsOf(strand, near)) ballot_.Vote(near);
+      });
       const Ballot::Peak peak = ballot_.Find(Whole(whole.u), Whole(whole.v), kTurn);
-      for (std::int32_t k = i; k < strand.count; ++k) {
-        if (done_[k] || !near(strand.places[i], strand.places[k], kStretch)) continue;
-        done_[k] = true;
-        Keep({static_cast<std::int16_t>(strand.places[k].x), static_cast<std::int16_t>(strand.places[k].y),
-              Units(peak.u), Units(peak.v)});
-      }
+      places_.ForNear(place.x, place.y, kStretch, [&](const Places::Place& near) {
+        if (!strands.IsOf(strand, near) || kept_[At(near.x, near.y)]) return;
+        Keep({static_cast<std::int16_t>(near.x), static_cast<std::int16_t>(near.y), Units(peak.u), Units(peak.v)});
+      });
     }
+    return PF_Err_NONE;
   }
 
   // Fainter places beside those that are kept move with them if they are found where that leads.
@@ -186,7 +190,8 @@ class Matcher {
       return FetchAt(other_.contrast, static_cast<float>(x) + u, static_cast<float>(y) + v) / contrast;
     };
     const float moved = found(static_cast<float>(like.u) / kMotionUnits, static_cast<float>(like.v) / kMotionUnits);
-    return moved > kLeast && moved < kMost && found(flow_.u.Row(y)[x], flow_.v.Row(y)[x]) < 0.5f;
+    const Around around = MotionAround(flow_, x, y);
+    return moved > kLeast && moved < kMost && found(around.u, around.v) < 0.5f;
   }
   std::int64_t At(std::int32_t x, std::int32_t y) const { return std::int64_t{y} * parted_.rest.width + x; }
   void Keep(const ThinPoint& point) {
@@ -197,14 +202,13 @@ class Matcher {
   static std::int32_t Whole(float v) { return static_cast<std::int32_t>(std::floor(v + 0.5f)); }
   static std::int16_t Units(float v) { return static_cast<std::int16_t>(std::floor(v * kMotionUnits + 0.5f)); }
 
-  static constexpr std::int32_t kMostGrown = 4;
+  static constexpr std::int32_t kMostGrown = 4, kAskEvery = 256;
 
   const Parted &parted_, &other_;
   const FlowPlanes& flow_;
   const Places& places_;
   bool* kept_;  // one for each pixel
   Ballot ballot_;
-  bool* done_;
   std::int32_t most_;
   ThinPlaces result_;
 };
@@ -219,16 +223,21 @@ ThinSides FindThin(const PairPictures& pictures, const FlowPlanes (&flows)[2], c
   {
     const Workspace::Scope scope(workspace);
     const Parted scratch[2] = {NewParted(*levels[0], workspace), NewParted(*levels[1], workspace)};
-    ForTasks(interrupt, 2, [&](std::int32_t i) { Part(*levels[i], parted[i], scratch[i].rest, scratch[i].contrast); });
+    ForLongTasks(interrupt, 2, [&](std::int32_t i, const RowQuestions& questions) {
+      return Part(*levels[i], parted[i], scratch[i].rest, scratch[i].contrast, questions);
+    });
   }
-  ForTasks(interrupt, 2, [&](std::int32_t i) {
-    places[i].Find(parted[1 - i], flows[i]);
-    places[i].DropSpecks();
+  ForLongTasks(interrupt, 2, [&](std::int32_t i, const RowQuestions& questions) {
+    const PF_Err stop = places[i].Find(parted[1 - i], flows[i], questions);
+    if (stop == PF_Err_NONE) places[i].DropSpecks();
+    return stop;
   });
   if (places[0].count() == 0 || places[1].count() == 0) return {};
   const Side sides[2] = {{parted[0], flows[0], places[0]}, {parted[1], flows[1], places[1]}};
   Matcher previous(sides[0], sides[1], longest, workspace), next(sides[1], sides[0], longest, workspace);
-  ForTasks(interrupt, 2, [&](std::int32_t i) { (i == 0 ? previous : next).Run(); });
+  ForLongTasks(interrupt, 2, [&](std::int32_t i, const RowQuestions& questions) {
+    return (i == 0 ? previous : next).Run(questions);
+  });
   previous.Accept(next.result());
   next.Accept(previous.result());
   return {previous.result(), next.result()};

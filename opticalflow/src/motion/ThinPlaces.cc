@@ -40,7 +40,8 @@ void Close(const FloatPlane& in, const FloatPlane& work, const FloatPlane& out, 
 bool IsLost(const Parted& here, const Parted& there, const FlowPlanes& flow, std::int32_t x, std::int32_t y) {
   const float contrast = here.contrast.Row(y)[x];
   if (std::abs(contrast) < kLeastContrast) return false;
-  const float to_x = static_cast<float>(x) + flow.u.Row(y)[x], to_y = static_cast<float>(y) + flow.v.Row(y)[x];
+  const Around around = MotionAround(flow, x, y);
+  const float to_x = static_cast<float>(x) + around.u, to_y = static_cast<float>(y) + around.v;
   if (std::abs(FetchAt(there.rest, to_x, to_y) - here.rest.Row(y)[x]) > kLargestChange) return false;
   const auto is_at = [&](float dx, float dy) {
     return FetchAt(there.contrast, to_x + dx, to_y + dy) / contrast > kStillThere;
@@ -54,10 +55,13 @@ Parted NewParted(const FloatPlane& level, Workspace& workspace) {
   return {NewPlane(workspace, level.width, level.height), NewPlane(workspace, level.width, level.height)};
 }
 
-void Part(const FloatPlane& level, const Parted& parted, const FloatPlane& work, const FloatPlane& opened) {
+PF_Err Part(const FloatPlane& level, const Parted& parted, const FloatPlane& work, const FloatPlane& opened,
+            const RowQuestions& questions) {
   const auto least = [](float a, float b) { return std::min(a, b); };
   const auto largest = [](float a, float b) { return std::max(a, b); };
+  if (const PF_Err stop = questions.Before(0)) return stop;
   Close(level, work, parted.rest, largest, least);
+  if (const PF_Err stop = questions.Before(0)) return stop;
   Close(level, work, opened, least, largest);
   for (std::int32_t y = 0; y < level.height; ++y) {
     const float *here = level.Row(y), *light = opened.Row(y);
@@ -68,6 +72,24 @@ void Part(const FloatPlane& level, const Parted& parted, const FloatPlane& work,
       contrast[x] = here[x] - rest[x];
     }
   }
+  return PF_Err_NONE;
+}
+
+Around MotionAround(const FlowPlanes& flow, std::int32_t x, std::int32_t y) {
+  constexpr std::int32_t kApart = 8;
+  float u[9], v[9];
+  int count = 0;
+  for (std::int32_t j = -kApart; j <= kApart; j += kApart) {
+    const std::int32_t row = std::clamp(y + j, 0, flow.u.height - 1);
+    for (std::int32_t i = -kApart; i <= kApart; i += kApart) {
+      const std::int32_t column = std::clamp(x + i, 0, flow.u.width - 1);
+      u[count] = flow.u.Row(row)[column];
+      v[count++] = flow.v.Row(row)[column];
+    }
+  }
+  std::nth_element(u, u + 4, u + 9);
+  std::nth_element(v, v + 4, v + 9);
+  return {u[4], v[4]};
 }
 
 float FetchAt(const FloatPlane& plane, float x, float y) {
@@ -88,30 +110,33 @@ Places::Places(const Parted& here, Workspace& workspace)
                                       static_cast<float>(here.rest.height))),
       first_(workspace.Take<std::int32_t>(here.rest.height + 1)),
       x_(workspace.Take<std::int32_t>(std::int64_t{most_} + 1)),
-      taken_(workspace.Take<bool>(std::int64_t{most_} + 1)),
+      of_(workspace.Take<std::int32_t>(std::int64_t{most_} + 1)),
       keeps_(workspace.Take<bool>(std::int64_t{most_} + 1)),
       strand_(workspace.Take<Place>(std::int64_t{most_} + 1)) {}
 
-void Places::Find(const Parted& there, const FlowPlanes& flow) {
+PF_Err Places::Find(const Parted& there, const FlowPlanes& flow, const RowQuestions& questions) {
   count_ = 0;
   for (std::int32_t y = 0; y < here_.rest.height; ++y) {
+    if (const PF_Err stop = questions.Before(y)) return stop;
     first_[y] = count_;
     for (std::int32_t x = 0; x < here_.rest.width; ++x) {
       if (!IsLost(here_, there, flow, x, y)) continue;
       if (count_ == most_) {
         count_ = 0;
         std::fill_n(first_, here_.rest.height + 1, 0);
-        return;
+        return PF_Err_NONE;
       }
       x_[count_++] = x;
     }
   }
   first_[here_.rest.height] = count_;
+  return PF_Err_NONE;
 }
 
 void Places::DropSpecks() {
   Strands(*this).ForEach([&](const Strand& strand) {
     for (std::int32_t i = 0; i < strand.count; ++i) keeps_[strand.places[i].number] = strand.Length() >= kLeastLength;
+    return PF_Err_NONE;
   });
   std::int32_t count = 0, begin = 0;
   for (std::int32_t y = 0; y < here_.rest.height; ++y) {
@@ -127,9 +152,9 @@ void Places::DropSpecks() {
 
 Strand Strands::From(const Places::Place& first) {
   constexpr std::int32_t kGap = 5;
-  Strand strand = {strand_, 1, first.x, first.y, first.x, first.y};
+  Strand strand = {strand_, 1, ++count_, first.x, first.y, first.x, first.y};
   strand_[0] = first;
-  taken_[first.number] = true;
+  of_[first.number] = strand.number;
   for (std::int32_t i = 0; i < strand.count; ++i) {
     const Places::Place from = strand_[i];
     strand.left = std::min(strand.left, from.x);
@@ -137,8 +162,8 @@ Strand Strands::From(const Places::Place& first) {
     strand.top = std::min(strand.top, from.y);
     strand.bottom = std::max(strand.bottom, from.y);
     places_.ForNear(from.x, from.y, kGap, [&](const Places::Place& near) {
-      if (taken_[near.number]) return;
-      taken_[near.number] = true;
+      if (of_[near.number] != 0) return;
+      of_[near.number] = strand.number;
       strand_[strand.count++] = near;
     });
   }

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "PF/PF_Errors.h"
+#include "multiprocess/Bands.h"
 #include "planes/FloatPlane.h"
 
 namespace pf {
@@ -14,7 +16,14 @@ struct Parted {
 };
 Parted NewParted(const FloatPlane& level, Workspace& workspace);
 // \param work, opened scratch planes of the same size.
-void Part(const FloatPlane& level, const Parted& parted, const FloatPlane& work, const FloatPlane& opened);
+PF_Err Part(const FloatPlane& level, const Parted& parted, const FloatPlane& work, const FloatPlane& opened,
+            const RowQuestions& questions);
+
+// The motion of what is around a place, whatever something thin at it does: medians of nine places eight pixels apart.
+struct Around {
+  float u, v;
+};
+Around MotionAround(const FlowPlanes& flow, std::int32_t x, std::int32_t y);
 
 // Bilinear, at the nearest place inside.
 float FetchAt(const FloatPlane& plane, float x, float y);
@@ -29,7 +38,7 @@ class Places {
 
   Places(const Parted& here, Workspace& workspace);
   // Finds those that are not where the background's motion leads.
-  void Find(const Parted& there, const FlowPlanes& flow);
+  PF_Err Find(const Parted& there, const FlowPlanes& flow, const RowQuestions& questions);
   // Forgets those that do not hang together over some length.
   void DropSpecks();
 
@@ -61,15 +70,16 @@ class Places {
   std::int32_t most_;
   std::int32_t* first_;
   std::int32_t* x_;
-  bool *taken_, *keeps_;  // scratch, one for each place
-  Place* strand_;         // room for all
+  std::int32_t* of_;  // scratch, one for each place
+  bool* keeps_;       // the same
+  Place* strand_;     // room for all
   std::int32_t count_ = 0;
 };
 
 // Places that hang together.
 struct Strand {
   Places::Place* places;
-  std::int32_t count;
+  std::int32_t count, number;
   std::int32_t left, top, right, bottom;
 
   std::int32_t Length() const { return std::max(right - left, bottom - top) + 1; }
@@ -78,23 +88,29 @@ struct Strand {
 // Takes strands out of all places, one after the other; one user of the places at a time.
 class Strands {
  public:
-  explicit Strands(const Places& places) : places_(places), taken_(places.taken_), strand_(places.strand_) {
-    std::fill_n(taken_, places.count(), false);
+  explicit Strands(const Places& places) : places_(places), of_(places.of_), strand_(places.strand_) {
+    std::fill_n(of_, places.count(), 0);
   }
 
+  // Until a visit returns another code than 0; returns the last one.
   template <class Visit>
-  void ForEach(const Visit& visit) {
+  PF_Err ForEach(const Visit& visit) {
+    PF_Err code = PF_Err_NONE;
     places_.ForAll([&](const Places::Place& place) {
-      if (!taken_[place.number]) visit(From(place));
+      if (code == PF_Err_NONE && of_[place.number] == 0) code = visit(From(place));
     });
+    return code;
   }
+  // Whether a place was in the strand that is visited.
+  bool IsOf(const Strand& strand, const Places::Place& place) const { return of_[place.number] == strand.number; }
 
  private:
   Strand From(const Places::Place& first);
 
   const Places& places_;
-  bool* taken_;
+  std::int32_t* of_;  // the number of each place's strand; 0: none yet
   Places::Place* strand_;
+  std::int32_t count_ = 0;
 };
 
 }  // namespace pf

@@ -30,6 +30,27 @@ void ForTasks(const Interrupt& interrupt, std::int32_t count, const F& task) {
   if (error != PF_Err_NONE) ThrowCode(error);
 }
 
+// Asks on behalf of a task that takes a whole frame, row by row; on workers other than the calling thread nobody is
+// asked.
+class RowQuestions {
+ public:
+  explicit RowQuestions(const RowPoll& poll) : poll_(poll) {}
+  // Not 0: stop, and return it.
+  PF_Err Before(std::int64_t row) const { return row % kBandRows == 0 ? poll_.Ask() : PF_Err_NONE; }
+
+ private:
+  const RowPoll& poll_;
+};
+
+// As ForTasks, for tasks that ask by themselves: task(i, questions) returns what it was answered.
+template <class F>
+void ForLongTasks(const Interrupt& interrupt, std::int32_t count, const F& task) {
+  const PF_ProgressInfo progress = interrupt.Progress();
+  const auto ask = [&](std::int32_t i, const RowPoll& poll) { return task(i, RowQuestions(poll)); };
+  const PF_Err error = ForRows(&progress, RowReports::kNone, count, ask);
+  if (error != PF_Err_NONE) ThrowCode(error);
+}
+
 // Bands of `rows` rows, each of `parts` times: task(part, band).
 template <class F>
 void ForBands(const Interrupt& interrupt, std::int32_t parts, std::int32_t rows, const F& task,

@@ -18,7 +18,7 @@ struct PatchSearch {
   FlowPlanes other;            // that of the other direction carried over; u.at null: none
   std::int32_t edge, step;     // of a patch, a multiple of 8; from patch to patch
   std::int32_t columns, rows;  // of patches
-  bool exhaustive;             // try every whole position around the start
+  std::int32_t reach;          // around the start, every whole position is tried
   float longest_x, longest_y;  // motion
   float *first_u, *first_v;    // columns x rows: what the first pass found
   float *second_u, *second_v;  // and the second

@@ -140,12 +140,11 @@ class PatchMatch {
   }
   // Every whole position around the best one, if one is much better.
   void TryAround() {
-    constexpr int kReach = 4;
     constexpr float kMuchBetter = 0.7f;
     const float u = std::floor(best_.u + 0.5f), v = std::floor(best_.v + 0.5f);
     float limit = cost_ * kMuchBetter;
-    for (int j = -kReach; j <= kReach; ++j) {
-      for (int i = -kReach; i <= kReach; ++i) {
+    for (std::int32_t j = -s_.reach; j <= s_.reach; ++j) {
+      for (std::int32_t i = -s_.reach; i <= s_.reach; ++i) {
         const Vector vector = {u + static_cast<float>(i), v + static_cast<float>(j)};
         const float cost = Cost(vector);
         if (!(cost < limit)) continue;
@@ -210,7 +209,7 @@ void SearchFirstOf(const PatchSearch& s, Rows rows) {
       PatchMatch<kEdge> match(s, patch, column, row);
       const std::int32_t x = match.CentreX(), y = match.CentreY();
       match.Begin({s.start.u.Row(y)[x], s.start.v.Row(y)[x]});
-      if (s.exhaustive) match.TryAround();
+      if (s.reach > 0) match.TryAround();
       match.Try({0, 0});
       if (s.other.u.at != nullptr) match.Try({s.other.u.Row(y)[x], s.other.v.Row(y)[x]});
       const auto neighbour = [&](std::int32_t dx, std::int32_t dy) {

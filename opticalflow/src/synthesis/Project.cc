@@ -43,10 +43,11 @@ struct DoubtWeights {
 };
 
 // Every vector goes to the four pixels around the place it has reached after `part` of its way, `sign` times its own.
-void Splat(const MotionField& field, float part, float sign, const Sums& sums) {
+PF_Err Splat(const MotionField& field, float part, float sign, const Sums& sums, const RowQuestions& questions) {
   const DoubtWeights weights;
   const std::int32_t width = sums.u.width, height = sums.u.height;
   for (std::int32_t y = 0; y < height; ++y) {
+    if (const PF_Err stop = questions.Before(y)) return stop;
     for (std::int32_t x = 0; x < width; ++x) {
       const std::int64_t i = std::int64_t{y} * width + x;
       const float u = static_cast<float>(field.u[i]) * (1 / kMotionUnits);
@@ -68,6 +69,7 @@ void Splat(const MotionField& field, float part, float sign, const Sums& sums) {
       add(column + 1, row + 1, a * b);
     }
   }
+  return PF_Err_NONE;
 }
 
 void Add(const Sums& a, const Sums& b, const Sums& out, Rows rows) {
@@ -192,9 +194,10 @@ ProjectedFlows Project(const PairMotion& motion, float time, Workspace& workspac
   const Workspace::Scope scope(workspace);
   Sums sums[kSets];
   for (Sums& set : sums) set = NewSums(workspace, width, height);
-  ForTasks(interrupt, 2, [&](std::int32_t i) {
+  ForLongTasks(interrupt, 2, [&](std::int32_t i, const RowQuestions& questions) {
     Clear(sums[1 + i]);
-    i == 0 ? Splat(motion.forward, time, 1, sums[1]) : Splat(motion.backward, 1 - time, -1, sums[2]);
+    return i == 0 ? Splat(motion.forward, time, 1, sums[1], questions)
+                  : Splat(motion.backward, 1 - time, -1, sums[2], questions);
   });
   ForBands(interrupt, 1, height, [&](std::int32_t, Rows rows) {
     Add(sums[1], sums[2], sums[0], rows);

@@ -135,6 +135,11 @@ Plan MakePlan(const MotionRequest& request, const PairMotion& motion, float time
     const RefineJob job = {
         request.pictures.previous.level, request.pictures.next.level, -time, 1 - time, plan.flow, seen.trust.at};
     RefineFlows({&job, 1}, WeightsOf(request.algo), kMiddleRounds, workspace, interrupt);
+    const ColourPlane& full = request.pictures.previous.full;
+    const Longest longest = LongestMotion(request.algo, full.width, full.height);
+    ForBands(interrupt, 1, height, [&](std::int32_t, Rows rows) {
+      LimitRows(plan.flow, {longest.x / 2, longest.y / 2}, rows);
+    });
     FindSeen(hidden, plan.flow, time, seen, interrupt);
   } else {
     Copy(projected.both, plan.flow);

@@ -95,7 +95,7 @@ void SearchIn(const MotionKernels& k, Memory& m, std::int32_t edge) {
   s.step = edge / 2;
   s.columns = pf::PatchCount(m.width, edge, s.step);
   s.rows = pf::PatchCount(m.height, edge, s.step);
-  s.exhaustive = m.random() % 2 == 0;
+  s.reach = m.random() % 2 == 0 ? 4 : 0;
   s.longest_x = m.Any(0, 20);
   s.longest_y = m.Any(0, 20);
   const std::int64_t count = std::int64_t{s.columns} * s.rows;

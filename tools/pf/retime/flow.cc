@@ -143,7 +143,10 @@ PF_AdvancedFrameBlending Flow::Blending(double time, bool plain, const PF_Progre
   other.numbers[0] = static_cast<float>(time);
   PF_Tavros_AlgoParams params = params_;
   if (plain) params.mode = 0;
-  return {params, other, {&Stop, const_cast<PF_ProgressInfo*>(progress)}};
+  PF_AdvancedFrameBlending blending(params, other, {&Stop, const_cast<PF_ProgressInfo*>(progress)});
+  // Five percent come out a little below the least.
+  blending.algoParams.fraction = std::max(blending.algoParams.fraction, 0.05f);
+  return blending;
 }
 
 WorldPtr Flow::Between(const SourceFrame& previous, const SourceFrame& next, double time, bool plain) const {

@@ -70,7 +70,9 @@ void Footage::CheckAlike(const PictureFacts& facts) {
   if (!first_) {
     first_ = facts;
     const std::uint64_t world = WorldBytes(facts.width, facts.height, DepthFor(facts));
-    RequireMemory(5 * world, QuotedInput(facts.name));
+    // Frames being read and written, and about 120 bytes for each pixel while one is made.
+    const std::uint64_t working = 120 * std::uint64_t{facts.width} * facts.height;
+    RequireMemory(5 * world + working, QuotedInput(facts.name));
     return;
   }
   const std::string first = QuotedInput(first_->name), where = QuotedInput(facts.name);

@@ -19,8 +19,9 @@ class LinePool {
  public:
   static std::int32_t Count() { return std::clamp(U_GetNumThreads(), 1, 32); }
 
-  // \param lines Count() * line_size bytes.
-  LinePool(std::byte* lines, std::uint64_t line_size) : lines_(lines), line_size_(line_size), count_(Count()) {}
+  // \param lines count * line_size bytes. \param count of Count(), which may change from call to call.
+  LinePool(std::byte* lines, std::uint64_t line_size, std::int32_t count)
+      : lines_(lines), line_size_(line_size), count_(count) {}
 
   class Line {
    public:
@@ -59,11 +60,7 @@ class LinePool {
 // Lines with memory of their own, which start as zeros.
 class ScratchLines {
  public:
-  ScratchLines(std::uint64_t line_size, Message what)
-      : block_(Padded(line_size) * static_cast<unsigned>(LinePool::Count()), what),
-        pool_(block_.data(), Padded(line_size)) {
-    std::memset(block_.data(), 0, Padded(line_size) * static_cast<unsigned>(LinePool::Count()));
-  }
+  ScratchLines(std::uint64_t line_size, Message what) : ScratchLines(Padded(line_size), LinePool::Count(), what) {}
 
   class Line : public LinePool::Line {
    public:
@@ -71,6 +68,10 @@ class ScratchLines {
   };
 
  private:
+  ScratchLines(std::uint64_t line_size, std::int32_t count, Message what)
+      : block_(line_size * static_cast<unsigned>(count), what), pool_(block_.data(), line_size, count) {
+    std::memset(block_.data(), 0, line_size * static_cast<unsigned>(count));
+  }
   static std::uint64_t Padded(std::uint64_t line_size) { return (line_size + 63) / 64 * 64; }
 
   HandleBlock block_;
