@@ -71,7 +71,8 @@ void Footage::CheckAlike(const PictureFacts& facts) {
     first_ = facts;
     const std::uint64_t world = WorldBytes(facts.width, facts.height, DepthFor(facts));
     // Frames being read and written, and about 120 bytes for each pixel while one is made.
-    const std::uint64_t working = 120 * std::uint64_t{facts.width} * facts.height;
+    const std::uint64_t working =
+        120 * static_cast<std::uint64_t>(facts.width) * static_cast<std::uint64_t>(facts.height);
     RequireMemory(5 * world + working, QuotedInput(facts.name));
     return;
   }
