@@ -19,7 +19,8 @@ class BandPlanes {
  public:
   static constexpr std::int32_t kRows = kBandRows + 2 * kReach;
   static std::int64_t Floats(std::int32_t width) {
-    return (2 * kRows + kBandRows + 1) * LineFloats(width) + ((kRows + 1) * std::int64_t{width} + 15) / 16 * 4;
+    const std::int64_t wanted = (kRows + 1) * std::int64_t{width};
+    return kRim + (2 * kRows + kBandRows + 1) * LineFloats(width) + (wanted + 63) / 64 * 16;
   }
 
   BandPlanes(float* memory, std::int32_t width, std::int32_t height, Rows rows)
