@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <exception>
@@ -35,6 +36,19 @@ void RunTask(const Task& task, std::int32_t index) {
   t_in_task = false;
 }
 
+// Waking a thread takes longer than many calls do, so threads look for what they wait for a little while before they
+// sleep. False when it has not come.
+template <class Come>
+bool WaitBriefly(const Come& come) {
+  constexpr std::chrono::microseconds kWhile(150);
+  const auto end = std::chrono::steady_clock::now() + kWhile;
+  while (!come()) {
+    if (std::chrono::steady_clock::now() >= end) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
+
 // One call. Shared with the workers, who may look at it after the call has returned.
 class Call {
  public:
@@ -50,6 +64,7 @@ class Call {
     return true;
   }
   void WaitForAll() {
+    WaitBriefly([this] { return finished_.load(std::memory_order_acquire) == count_ - 1; });
     for (std::int32_t n = finished_.load(std::memory_order_acquire); n != count_ - 1;
          n = finished_.load(std::memory_order_acquire)) {
       finished_.wait(n, std::memory_order_acquire);
@@ -81,7 +96,10 @@ class Executor {
   void InviteWorkers(const std::shared_ptr<Call>& call);
   // What an invited worker does.
   void TakePart();
+  // Null when another guest has taken it.
   std::shared_ptr<Call> AcceptInvitation();
+  // The next one, if it comes soon.
+  std::shared_ptr<Call> AwaitInvitation();
   void Leave();
 
   std::int32_t threads_ = 1;
@@ -89,6 +107,7 @@ class Executor {
   std::optional<oneapi::tbb::task_arena> arena_;
   std::mutex mutex_;  // of what follows
   std::deque<std::shared_ptr<Call>> invitations_;
+  std::atomic<std::size_t> open_invitations_{0};
   std::int32_t guests_ = 0;  // workers that have been invited and have not left yet
   std::condition_variable guest_left_;
 };
@@ -144,22 +163,34 @@ void Executor::InviteWorkers(const std::shared_ptr<Call>& call) {
       arena_->enqueue([] { TheExecutor().TakePart(); });
     } catch (...) {
       invitations_.pop_back();
+      open_invitations_.store(invitations_.size(), std::memory_order_release);
       throw;
     }
     ++guests_;
   }
+  open_invitations_.store(invitations_.size(), std::memory_order_release);
 }
 
 void Executor::TakePart() {
-  AcceptInvitation()->RunNext();
+  for (std::shared_ptr<Call> call = AcceptInvitation(); call != nullptr; call = AwaitInvitation()) call->RunNext();
   Leave();
 }
 
-// There is one invitation for each guest.
 std::shared_ptr<Call> Executor::AcceptInvitation() {
   const std::lock_guard lock(mutex_);
+  if (invitations_.empty()) return nullptr;
   std::shared_ptr<Call> call = std::move(invitations_.front());
   invitations_.pop_front();
+  open_invitations_.store(invitations_.size(), std::memory_order_release);
+  return call;
+}
+
+std::shared_ptr<Call> Executor::AwaitInvitation() {
+  std::shared_ptr<Call> call;
+  WaitBriefly([&] {
+    if (open_invitations_.load(std::memory_order_acquire) > 0) call = AcceptInvitation();
+    return call != nullptr;
+  });
   return call;
 }
 
