@@ -157,6 +157,17 @@ TEST_F(FrameBlending, FramesWithNothingInCommonCrossFade) {
   }
 }
 
+// Rows must not be overwritten before they are read.
+TEST_F(FrameBlending, AFrameIsCopiedAcrossItself) {
+  Frame sheet(8, 40, 36), expected(8, 40, 33);
+  sheet.Paint([](int x, int y) { return Texture(x, y); });
+  expected.Paint([](int x, int y) { return Texture(x, y); });
+  const std::unique_ptr<PF_World> upper(PF_World::NewReference(sheet.world(), M_LRect{0, 0, 40, 33}));
+  const std::unique_ptr<PF_World> lower(PF_World::NewReference(sheet.world(), M_LRect{0, 3, 40, 36}));
+  ASSERT_EQ(BlendingAt(0).Render(upper.get(), expected.world(), lower.get()), 0);
+  for (int y = 0; y < 33; ++y) ASSERT_EQ(sheet.Get(7, y + 3), expected.Get(7, y)) << y;
+}
+
 // Whatever full is: the same picture moves alike.
 TEST_F(FrameBlending, DepthsSeeTheSameMotion) {
   const auto vectors_at = [](std::int32_t depth) {
