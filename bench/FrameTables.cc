@@ -186,13 +186,7 @@ void PrintFrames(std::ostream& out, Layout layout, const Machine& machine, const
 }
 
 void WriteFramesJson(std::ostream& out, const Machine& machine, const FrameResults& results) {
-  nlohmann::json json = {{"machine",
-                          {{"cpu", machine.cpu},
-                           {"processors", machine.processors},
-                           {"vector_target", machine.vector_target},
-                           {"compiler", machine.compiler},
-                           {"date", machine.date},
-                           {"load_average", machine.load}}},
+  nlohmann::json json = {{"machine", MachineToJson(machine)},
                          {"missing_peers", results.missing},
                          {"rows", nlohmann::json::array()},
                          {"bars", nlohmann::json::array()}};

@@ -40,14 +40,17 @@ json RowToJson(const Row& row) {
 
 }  // namespace
 
+json MachineToJson(const Machine& machine) {
+  return {{"cpu", machine.cpu},
+          {"processors", machine.processors},
+          {"vector_target", machine.vector_target},
+          {"compiler", machine.compiler},
+          {"date", machine.date},
+          {"load_average", machine.load}};
+}
+
 void WriteJson(std::ostream& out, const Machine& machine, const std::vector<Row>& rows) {
-  json result = {{"machine",
-                  {{"cpu", machine.cpu},
-                   {"processors", machine.processors},
-                   {"vector_target", machine.vector_target},
-                   {"compiler", machine.compiler},
-                   {"date", machine.date},
-                   {"load_average", machine.load}}},
+  json result = {{"machine", MachineToJson(machine)},
                  {"peers", machine.peers},
                  {"missing_peers", machine.missing},
                  {"rows", json::array()}};

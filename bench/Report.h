@@ -2,6 +2,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,7 @@ class Table {
   std::vector<std::string> notes_;
 };
 
+nlohmann::json MachineToJson(const Machine& machine);
 // Every figure as JSON: seconds per call, speeds and ratios, for each peer too.
 void WriteJson(std::ostream& out, const Machine& machine, const std::vector<Row>& rows);
 

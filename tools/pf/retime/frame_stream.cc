@@ -175,22 +175,23 @@ StreamForm StreamReader::PamHeader() {
   throw Bad("its header lacks WIDTH, HEIGHT, DEPTH or MAXVAL", kAdvice);
 }
 
-StreamForm StreamReader::PnmHeader(int channels) {
+StreamForm StreamReader::SizedForm(StreamForm::Kind kind, int channels) {
   StreamForm form;
-  form.kind = StreamForm::kPnm;
+  form.kind = kind;
   form.width = Number("width", PF_MAX_WORLD_SIZE);
   form.height = Number("height", PF_MAX_WORLD_SIZE);
   form.channels = channels;
+  return form;
+}
+
+StreamForm StreamReader::PnmHeader(int channels) {
+  StreamForm form = SizedForm(StreamForm::kPnm, channels);
   form.type = TypeOf(Number("full value", 65535));
   return form;
 }
 
 StreamForm StreamReader::PfmHeader(int channels) {
-  StreamForm form;
-  form.kind = StreamForm::kPfm;
-  form.width = Number("width", PF_MAX_WORLD_SIZE);
-  form.height = Number("height", PF_MAX_WORLD_SIZE);
-  form.channels = channels;
+  StreamForm form = SizedForm(StreamForm::kPfm, channels);
   form.type = TypeDesc::FLOAT;
   form.little_endian = Token().front() == '-';
   return form;

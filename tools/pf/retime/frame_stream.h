@@ -53,6 +53,7 @@ class StreamReader {
   int Number(const char* what, int largest);
   StreamForm Header();
   StreamForm PamHeader();
+  StreamForm SizedForm(StreamForm::Kind kind, int channels);
   StreamForm PnmHeader(int channels);
   StreamForm PfmHeader(int channels);
   OIIO::TypeDesc TypeOf(int largest) const;
