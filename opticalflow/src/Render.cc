@@ -100,11 +100,12 @@ class Job {
   }
 
   void Render(float time, PF_World& destination) {
+    if (time == 0) return CopyFrame(*frames_.previous, destination);
+    if (time == 1) return CopyFrame(*frames_.next, destination);
     const Identities ids = Identify();
-    if (time == 0 || (ids.previous == ids.next && SamePixels(*frames_.previous, *frames_.next))) {
+    if (ids.previous == ids.next && SamePixels(*frames_.previous, *frames_.next)) {
       return CopyFrame(*frames_.previous, destination);
     }
-    if (time == 1) return CopyFrame(*frames_.next, destination);
     interrupt_.ThrowIfAsked();
     if (algo_.mode == 0) return CrossFade(time, destination);
     const PairPictures pictures = Prepare();
