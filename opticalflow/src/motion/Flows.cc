@@ -148,8 +148,8 @@ class Estimator {
     const std::int32_t bands = BandCount(to[0]->height);
     float* const lines = workspace_.Take<float>(4 * bands * line_floats) + kRim;
     const MotionKernels& kernels = *g_kernels.motion.load();
-    ForBands(interrupt_, 4, to[0]->height, [&](std::int32_t i, Rows rows) {
-      kernels.twice(*from[i], 2, *to[i], rows, lines + (i * bands + rows.begin / kBandRows) * line_floats);
+    ForBands(interrupt_, 4, to[0]->height, [&](std::int32_t i, Rows rows, std::int32_t band) {
+      kernels.twice(*from[i], 2, *to[i], rows, lines + (i * bands + band) * line_floats);
     });
   }
 

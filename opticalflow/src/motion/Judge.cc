@@ -185,10 +185,10 @@ std::unique_ptr<PairMotion> JudgeFlows(const PF_Tavros_AlgoParams& algo, const P
   ForLongTasks(interrupt, 2,
                [&](std::int32_t i, const RowQuestions& questions) { return spreads[i].Run(softened[i], questions); });
   ForBands(interrupt, 2, height, [&](std::int32_t i, Rows rows) { Repair(sides[i], spreads[i], patched[i], rows); });
-  ForBands(interrupt, 2, height, [&](std::int32_t i, Rows rows) {
+  ForBands(interrupt, 2, height, [&](std::int32_t i, Rows rows, std::int32_t band) {
     kernels.median(patched[i].u, sides[i].repaired.u, rows);
     kernels.median(patched[i].v, sides[i].repaired.v, rows);
-    kernels.mean(sides[i].hidden, hidden[i], rows, lines + (i * bands + rows.begin / kBandRows) * line_floats);
+    kernels.mean(sides[i].hidden, hidden[i], rows, lines + (i * bands + band) * line_floats);
   });
   ForBands(interrupt, 2, height, [&](std::int32_t i, Rows rows) {
     const Consistency pair = {sides[i].repaired, sides[1 - i].repaired, algo.threshold};

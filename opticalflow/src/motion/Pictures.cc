@@ -156,8 +156,8 @@ PairPictures PreparePictures(const PF_Tavros_AlgoParams& algo, const PF_World& p
   float* const lines = workspace.Take<float>(2 * bands * line_floats);
   const MotionKernels& kernels = *g_kernels.motion.load();
   for (const FramePicture* picture : pictures) RepeatRows(picture->full);
-  ForBands(interrupt, 2, half_height, [&](std::int32_t i, Rows rows) {
-    float* line = lines + (i * bands + rows.begin / kBandRows) * line_floats + kRim;
+  ForBands(interrupt, 2, half_height, [&](std::int32_t i, Rows rows, std::int32_t band) {
+    float* line = lines + (i * bands + band) * line_floats + kRim;
     kernels.halve_colour(HalfOf(algo, *worlds[i], *pictures[i]), rows, line);
   });
   ForTasks(interrupt, 2, [&](std::int32_t i) { RepeatAround(pictures[i]->level, rim); });

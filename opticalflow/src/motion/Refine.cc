@@ -64,9 +64,7 @@ void RefineFlows(std::span<const RefineJob> jobs, const RefineWeights& weights, 
   const std::int32_t lines = LinePool::Count();
   LinePool scratch(workspace.Take<std::byte>(scratch_size * lines), static_cast<std::uint64_t>(scratch_size), lines);
 
-  const auto bands = [&](const auto& task) {
-    ForBands(interrupt, count, height, [&](std::int32_t i, Rows rows) { task(i, rows, rows.begin / kBandRows); });
-  };
+  const auto bands = [&](const auto& task) { ForBands(interrupt, count, height, task); };
   bands([&](std::int32_t i, Rows rows, std::int32_t band) {
     const RefineJob& job = jobs[static_cast<std::size_t>(i)];
     KeepBegin(planes[i], rows);

@@ -17,10 +17,10 @@ FlowPlanes Shifted(FlowPlanes flow, std::int32_t x, std::int32_t y) {
 // Rows of planes that are as long as a band, under the frame's numbers.
 class BandPlanes {
  public:
-  static constexpr std::int32_t kRows = kBandRows + 2 * kReach;
+  static constexpr std::int32_t kRows = kMostBandRows + 2 * kReach;
   static std::int64_t Floats(std::int32_t width) {
     const std::int64_t wanted = (kRows + 1) * std::int64_t{width};
-    return kRim + (2 * kRows + kBandRows + 1) * LineFloats(width) + (wanted + 63) / 64 * 16;
+    return kRim + (2 * kRows + kMostBandRows + 1) * LineFloats(width) + (wanted + 63) / 64 * 16;
   }
 
   BandPlanes(float* memory, std::int32_t width, std::int32_t height, Rows rows)
@@ -28,7 +28,7 @@ class BandPlanes {
     raw_ = memory + kRim;
     cost_ = raw_ + kRows * stride_;
     best_ = cost_ + kRows * stride_;
-    line_ = best_ + kBandRows * stride_;
+    line_ = best_ + kMostBandRows * stride_;
     around_ = {first_, std::min(rows.end + kReach, height)};
     begin_ = rows.begin;
     wanted_ = reinterpret_cast<std::uint8_t*>(line_ + stride_);
@@ -142,8 +142,8 @@ void Fuse(const PairPictures& pictures, const ProjectedFlows& flows, const Float
   const std::int32_t width = trust.width, height = trust.height, bands = BandCount(height);
   const FlowPlanes chosen = NewFlow(workspace, width, height);
   float* const memory = workspace.Take<float>(bands * BandPlanes::Floats(width));
-  ForBands(interrupt, 1, height, [&](std::int32_t, Rows rows) {
-    const BandPlanes planes(memory + rows.begin / kBandRows * BandPlanes::Floats(width), width, height, rows);
+  ForBands(interrupt, 1, height, [&](std::int32_t, Rows rows, std::int32_t band) {
+    const BandPlanes planes(memory + band * BandPlanes::Floats(width), width, height, rows);
     BandFusion fusion(pictures, time, planes, rows, chosen);
     fusion.Begin(flows.both, trust);
     fusion.Try(flows.previous);

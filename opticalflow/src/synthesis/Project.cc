@@ -143,8 +143,8 @@ class Filling {
     const std::int64_t line_floats = LineFloats(like.width);
     float* const lines = workspace_.Take<float>(kSets * bands * line_floats) + kRim;
     const MotionKernels& kernels = *g_kernels.motion.load();
-    ForBands(interrupt_, kSets, height, [&](std::int32_t set, Rows rows) {
-      float* const line = lines + (set * bands + rows.begin / kBandRows) * line_floats;
+    ForBands(interrupt_, kSets, height, [&](std::int32_t set, Rows rows, std::int32_t band) {
+      float* const line = lines + (set * bands + band) * line_floats;
       const Sums &from = sizes_[count_ - 1][set], &to = sizes_[count_][set];
       kernels.halve(from.u, to.u, rows, line);
       kernels.halve(from.v, to.v, rows, line);
@@ -159,11 +159,11 @@ class Filling {
     const std::int64_t line_floats = LineFloats(here[0].u.width);
     float* const lines = workspace_.Take<float>(kSets * bands * line_floats) + kRim;
     const MotionKernels& kernels = *g_kernels.motion.load();
-    ForBands(interrupt_, kSets, height, [&](std::int32_t set, Rows rows) {
+    ForBands(interrupt_, kSets, height, [&](std::int32_t set, Rows rows, std::int32_t band) {
       const Sums& sums = sizes_[level][set];
       const auto fill = [&](const FloatPlane& sum, const FloatPlane* from, const FloatPlane& to) {
         if (from != nullptr) {
-          kernels.twice(*from, 1, to, rows, lines + (set * bands + rows.begin / kBandRows) * line_floats);
+          kernels.twice(*from, 1, to, rows, lines + (set * bands + band) * line_floats);
         } else {
           for (std::int32_t y = rows.begin; y < rows.end; ++y) std::fill_n(to.Row(y), to.width, 0.0f);
         }

@@ -281,10 +281,9 @@ void Synthesize(const MotionRequest& request, const PairMotion& motion, float ti
   auto* const picture = request.workspace.Take<std::byte>(static_cast<std::int64_t>(row_size) * height);
   float* const lines = request.workspace.Take<float>(bands * RowMaker::Floats(width));
   const RowMaker maker(request, plan, time);
-  ForBands(request.interrupt, 1, height, [&](std::int32_t, Rows rows) {
+  ForBands(request.interrupt, 1, height, [&](std::int32_t, Rows rows, std::int32_t band) {
     for (std::int32_t y = rows.begin; y < rows.end; ++y) {
-      maker.Make(y, lines + rows.begin / kBandRows * RowMaker::Floats(width),
-                 picture + static_cast<std::size_t>(y) * row_size);
+      maker.Make(y, lines + band * RowMaker::Floats(width), picture + static_cast<std::size_t>(y) * row_size);
     }
   });
   // From here on nothing stops.
