@@ -1,10 +1,17 @@
 #include <memory>
 
-#include "support/OperationTable.h"
+#include "selftest/OperationTable.h"
+#include "support/Operations.h"
 #include "support/TestEngine.h"
+#include "support/TestHost.h"
 
 namespace pftest {
 namespace {
+
+using selftest::AnyKind;
+using selftest::At;
+using selftest::OperationTable;
+using selftest::Picture;
 
 // Throws out of memory as the engine does not: test code's own.
 template <class T>
@@ -38,22 +45,35 @@ void AddTables(OperationTable& table) {
                        PF_ColorSettings settings(Need(pool.pool));
                        settings.SetProfile(Need(NewPowerProfile(static_cast<double>(Between(run.random, 1, 40)) / 10)));
                        settings.SetLinearBlending(true);
-                       run.results.AddValue(*settings.GetLinearBlendingTables(false));
-                       run.results.AddValue(settings.GetRenderGuid());
+                       const auto tables = settings.GetLinearBlendingTables(false);
+                       run.results.AddBytes(tables->toLinear8, sizeof tables->toLinear8);
+                       run.results.AddBytes(tables->fromLinear16, sizeof tables->fromLinear16);
+                       run.results.AddValue(tables->gamma);
+                       run.results.AddValue(tables->inverseGamma);
+                       const vexcore::Guid guid = settings.GetRenderGuid();
+                       run.results.AddBytes(&guid, sizeof guid);
                        run.results.AddValue(settings.GetCalGrayGamma());
                      });
                    }});
 }
 
-}  // namespace
-
-void AddColor(OperationTable& table) {
+OperationTable Build() {
+  selftest::Around().forget_motion = [] { Host().filed.clear(); };
+  OperationTable table = selftest::Operations();
   AddApply(table, 8, 8, true);
   AddApply(table, 16, 16, true);
   AddApply(table, 32, 32, true);
   AddApply(table, 8, 32, false);
   AddApply(table, 32, 16, false);
   AddTables(table);
+  return table;
+}
+
+}  // namespace
+
+const std::vector<Operation>& Operations() {
+  static const OperationTable table = Build();
+  return table;
 }
 
 }  // namespace pftest

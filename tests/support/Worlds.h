@@ -1,84 +1,28 @@
-// The smallest pictures that can show a fault: with row gaps, guard bytes and a page that faults right
-// behind the last pixel.
+// Pictures on memory between faulting pages.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <cstring>
-#include <random>
-#include <string>
-#include <vector>
 
-#include "PF/PF_Types.h"
 #include "pixel/Depth.h"
+#include "selftest/Worlds.h"
 
 namespace pftest {
 
-// Random numbers by a seed that failures print.
-using Random = std::mt19937_64;
-std::int64_t Between(Random& random, std::int64_t low, std::int64_t high);  // both inclusive
+using selftest::Between;
+using selftest::Random;
+using selftest::TestWorld;
 
 // Memory between two inaccessible pages. The block ends right at the second page (kEnd) or starts right
-// behind the first (kStart).
-class GuardedMemory {
+// behind the first (kStart). Every picture of a test lies in such memory.
+class GuardedMemory final : public selftest::Block {
  public:
-  enum Where { kEnd, kStart };
   explicit GuardedMemory(std::size_t size, Where where = kEnd);
-  ~GuardedMemory();
-  GuardedMemory(const GuardedMemory&) = delete;
-  GuardedMemory& operator=(const GuardedMemory&) = delete;
-  std::byte* data() const { return data_; }
-  std::size_t size() const { return size_; }
+  ~GuardedMemory() override;
+  bool Intact() const override { return true; }
 
  private:
-  std::byte* data_;
-  std::size_t size_;
   void* pages_;
   std::size_t pages_size_;
-};
-
-// A plain record over pixels of its own, `gap` bytes between rows, faulting pages around. The gaps and
-// everything else start as 0xA5; GapsUntouched tells whether the gaps still are.
-class TestWorld {
- public:
-  TestWorld(std::int32_t depth, std::int32_t width, std::int32_t height, std::int32_t gap = 0,
-            GuardedMemory::Where where = GuardedMemory::kEnd);
-
-  PF_LayerDef* record() { return &record_; }
-  const PF_LayerDef* record() const { return &record_; }
-  std::int32_t depth() const { return depth_; }
-  std::int32_t width() const { return record_.width; }
-  std::int32_t height() const { return record_.height; }
-  std::byte* Row(std::int32_t y) const { return memory_.data() + std::int64_t{y} * record_.row_bytes; }
-  template <class P>
-  P& At(std::int32_t x, std::int32_t y) const {
-    return reinterpret_cast<P*>(Row(y))[x];
-  }
-  std::size_t PixelSize() const { return static_cast<std::size_t>(depth_ / 2); }
-
-  // How a picture is made up.
-  enum Kind {
-    kRandom,  // any legal value, alpha too
-    kOpaque,  // alpha full
-    kEdges,   // mostly 0, 1, half, full - 1, full; many pixels alike
-    kSparse,  // large transparent and opaque areas with soft borders
-    kRawBits  // any bits: 16-bit values above 32768, infinities, NaN
-  };
-  void Fill(Random& random, Kind kind);
-  bool GapsUntouched() const;
-  // Pixels only; sizes and depths must be equal. Compares bits.
-  bool SamePixels(const TestWorld& other) const;
-  // Where and how two worlds differ first, for failure messages; empty when they do not.
-  std::string FirstDifference(const TestWorld& other) const;
-  std::string PixelText(std::int32_t x, std::int32_t y) const;
-  // All pixels, rows joined without gaps.
-  std::vector<std::byte> Pixels() const;
-
- private:
-  std::int32_t depth_;
-  std::int32_t gap_;
-  GuardedMemory memory_;
-  PF_LayerDef record_;
 };
 
 }  // namespace pftest

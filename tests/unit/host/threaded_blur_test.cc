@@ -7,6 +7,7 @@
 namespace {
 
 using pftest::BlurWish;
+using pftest::CallBlur;
 using pftest::Random;
 using pftest::TestWorld;
 

@@ -12,6 +12,7 @@
 namespace {
 
 using pftest::Host;
+using pftest::Hash128;
 using pftest::Operation;
 using pftest::Operations;
 using pftest::Trial;
@@ -31,7 +32,7 @@ class AllOperations : public testing::Test {
   }
 };
 
-std::uint64_t CleanHash(const Operation& operation, std::uint64_t seed) {
+Hash128 CleanHash(const Operation& operation, std::uint64_t seed) {
   Trial run(seed);
   EXPECT_EQ(operation.run(run), 0) << operation.name << ", seed " << seed << "\n" << Host().ReportTexts();
   return run.results.value();
@@ -114,7 +115,7 @@ TEST_F(AllOperations, CancelAtEveryPollPointStopsAndIsReturned) {
 
 TEST_F(AllOperations, TheSameBitsOnEveryVectorTargetAndWithout) {
   constexpr std::uint64_t kSeeds = 6;
-  std::vector<std::uint64_t> expected;
+  std::vector<Hash128> expected;
   const std::uint32_t levels[] = {0,
                                   U_CPU_VECTOR,
                                   U_CPU_VECTOR | U_CPU_SSSE3,
@@ -137,7 +138,7 @@ TEST_F(AllOperations, TheSameBitsOnEveryVectorTargetAndWithout) {
     std::size_t i = 0;
     for (const Operation& operation : Operations()) {
       for (std::uint64_t seed = 0; seed < kSeeds; ++seed, ++i) {
-        const std::uint64_t hash = CleanHash(operation, seed);
+        const Hash128 hash = CleanHash(operation, seed);
         if (features == 0) expected.push_back(hash);
         EXPECT_EQ(hash, expected[i]) << operation.name << ", seed " << seed << ", CPU features " << features;
       }
@@ -148,7 +149,7 @@ TEST_F(AllOperations, TheSameBitsOnEveryVectorTargetAndWithout) {
 TEST_F(AllOperations, TheSameBitsWhateverTheHostsMemoryLooksLike) {
   for (const Operation& operation : Operations()) {
     Host().Reset();
-    const std::uint64_t expected = CleanHash(operation, 3);
+    const Hash128 expected = CleanHash(operation, 3);
     EXPECT_TRUE(Host().reports.empty()) << operation.name << ": " << Host().ReportTexts();
     Host().addresses_8_modulo_16 = true;
     EXPECT_EQ(CleanHash(operation, 3), expected) << operation.name << ", addresses 8 modulo 16";

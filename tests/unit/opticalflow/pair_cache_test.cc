@@ -13,6 +13,7 @@ using pftest::Host;
 using pftest::InterruptPolls;
 using pftest::Texture;
 using pftest::Vectors;
+using pftest::VectorsOf;
 
 class MotionOfPairs : public pftest::LibraryTest {};
 

@@ -14,9 +14,11 @@ using pftest::Frame;
 using pftest::Host;
 using pftest::Moved;
 using pftest::Random;
+using pftest::RenderInto;
 using pftest::Scene;
 using pftest::Texture;
 using pftest::Vectors;
+using pftest::VectorsOf;
 using Algo = PF_Tavros_AlgoParams;
 
 class FrameBlending : public pftest::LibraryTest {};

@@ -13,9 +13,11 @@ using pftest::DistanceOf;
 using pftest::Frame;
 using pftest::Host;
 using pftest::Moved;
+using pftest::RenderInto;
 using pftest::Scene;
 using pftest::Texture;
 using pftest::Vectors;
+using pftest::VectorsOf;
 using Algo = PF_Tavros_AlgoParams;
 
 class FrameBlendingSettings : public pftest::LibraryTest {};

@@ -10,8 +10,10 @@ namespace {
 
 using pftest::BlendingAt;
 using pftest::Colour;
+using pftest::DistanceOf;
 using pftest::Frame;
 using pftest::Texture;
+using pftest::VectorsOf;
 using pftest::WireAt;
 
 class MovingSprites : public pftest::LibraryTest {};

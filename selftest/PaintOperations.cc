@@ -1,8 +1,8 @@
 #include <memory>
 
-#include "support/OperationTable.h"
+#include "selftest/OperationTable.h"
 
-namespace pftest {
+namespace selftest {
 namespace {
 
 void AddSpots(OperationTable& table) {
@@ -100,4 +100,4 @@ void AddPaintAndBlend(OperationTable& table) {
   AddBlend(table, "straight blend", &PF_Blend_Straight);
 }
 
-}  // namespace pftest
+}  // namespace selftest

@@ -1,11 +1,12 @@
-#include "support/Operations.h"
+#include "selftest/Operations.h"
 
 #include <memory>
 
 #include "host/BM.h"
-#include "support/OperationTable.h"
+#include "selftest/Depth.h"
+#include "selftest/OperationTable.h"
 
-namespace pftest {
+namespace selftest {
 namespace {
 
 using WorldPtr = std::unique_ptr<PF_World>;
@@ -15,8 +16,13 @@ WorldPtr Reference(TestWorld& world) { return WorldPtr(PF_World::NewReference(wo
 
 void AddWorldObject(Hash& hash, const PF_World& world) {
   for (std::int32_t y = 0; y < world.height; ++y) {
-    hash.Add(static_cast<const std::byte*>(world.data) + std::int64_t{y} * world.row_bytes,
-             static_cast<std::size_t>(world.width) * world.PixelSize());
+    const void* row = static_cast<const std::byte*>(world.data) + std::int64_t{y} * world.row_bytes;
+    const auto width = static_cast<std::size_t>(world.width);
+    if (world.Depth() == 32) {
+      hash.AddFloats(static_cast<const float*>(row), 4 * width);
+    } else {
+      hash.AddBytes(row, width * world.PixelSize());
+    }
   }
 }
 
@@ -150,9 +156,9 @@ void AddBitmapCopies(Table& table) {
                          out.Fill(run.random);
                          const PF_Err code = function(nullptr, in.world, out.world, nullptr, nullptr);
                          for (std::int32_t y = 0; y < 11; ++y) {
-                           run.results.Add(static_cast<std::byte*>(BMp_GetPixBaseAddr(out.world)) +
-                                               std::int64_t{y} * (*out.world)->row_bytes,
-                                           static_cast<std::size_t>(14 * bits / 8));
+                           run.results.AddBytes(static_cast<std::byte*>(BMp_GetPixBaseAddr(out.world)) +
+                                                    std::int64_t{y} * (*out.world)->row_bytes,
+                                                static_cast<std::size_t>(14 * bits / 8));
                          }
                          return code;
                        }});
@@ -190,7 +196,7 @@ void AddAllocations(Table& table) {
                      if (code != PF_Err_NONE) return code;
                      code = PF_UnlockChunk(&chunk);
                      if (code == PF_Err_NONE) code = PF_LockChunk(&chunk);
-                     if (code == PF_Err_NONE) run.results.Add(chunk.chunk_data, 7 * 5 * 2 * 8);
+                     if (code == PF_Err_NONE) run.results.AddBytes(chunk.chunk_data, 7 * 5 * 2 * 8);
                      const PF_Err disposed = PF_DisposeChunk(&chunk);
                      return code != PF_Err_NONE ? code : disposed;
                    }});
@@ -198,14 +204,14 @@ void AddAllocations(Table& table) {
 
 template <class P>
 PF_Err Scramble(void*, std::int32_t x, std::int32_t y, P* in, P* out) {
-  using C = pf::ChannelOf<P>;
+  using C = ChannelOf<P>;
   *out = {in->blue, static_cast<C>(x), in->red, static_cast<C>(y)};
   return PF_Err_NONE;
 }
 
 template <class P>
 void AddIterations(Table& table) {
-  constexpr int kDepth = pf::DepthTraits<P>::kDepth;
+  constexpr int kDepth = DepthTraits<P>::kDepth;
   table.push_back({At("iterate", kDepth), kDepth, false, [](Trial& run) {
                      Picture in(run, kDepth), out(run, kDepth);
                      const PF_Err code = PF_Iterate(run.in, 0, 140, in.record(), nullptr, nullptr,
@@ -240,19 +246,12 @@ Table Build() {
   AddLazyTiles(table);
   AddCompositing(table);
   AddColorSpaces(table);
-  AddColor(table);
   AddFilters(table);
   AddFrameBlending(table);
   return table;
 }
 
 }  // namespace
-
-void Hash::Add(const void* bytes, std::size_t size) {
-  for (std::size_t i = 0; i < size; ++i) {
-    state_ = (state_ ^ static_cast<const std::uint8_t*>(bytes)[i]) * 0x100000001B3u;
-  }
-}
 
 const std::vector<Operation>& Operations() {
   static const Table table = Build();
@@ -268,4 +267,4 @@ PF_Err CodeOf(const std::function<void()>& body) {
   }
 }
 
-}  // namespace pftest
+}  // namespace selftest

@@ -1,8 +1,7 @@
-#include "support/Frames.h"
-#include "support/OperationTable.h"
-#include "support/TestHost.h"
+#include "selftest/Frames.h"
+#include "selftest/OperationTable.h"
 
-namespace pftest {
+namespace selftest {
 namespace {
 
 // Asks the trial's progress record, which may answer with any code; the engine knows only one.
@@ -27,7 +26,8 @@ void PaintPair(Trial& run, Frame& previous, Frame& next) {
   const auto paint = [&](Frame& frame, double time) {
     frame.Paint([&](int x, int y) {
       Colour c = Texture(x - time * dx, y - time * dy, seed);
-      if (seed % 2 == 0 && std::hypot(x - 20 + time * dx, y - 15 - time * dy) < 8) c[0] = 0.3;
+      const double from_x = x - 20 + time * dx, from_y = y - 15 - time * dy;
+      if (seed % 2 == 0 && from_x * from_x + from_y * from_y < 64) c[0] = 0.3;
       return c;
     });
   };
@@ -55,7 +55,7 @@ PF_Err RenderMiddle(Trial& run, int depth, std::int16_t mode, bool warm, Scene s
   blending.algoParams.steps = static_cast<std::int16_t>(1 + run.random() % 3);
   PF_Err code = blending.Render(previous.world(), next.world(), out.world());
   if (warm && code == PF_Err_NONE) code = blending.Render(previous.world(), next.world(), out.world());
-  Host().filed.clear();
+  Around().forget_motion();
   run.results.Add(out);
   return code == PF_Err_CANCELLED ? stop.answer : code;
 }
@@ -73,4 +73,4 @@ void AddFrameBlending(OperationTable& table) {
   table.push_back({"frame between, twice", 8, false, [=](Trial& run) { return RenderMiddle(run, 8, 2, true); }});
 }
 
-}  // namespace pftest
+}  // namespace selftest

@@ -1,7 +1,8 @@
-#include "support/OperationTable.h"
-#include "support/TestMask.h"
+#include "selftest/Depth.h"
+#include "selftest/OperationTable.h"
+#include "selftest/TestMask.h"
 
-namespace pftest {
+namespace selftest {
 namespace {
 
 // Runs `body`, in which masks are made, and adds up `result` when all went well.
@@ -9,11 +10,6 @@ PF_Err WithMasks(Trial& run, const std::function<PF_Err(Trial&)>& body) {
   PF_Err code = PF_Err_NONE;
   const PF_Err thrown = CodeOf([&] { code = body(run); });
   return thrown != PF_Err_NONE ? thrown : code;
-}
-
-void AddMask(Hash& hash, const TestMask& mask) {
-  const auto bytes = mask.Bytes();
-  hash.Add(bytes.data(), bytes.size());
 }
 
 std::int32_t AnyWidth(Trial& run) { return static_cast<std::int32_t>(Between(run.random, 30, 75)); }
@@ -34,7 +30,7 @@ void AddAccumulations(OperationTable& table) {
         for (std::int32_t mode = 0; mode < PF_MaskMode_COUNT && code == PF_Err_NONE; ++mode) {
           code = PF_AccumulateUnoBuffers(run.progress, src.record(), mode, 0.9f, 0.8f, &rect, &at, dst.record());
         }
-        AddMask(run.results, dst);
+        run.results.Add(dst);
         return code;
       });
       Add(table, At("transfer masks", from, to), to, [=](Trial& run) {
@@ -44,7 +40,7 @@ void AddAccumulations(OperationTable& table) {
         const M_LPoint at = {1, 0};
         const PF_Err code = PF_TransferUnoBuffers(run.progress, first.record(), dst.record(), PF_MaskMode_ADD, &rect,
                                                   &at, dst.record());
-        AddMask(run.results, dst);
+        run.results.Add(dst);
         return code;
       });
     }
@@ -62,27 +58,24 @@ void AddShortForms(OperationTable& table) {
       if (code == PF_Err_NONE) {
         code = PF_AccumulateUnoBuffers(run.progress, src.record(), PF_MaskMode_ADD, 0.4f, &rect, &at, dst.record());
       }
-      AddMask(run.results, dst);
+      run.results.Add(dst);
       return code;
     });
     table.push_back({At("channels", depth), depth, false, [=](Trial& run) {
                        return WithMasks(run, [=](Trial& inner) {
                          Picture picture(inner, depth);
                          TestMask mask(depth, picture.width(), picture.height(), inner.random);
-                         pf::DispatchDepth(
-                             depth,
-                             [&]<class P>(P) {
-                               using T = pf::ChannelOf<P>;
-                               const M_Vector2T<std::int32_t> all = {mask.width(), mask.height()};
-                               const std::int32_t from = mask.width() * depth / 8, to = picture.record()->row_bytes;
-                               auto* const pixels = reinterpret_cast<T*>(picture.Row(0));
-                               auto* const values = static_cast<T*>(mask.values());
-                               PF_Interleave1to4<T>(values, from, to, all, {0, 0}, {0, 0}, pixels + 2);
-                               PF_Deinterleave1<T>(pixels, to, from, 3, all, {0, 0}, {0, 0}, values);
-                               PF_BlendSingleChannel<P, T>(mask.width(), T(0), pf::DepthTraits<P>::kFull, values,
-                                                           reinterpret_cast<P*>(pixels));
-                             },
-                             [] {});
+                         WithDepth(depth, [&]<class P>(P) {
+                           using T = ChannelOf<P>;
+                           const M_Vector2T<std::int32_t> all = {mask.width(), mask.height()};
+                           const std::int32_t from = mask.width() * depth / 8, to = picture.record()->row_bytes;
+                           auto* const pixels = reinterpret_cast<T*>(picture.Row(0));
+                           auto* const values = static_cast<T*>(mask.values());
+                           PF_Interleave1to4<T>(values, from, to, all, {0, 0}, {0, 0}, pixels + 2);
+                           PF_Deinterleave1<T>(pixels, to, from, 3, all, {0, 0}, {0, 0}, values);
+                           PF_BlendSingleChannel<P, T>(mask.width(), T(0), DepthTraits<P>::kFull, values,
+                                                       reinterpret_cast<P*>(pixels));
+                         });
                          inner.results.Add(picture);
                          return PF_Err{PF_Err_NONE};
                        });
@@ -99,7 +92,7 @@ void AddDeepConversions(OperationTable& table) {
         const M_LRect rect = {1, 0, width, 140};
         PF_ResetDitherRandomIndex();
         const PF_Err code = PF_ConvertDeepUnoBuffer(run.progress, src.record(), &rect, dither, dst.record());
-        AddMask(run.results, dst);
+        run.results.Add(dst);
         return code;
       });
     }
@@ -118,7 +111,7 @@ void AddScan(OperationTable& table, const char* name, int depth, ScanFunc scan) 
         TestMask& out = in_place ? src : dst;
         const float radius = 1.3f + static_cast<float>(run.random() % 16);
         const PF_Err code = scan(src.record(), out.record(), radius, direction, run.progress);
-        AddMask(run.results, out);
+        run.results.Add(out);
         return code;
       });
     }
@@ -137,4 +130,4 @@ void AddMaskCombinations(OperationTable& table) {
   AddScan(table, "box scan", 16, &PF_BoxBlurDeepUnoScan);
 }
 
-}  // namespace pftest
+}  // namespace selftest

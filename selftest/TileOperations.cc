@@ -1,6 +1,6 @@
-#include "support/OperationTable.h"
+#include "selftest/OperationTable.h"
 
-namespace pftest {
+namespace selftest {
 
 void AddLazyTiles(OperationTable& table) {
   for (const int depth : {8, 16, 32}) {
@@ -24,9 +24,9 @@ void AddLazyTiles(OperationTable& table) {
                        boost::scoped_ptr<PF_LazyOperator> op(fill = new PF_LazyFillUnoBufferOperator(&mask, 777));
                        PF_LazyTilesCondition tiles(static_cast<std::int16_t>(Between(run.random, 1, 30)), &op, true);
                        tiles.ConditionalMakeValid({3, 7, 22, 31});
-                       run.results.Add(*fill->GetBuffer()->data, 50 * 40 * 2);
+                       run.results.AddBytes(*fill->GetBuffer()->data, 50 * 40 * 2);
                      });
                    }});
 }
 
-}  // namespace pftest
+}  // namespace selftest

@@ -1,8 +1,8 @@
-#include "support/LightTables.h"
-#include "support/OperationTable.h"
-#include "support/TestMask.h"
+#include "selftest/LightTables.h"
+#include "selftest/OperationTable.h"
+#include "selftest/TestMask.h"
 
-namespace pftest {
+namespace selftest {
 namespace {
 
 std::int32_t AnyMode(Random& random) {
@@ -27,7 +27,7 @@ PF_TransferParams AnyParams(Trial& run, std::int32_t mode, const PF_LinearBlendi
 }
 
 PF_Err RunRect(Trial& run, int depth, std::int32_t mode, PF_UnoBuffer* mask) {
-  static const PF_LinearBlendingTables tables = LightTables(2.2);
+  static const PF_LinearBlendingTables tables = LightTables();
   Picture in(run, depth, 150), out(run, depth, 150);
   PF_TransferParams params = AnyParams(run, mode, &tables);
   params.mask = mask;
@@ -106,4 +106,4 @@ void AddCompositing(OperationTable& table) {
   }
 }
 
-}  // namespace pftest
+}  // namespace selftest

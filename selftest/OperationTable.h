@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "support/Operations.h"
+#include "selftest/Operations.h"
+#include "selftest/Worlds.h"
 
-namespace pftest {
+namespace selftest {
 
 using OperationTable = std::vector<Operation>;
 
@@ -32,8 +33,7 @@ void AddPaintAndBlend(OperationTable& table);
 void AddLazyTiles(OperationTable& table);
 void AddCompositing(OperationTable& table);
 void AddColorSpaces(OperationTable& table);
-void AddColor(OperationTable& table);
 void AddFilters(OperationTable& table);
 void AddFrameBlending(OperationTable& table);
 
-}  // namespace pftest
+}  // namespace selftest

@@ -1,10 +1,10 @@
 #include <functional>
 #include <memory>
 
-#include "support/MaskValues.h"
-#include "support/OperationTable.h"
+#include "selftest/OperationTable.h"
+#include "selftest/TestMask.h"
 
-namespace pftest {
+namespace selftest {
 namespace {
 
 constexpr std::int32_t kRows = 140;
@@ -13,11 +13,9 @@ constexpr std::int32_t kRows = 140;
 PF_Err WithMask(Trial& run, std::int32_t depth, const std::function<PF_Err(PF_UnoBuffer&)>& work) {
   PF_Err code = PF_Err_NONE;
   const PF_Err made = CodeOf([&] {
-    ValueMask mask(static_cast<std::int32_t>(Between(run.random, 1, 90)), kRows, depth);
-    mask.FillRandom(run.random);
-    code = work(mask);
-    const auto bytes = mask.Bytes();
-    run.results.Add(bytes.data(), bytes.size());
+    TestMask mask(depth, Between32(run.random, 1, 90), kRows, run.random);
+    code = work(*mask.record());
+    run.results.Add(mask);
   });
   return made != PF_Err_NONE ? made : code;
 }
@@ -119,4 +117,4 @@ void AddMaskOperations(OperationTable& table) {
   AddMerges(table);
 }
 
-}  // namespace pftest
+}  // namespace selftest

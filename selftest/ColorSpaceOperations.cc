@@ -1,7 +1,14 @@
-#include "support/OperationTable.h"
+#include "selftest/OperationTable.h"
 
-namespace pftest {
+namespace selftest {
 namespace {
+
+template <class T>
+void AddResult(Hash& hash, const T& value) {
+  hash.AddValue(value);
+}
+void AddResult(Hash& hash, const PF_HLSTriple& t) { hash.AddBytes(&t, sizeof t); }
+void AddResult(Hash& hash, const PF_YIQTriple& t) { hash.AddBytes(&t, sizeof t); }
 
 // What `functions` give for some pixels of a picture.
 template <class P, class... Out>
@@ -10,7 +17,7 @@ void AddMeasures(Trial& run, PF_Err (*... functions)(void*, const P*, Out*)) {
   for (std::int32_t y = 0; y < picture.height(); ++y) {
     const auto add = [&](auto out, auto function) {
       run.results.AddValue(function(nullptr, &picture.At<P>(y % picture.width(), y), &out));
-      run.results.AddValue(out);
+      AddResult(run.results, out);
     };
     (add(Out{}, functions), ...);
   }
@@ -50,4 +57,4 @@ void AddColorSpaces(OperationTable& table) {
                    }});
 }
 
-}  // namespace pftest
+}  // namespace selftest
