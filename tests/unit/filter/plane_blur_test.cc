@@ -141,7 +141,7 @@ template <class T>
 void ExpectBoxes(const PlaneKernels& kernels) {
   Random random(6);
   for (std::int64_t n = 0; n <= 300; n += n < 70 ? 1 : 29) {
-    for (const std::int64_t reach : {1, 7, 127, 128, 900}) {
+    for (const std::int64_t reach : {1, 7, 63, 64, 127, 128, 900}) {
       ExpectColumns<T>(kernels, n, reach, random);
       ExpectRow<T>(kernels, n, reach, 1, random);
       ExpectRow<T>(kernels, n, reach, 4, random);

@@ -75,6 +75,46 @@ struct HalfSums {
   }
 };
 
+// Values of 16 bits in lanes of 32, four beside four: of every 8 values `lower` has the first four, a pixel.
+struct PixelHalves {
+  hn::Vec<D32> lower, upper;
+
+  static HWY_INLINE PixelHalves Of(hn::Vec<DValues<std::uint16_t>> values) {
+    const DValues<std::uint16_t> d;
+    return {hn::BitCast(D32(), hn::InterleaveLower(d, values, hn::Zero(d))),
+            hn::BitCast(D32(), hn::InterleaveUpper(d, values, hn::Zero(d)))};
+  }
+  friend HWY_INLINE PixelHalves operator+(PixelHalves a, PixelHalves b) {
+    return {hn::Add(a.lower, b.lower), hn::Add(a.upper, b.upper)};
+  }
+  friend HWY_INLINE PixelHalves operator-(PixelHalves a, PixelHalves b) {
+    return {hn::Sub(a.lower, b.lower), hn::Sub(a.upper, b.upper)};
+  }
+};
+
+// Their sums.
+struct PixelSums {
+  PixelHalves sums;
+
+  static HWY_INLINE PixelSums Of(const std::uint32_t* start, std::uint32_t bias) {
+    HWY_ALIGN const std::uint32_t s[4] = {start[0] + bias, start[1] + bias, start[2] + bias, start[3] + bias};
+    const auto pixel = hn::LoadDup128(D32(), s);
+    return {{pixel, pixel}};
+  }
+  static HWY_INLINE PixelSums Load(const std::uint32_t* p) {
+    return {{hn::LoadU(D32(), p), hn::LoadU(D32(), p + hn::MaxLanes(D32()))}};
+  }
+  HWY_INLINE void Save(std::uint32_t* p) const {
+    hn::StoreU(sums.lower, D32(), p);
+    hn::StoreU(sums.upper, D32(), p + hn::MaxLanes(D32()));
+  }
+  HWY_INLINE void Add(PixelHalves change) { sums = sums + change; }
+  HWY_INLINE void Add(PixelHalves values, std::uint32_t times) {
+    const auto factor = hn::Set(D32(), times);
+    Add({hn::Mul(values.lower, factor), hn::Mul(values.upper, factor)});
+  }
+};
+
 // Sums of bytes in lanes of 32 bits: quarter i has values i, i + 4, i + 8... of a vector.
 struct QuarterSums {
   hn::Vec<D32> sums[4];
@@ -123,12 +163,15 @@ struct StepSums {
 };
 
 // \name Values from sums
-// How sums begin, with the bias of BoxDivider in them, how they go on, and what means they have.
+// How values are split, how sums begin, with the bias in them, how they go on, and what means they have.
 // @{
 class NarrowMeans {
  public:
+  using Split = Halves<std::uint8_t>;
   using Start = HalfSums<std::uint8_t>;
   using Sums = Start;
+
+  static std::uint32_t BiasOf(const BoxDivider& divider) { return divider.bias; }
 
   HWY_INLINE explicit NarrowMeans(const BoxDivider& divider)
       : multiplier_(hn::Set(D16(), static_cast<std::uint16_t>(divider.multiplier))), shift_(divider.shift - 16) {}
@@ -150,8 +193,11 @@ class NarrowMeans {
 template <class T>
 class WideMeans {
  public:
+  using Split = Halves<T>;
   using Start = std::conditional_t<sizeof(T) == 1, QuarterSums, HalfSums<T>>;
   using Sums = Start;
+
+  static std::uint32_t BiasOf(const BoxDivider& divider) { return divider.bias; }
 
   HWY_INLINE explicit WideMeans(const BoxDivider& divider)
       : multiplier_(hn::Set(D32(), divider.multiplier)), shift_(divider.shift) {}
@@ -181,10 +227,46 @@ class WideMeans {
   int shift_;
 };
 
+// As NearDivider tells.
+class NearMeans {
+ public:
+  using Split = PixelHalves;
+  using Start = PixelSums;
+  using Sums = Start;
+
+  static std::uint32_t BiasOf(const BoxDivider& divider) { return NearDivider::BiasOf(divider.window); }
+
+  HWY_INLINE explicit NearMeans(const BoxDivider& divider)
+      : inverse_(hn::Set(DF(), NearDivider::InverseOf(divider.window))) {}
+
+  HWY_INLINE Sums Begin(const Start& start) const { return start; }
+  HWY_INLINE void Add(Sums& sums, PixelHalves change) const { sums.Add(change); }
+  HWY_INLINE hn::Vec<DValues<std::uint16_t>> Of(const Sums& of) const {
+    const DValues<std::uint16_t> d;
+    const hn::RebindToSigned<decltype(d)> di;
+    const auto means = hn::ReorderDemote2To(di, Mean(of.sums.lower), Mean(of.sums.upper));
+    return hn::Xor(hn::BitCast(d, hn::Min(means, hn::Zero(di))), hn::Set(d, NearDivider::kCentre));
+  }
+
+ private:
+  using DF = hn::Rebind<float, D32>;
+  using DI = hn::RebindToSigned<D32>;
+  static_assert(PF_MAX_CHAN16 == NearDivider::kCentre, "what is larger is 0 and more before the centre is added");
+
+  HWY_INLINE hn::Vec<DI> Mean(hn::Vec<D32> sums) const {
+    return hn::NearestInt(hn::Mul(hn::ConvertTo(DF(), hn::BitCast(DI(), sums)), inverse_));
+  }
+
+  hn::Vec<DF> inverse_;
+};
+
 class StepMeans {
  public:
+  using Split = Halves<std::uint8_t>;
   using Start = QuarterSums;
   using Sums = StepSums;
+
+  static std::uint32_t BiasOf(const BoxDivider& divider) { return divider.bias; }
 
   HWY_INLINE explicit StepMeans(const BoxDivider& divider)
       : divider_(divider),

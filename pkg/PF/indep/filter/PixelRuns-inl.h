@@ -29,7 +29,7 @@ class PrefixSums {
     HWY_ALIGN std::int32_t one[16], two[16], last[16];
     HWY_ALIGN std::uint32_t has_one[16], has_two[16];
     for (std::size_t i = 0; i < hn::MaxLanes(D32()); ++i) {
-      const std::size_t block = i / 4, at = kPixel == 8 ? 2 + i % 2 : 3;
+      const std::size_t block = i / 4, at = kPixel <= 4 ? 3 : 4 - kPixel / 4 + i % (kPixel / 4);
       has_one[i] = block >= 1;
       has_two[i] = block >= 2;
       one[i] = static_cast<std::int32_t>(block >= 1 ? 4 * (block - 1) + at : at);
@@ -100,6 +100,10 @@ class Runs {
       return {hn::Sub(odd, change.odd), odd};
     }
   }
+  HWY_INLINE PixelHalves Of(PixelHalves change) const {
+    const auto upper = pixels_.Of(hn::Add(change.lower, change.upper));
+    return {hn::Sub(upper, change.upper), upper};
+  }
   // Sums of the last pixel, for all.
   HWY_INLINE Halves<T> Last(Halves<T> sums) const {
     const auto odd = prefix_.Last(sums.odd);
@@ -111,6 +115,10 @@ class Runs {
   }
   HWY_INLINE HalfSums<T> Last(const HalfSums<T>& of) const { return {Last(of.sums)}; }
   HWY_INLINE StepSums Last(const StepSums& of) const { return {Last(of.rest), Last(of.quotient)}; }
+  HWY_INLINE PixelSums Last(const PixelSums& of) const {
+    const auto last = pixels_.Last(of.sums.upper);
+    return {{last, last}};
+  }
   HWY_INLINE QuarterSums Last(const QuarterSums& of) const {
     const PrefixSums<D32, 4> lanes;
     QuarterSums last;
@@ -121,6 +129,10 @@ class Runs {
   // `to` and what all pixels of the vector add up to.
   HWY_INLINE HalfSums<T> Total(const HalfSums<T>& of, HalfSums<T> to) const {
     to.Add(Last(Of(of.sums)));
+    return to;
+  }
+  HWY_INLINE PixelSums Total(const PixelSums& of, PixelSums to) const {
+    to.Add(Last(PixelSums{Of(of.sums)}).sums);
     return to;
   }
   HWY_INLINE QuarterSums Total(const QuarterSums& of, QuarterSums to) const {
@@ -135,6 +147,7 @@ class Runs {
 
  private:
   PrefixSums<DWide<T>, 2 * sizeof(T) * (pixels ? 2 : 1)> prefix_;
+  PrefixSums<D32, 16> pixels_;  // of PixelHalves
 };
 
 #endif  // HWY_TARGET

@@ -57,12 +57,14 @@ HWY_INLINE void Fetch(const RowsAhead& ahead, std::int64_t offset) {
 // \name Boxes
 // @{
 
-// Calls f with the shortest means that the divider allows.
-template <class T, class F>
+// Calls f with the shortest means that the divider allows; of 16 bits in rows of single values there is but one.
+template <class T, bool pixels = true, class F>
 HWY_INLINE void WithMeans(const BoxDivider& divider, const F& f) {
   if constexpr (sizeof(T) == 1) {
     if (divider.narrow()) return f(NarrowMeans(divider));
     if (StepDivider::Fits(divider.window)) return f(StepMeans(divider));
+  } else if constexpr (pixels) {
+    if (NearDivider::Fits(divider.window)) return f(NearMeans(divider));
   }
   f(WideMeans<T>(divider));
 }
@@ -70,7 +72,7 @@ HWY_INLINE void WithMeans(const BoxDivider& divider, const F& f) {
 template <class T, class Means>
 void StartSums(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider) {
   constexpr std::uint32_t kNothing[4] = {};
-  const auto start = Means::Start::Of(kNothing, divider.bias);
+  const auto start = Means::Start::Of(kNothing, Means::BiasOf(divider));
   for (std::int64_t x = 0; x < n; x += kStep<T>) start.Save(sums + x);
 }
 
@@ -78,7 +80,7 @@ template <class T, class Means>
 void AddRowTo(std::uint32_t* sums, const T* row, std::uint32_t times, std::int64_t n) {
   const auto add = [&](std::int64_t x, const auto& block) HWY_ATTR {
     auto sum = Means::Start::Load(sums + x);
-    sum.Add(Halves<T>::Of(block.Load(row + x)), times);
+    sum.Add(Means::Split::Of(block.Load(row + x)), times);
     sum.Save(sums + x);
   };
   std::int64_t x = 0;
@@ -93,10 +95,11 @@ void BeginSums(std::uint32_t* sums, std::int64_t n, const Means& means) {
 
 template <class T, class Means>
 void SlideSums(const BoxSlide<T>& slide, const Means& means) {
+  using Split = typename Means::Split;
   const auto one = [&](std::int64_t x, const auto& block) HWY_ATTR {
     Fetch(slide.ahead, x * static_cast<std::int64_t>(sizeof(T)));
     auto sums = Means::Sums::Load(slide.sums + x);
-    means.Add(sums, Halves<T>::Of(block.Load(slide.entering + x)) - Halves<T>::Of(block.Load(slide.leaving + x)));
+    means.Add(sums, Split::Of(block.Load(slide.entering + x)) - Split::Of(block.Load(slide.leaving + x)));
     sums.Save(slide.sums + x);
     block.Store(means.Of(sums), slide.out + x);
   };
@@ -107,6 +110,7 @@ void SlideSums(const BoxSlide<T>& slide, const Means& means) {
 
 template <class T, bool pixels, class Means>
 void RowSums(const BoxRow<T>& row, const BoxDivider& divider, const Means& means) {
+  using Split = typename Means::Split;
   using Start = typename Means::Start;
   using Sums = typename Means::Sums;
   constexpr std::int64_t kChannels = pixels ? 4 : 1;
@@ -117,15 +121,15 @@ void RowSums(const BoxRow<T>& row, const BoxDivider& divider, const Means& means
   Start around = Start::Of(kNothing, 0);
   const std::int64_t n_around = kChannels * (2 * row.reach + 1), n = kChannels * row.n;
   std::int64_t x = 0;
-  for (; x + kStep<T> <= n_around; x += kStep<T>) around.Add(Halves<T>::Of(WholeBlock<T>().Load(leaving + x)));
-  if (x < n_around) around.Add(Halves<T>::Of(LastBlock<T>{n_around - x}.Load(leaving + x)));
-  Sums last = means.Begin(runs.Total(around, Start::Of(row.more, divider.bias)));
+  for (; x + kStep<T> <= n_around; x += kStep<T>) around.Add(Split::Of(WholeBlock<T>().Load(leaving + x)));
+  if (x < n_around) around.Add(Split::Of(LastBlock<T>{n_around - x}.Load(leaving + x)));
+  Sums last = means.Begin(runs.Total(around, Start::Of(row.more, Means::BiasOf(divider))));
 
   const auto one = [&](std::int64_t at, const auto& block) HWY_ATTR {
     Fetch(row.ahead, at * static_cast<std::int64_t>(sizeof(T)));
     const hn::Vec<DValues<T> > in = WholeBlock<T>().Load(entering + at), gone = WholeBlock<T>().Load(leaving + at);
     Sums sums = last;
-    means.Add(sums, runs.Of(Halves<T>::Of(in) - Halves<T>::Of(gone)));
+    means.Add(sums, runs.Of(Split::Of(in) - Split::Of(gone)));
     last = runs.Last(sums);
     block.Store(means.Of(sums), row.out + at);
   };
@@ -151,7 +155,7 @@ void Slide(const BoxSlide<T>& slide, const BoxDivider& divider) {
 }
 template <class T, bool pixels>
 void Row(const BoxRow<T>& row, const BoxDivider& divider) {
-  WithMeans<T>(divider, [&](const auto& means) HWY_ATTR { RowSums<T, pixels>(row, divider, means); });
+  WithMeans<T, pixels>(divider, [&](const auto& means) HWY_ATTR { RowSums<T, pixels>(row, divider, means); });
 }
 // @}
 
