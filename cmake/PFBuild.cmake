@@ -28,6 +28,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # gcc 12 sees uninitialised and null values inside its own AVX-512 headers.
   target_compile_options(pf_build INTERFACE -Wno-maybe-uninitialized -Wno-uninitialized -Wno-null-dereference -Wno-psabi)
 endif()
+if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  # Bodies that serve vectors and plain numbers combine conditions by | and &; plain ones are bool.
+  target_compile_options(pf_build INTERFACE -Wno-bitwise-instead-of-logical)
+endif()
 if(PF_CHECKED)
   target_compile_definitions(pf_build INTERFACE PF_CHECKED=1)
 endif()

@@ -53,6 +53,8 @@ void AddColorSpaces(OperationTable& table) {
                      AddPainted(run, PF_HLStoRGB_Straight, PF_YIQtoRGB_Straight);
                      AddPainted(run, PF_HLStoRGB_Straight16, PF_YIQtoRGB_Straight16);
                      AddPainted(run, PF_HLStoRGB_StraightFloat, PF_YIQtoRGB_StraightFloat);
+                     run.results.AddBytes(PFp_G_fcd_table.data(), PFp_G_fcd_table.size());
+                     run.results.AddBytes(PFp_G_fcm_table.data(), PFp_G_fcm_table.size());
                      return PF_Err{PF_Err_NONE};
                    }});
 }

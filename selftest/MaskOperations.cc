@@ -13,7 +13,9 @@ constexpr std::int32_t kRows = 140;
 PF_Err WithMask(Trial& run, std::int32_t depth, const std::function<PF_Err(PF_UnoBuffer&)>& work) {
   PF_Err code = PF_Err_NONE;
   const PF_Err made = CodeOf([&] {
-    TestMask mask(depth, Between32(run.random, 1, 90), kRows, run.random);
+    const std::int32_t width = run.known() ? Between32(run.random, 1, 90) : AnySize(run, 0);
+    const std::int32_t height = AnySize(run, kRows);
+    TestMask mask(depth, width, height, run.random);
     code = work(*mask.record());
     run.results.Add(mask);
   });

@@ -15,8 +15,14 @@ namespace selftest {
 
 // What one run of an operation is given and gives back.
 struct Trial {
-  explicit Trial(std::uint64_t seed) : random(seed) {}
+  // The sizes that pictures have: small and known ones, at which polls are reached; any from 1 x 1 to a few hundred
+  // pixels, with sub-rectangles and any bits; or large ones, at which hosts share the work out.
+  enum Sizes { kKnown, kAny, kLarge };
+  explicit Trial(std::uint64_t seed, Sizes wanted = kKnown) : random(seed), sizes(wanted) {}
+  bool known() const { return sizes == kKnown; }
+
   Random random;
+  Sizes sizes;
   const PF_ProgressInfo* progress = nullptr;  // null: the operation is run without polling
   PF_InData* in = nullptr;                    // the same for iterations
   Hash results;
@@ -27,6 +33,8 @@ struct Operation {
   std::int32_t depth;  // of its destination; 0 when it has none
   bool polls;          // whether it polls a progress record, for pictures of at least 130 rows
   std::function<PF_Err(Trial&)> run;
+  bool refuses = false;  // whether it is about calls that are refused and reported
+  int cost = 1;          // how much longer than most it takes; it gets as many fewer seeds
 };
 
 const std::vector<Operation>& Operations();

@@ -51,9 +51,7 @@ void AddBlend(OperationTable& table, const char* name, decltype(&PF_Blend) blend
   for (const int depth : {8, 16, 32}) {
     table.push_back({At(name, depth), depth, false, [=](Trial& run) {
                        Picture first(run, depth);
-                       TestWorld second(depth, first.width(), first.height(), 4),
-                           out(depth, first.width(), first.height());
-                       second.Fill(run.random, AnyKind(run.random));
+                       Picture second = Picture::Like(run, first), out = Picture::Like(run, first);
                        const auto ratio = static_cast<std::int32_t>(Between(run.random, 1, 65535));
                        PF_Err code = blend(nullptr, first.record(), second.record(), ratio, out.record());
                        run.results.Add(out);
@@ -96,6 +94,7 @@ void AddPaintAndBlend(OperationTable& table) {
   AddSpots(table);
   AddLines(table);
   AddPixels(table);
+  AddBlend(table, "blend", &PF_Blend);
   AddBlend(table, "premultiplied blend", &PF_Blend_Premul);
   AddBlend(table, "straight blend", &PF_Blend_Straight);
 }

@@ -7,7 +7,14 @@ void AddLazyTiles(OperationTable& table) {
     table.push_back({At("lazy tiles of a copy", depth), depth, false, [=](Trial& run) {
                        Picture in(run, depth), out(run, depth);
                        const PF_Err code = CodeOf([&] {
-                         boost::scoped_ptr<PF_LazyOperator> op(new PF_LazyWorldCopyOperator(out.record(), in.record()));
+                         const PF_LazyWorldCopyOperator first(out.record(), out.record());
+                         PF_LazyWorldCopyOperator second(first);
+                         second.SetSourceWorld(in.record());
+                         auto* const copy = new PF_LazyWorldCopyOperator(out.record(), out.record());
+                         boost::scoped_ptr<PF_LazyOperator> op(copy);
+                         *copy = second;
+                         run.results.AddValue(copy->GetExtent().h);
+                         run.results.AddValue(copy->GetExtent().v);
                          PF_LazyTiles tiles(static_cast<std::int16_t>(Between(run.random, 1, 50)), &op);
                          tiles.SetOffset({-3, 2});
                          tiles.MakeValid({10, 5, 70, 20});

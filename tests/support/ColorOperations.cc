@@ -8,7 +8,6 @@
 namespace pftest {
 namespace {
 
-using selftest::AnyKind;
 using selftest::At;
 using selftest::OperationTable;
 using selftest::Picture;
@@ -23,9 +22,8 @@ T Need(T object) {
 void AddApply(OperationTable& table, int from, int to, bool preserve) {
   const std::string name = At("colour transform", from, to) + (preserve ? " with alpha" : "");
   table.push_back({name, to, true, [=](Trial& run) {
-                     Picture source(run, from), out(run, to);
-                     TestWorld destination(to, source.width(), source.height(), 16);
-                     destination.Fill(run.random, AnyKind(run.random));
+                     Picture source(run, from);
+                     Picture destination(run, to, source.width(), source.height());
                      return CodeOf([&] {
                        const std::unique_ptr<PF_World> in(Need(PF_World::NewReference(source.record())));
                        const std::unique_ptr<PF_World> result(Need(PF_World::NewReference(destination.record())));
