@@ -6,7 +6,6 @@
 #include "cor/Linearize.h"
 #include "cor/Profile.h"
 #include "file/KeyValueFile.h"
-#include "u/ThreadState.h"
 
 namespace pfhost {
 namespace {
@@ -24,23 +23,6 @@ std::vector<std::uint8_t> ReadFile(const char* path) {
   file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
   if (static_cast<std::uintmax_t>(file.gcount()) != size) Fail(XCE_ERR_FILE);
   return bytes;
-}
-
-const char* TextOf(U_Err status) {
-  switch (status) {
-    case XCE_ERR_BAD_PROFILE:
-      return "a colour profile is damaged or contradicts itself";
-    case XCE_ERR_NOT_RGB:
-      return "a colour profile describes something else than RGB or grey";
-    case XCE_ERR_UNKNOWN_CODE:
-      return "there is no standard colour profile of that code";
-    case XCE_ERR_NO_TRANSFORM:
-      return "no colour transform can be made between the profiles; one may lack the tables for its direction";
-    case XCE_ERR_FILE:
-      return "a colour profile's file cannot be read";
-    default:
-      return "the colour engine was called with a wrong parameter";
-  }
 }
 
 }  // namespace
@@ -87,13 +69,4 @@ U_Err COR_LinearizeProfile(const COR_XCE_Profile* profile, COR_XCE_ProfileRef* o
 U_Err COR_DescribeProfile(const COR_XCE_Profile* profile, COR_XCE_ProfileInfo* out) {
   if (out == nullptr) return XCE_ERR_BAD_PARAMETER;
   return pfhost::EngineCall([&] { *out = pfhost::OrDefault(profile).info; });
-}
-
-U_Err XCE_Error(U_Err status) {
-  if (status == 0 || status == XCE_ERR_ABSENT) return status;
-  if (status == 4) {
-    pfhost::ReportOutOfMemory("colour conversion");
-    return 4;
-  }
-  return pfhost::ReportText(pfhost::TextOf(status));
 }

@@ -1,5 +1,9 @@
 #include "u/ThreadState.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#endif
+
 #include <exception>
 #include <limits>
 #include <utility>
@@ -22,10 +26,35 @@ void Keep(ThreadState& thread, Report report) {
 
 }  // namespace
 
+#if defined(_WIN32)
+// A thread_local with a destructor would keep the module loaded until its thread ends. What stands in the system's own
+// slots goes with the thread or with the module, whichever goes first.
+namespace {
+
+struct Slot {
+  static void CALLBACK Release(void* state) { delete static_cast<ThreadState*>(state); }
+  Slot() : index(FlsAlloc(&Release)) {}
+  ~Slot() { FlsFree(index); }
+  const DWORD index;
+};
+
+}  // namespace
+
+ThreadState& CurrentThread() noexcept {
+  static const Slot slot;
+  auto* state = static_cast<ThreadState*>(FlsGetValue(slot.index));
+  if (state == nullptr) {
+    state = new ThreadState;
+    FlsSetValue(slot.index, state);
+  }
+  return *state;
+}
+#else
 ThreadState& CurrentThread() noexcept {
   static thread_local ThreadState state;
   return state;
 }
+#endif
 
 U_Err AddReport(std::uint32_t identifier, std::int32_t line, std::int32_t kind, const char* text,
                 U_Err error) noexcept {

@@ -1,11 +1,7 @@
-// The executor: worker threads of oneTBB in an arena of their own. The workers are asked to take part;
-// what they have not taken by the time the caller has finished its own share the caller does itself. So
-// a call never waits for a thread that is busy elsewhere, and makes progress when there is none at all.
+// The executor. Worker threads are asked to take part; what they have not taken by the time the caller has finished
+// its own share the caller does itself. So a call never waits for a thread that is busy elsewhere, and makes progress
+// when there is none at all.
 #include "vexcore/Executor.h"
-
-#include <oneapi/tbb/global_control.h>
-#include <oneapi/tbb/info.h>
-#include <oneapi/tbb/task_arena.h>
 
 #include <algorithm>
 #include <atomic>
@@ -15,12 +11,12 @@
 #include <exception>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <thread>
 #include <utility>
 
 #include "host/vexcore.h"
 #include "u/ThreadState.h"
+#include "vexcore/Workers.h"
 
 namespace pfhost {
 namespace {
@@ -59,16 +55,18 @@ class Call {
     const std::int32_t index = next_.fetch_add(1, std::memory_order_relaxed);
     if (index >= count_) return false;
     RunTask(*task_, index);
-    finished_.fetch_add(1, std::memory_order_acq_rel);
-    finished_.notify_all();
+    if (finished_.fetch_add(1, std::memory_order_acq_rel) + 1 == count_ - 1) {
+      const std::lock_guard lock(mutex_);
+      all_finished_.notify_all();
+    }
     return true;
   }
+  // Sleeps on a condition: waiting on the atomic itself loses wake-ups where libstdc++ 12 has no futex.
   void WaitForAll() {
-    WaitBriefly([this] { return finished_.load(std::memory_order_acquire) == count_ - 1; });
-    for (std::int32_t n = finished_.load(std::memory_order_acquire); n != count_ - 1;
-         n = finished_.load(std::memory_order_acquire)) {
-      finished_.wait(n, std::memory_order_acquire);
-    }
+    const auto come = [this] { return finished_.load(std::memory_order_acquire) == count_ - 1; };
+    if (WaitBriefly(come)) return;
+    std::unique_lock lock(mutex_);
+    all_finished_.wait(lock, come);
   }
 
  private:
@@ -76,6 +74,8 @@ class Call {
   const std::int32_t count_;
   std::atomic<std::int32_t> next_{1};  // index 0 is the calling thread's
   std::atomic<std::int32_t> finished_{0};
+  std::mutex mutex_;
+  std::condition_variable all_finished_;
 };
 
 class Executor {
@@ -103,8 +103,7 @@ class Executor {
   void Leave();
 
   std::int32_t threads_ = 1;
-  std::optional<oneapi::tbb::global_control> more_workers_;
-  std::optional<oneapi::tbb::task_arena> arena_;
+  Workers workers_;
   std::mutex mutex_;  // of what follows
   std::deque<std::shared_ptr<Call>> invitations_;
   std::atomic<std::size_t> open_invitations_{0};
@@ -118,14 +117,8 @@ Executor& TheExecutor() {
 }
 
 void Executor::Start(std::int32_t threads) {
+  if (threads > 1) workers_.Start(threads - 1);
   threads_ = threads;
-  if (threads == 1) return;
-  // The scheduler has one worker per further processor unless told that more are wanted.
-  if (threads > oneapi::tbb::info::default_concurrency()) {
-    more_workers_.emplace(oneapi::tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads));
-  }
-  arena_.emplace(threads - 1, 0u);
-  arena_->initialize();
 }
 
 void Executor::Stop() {
@@ -133,8 +126,7 @@ void Executor::Stop() {
     std::unique_lock lock(mutex_);
     guest_left_.wait(lock, [this] { return guests_ == 0; });
   }
-  arena_.reset();
-  more_workers_.reset();
+  workers_.Stop();
   threads_ = 1;
 }
 
@@ -160,7 +152,7 @@ void Executor::InviteWorkers(const std::shared_ptr<Call>& call) {
   for (std::int32_t worker = 1; worker < threads_; ++worker) {
     invitations_.push_back(call);
     try {
-      arena_->enqueue([] { TheExecutor().TakePart(); });
+      workers_.Enqueue([] { TheExecutor().TakePart(); });
     } catch (...) {
       invitations_.pop_back();
       open_invitations_.store(invitations_.size(), std::memory_order_release);
@@ -225,17 +217,3 @@ std::int32_t U_GetNumThreads() { return pfhost::TheExecutor().threads(); }
 void vexcore::ExecuteCPUBoundTaskOnAllProcessorsWithProcessorIndex(const boost::function<void(std::int32_t)>& task) {
   if (!task.empty()) pfhost::TheExecutor().Run(task);
 }
-
-#if defined(__SANITIZE_THREAD__)
-#define PFHOST_THREAD_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define PFHOST_THREAD_SANITIZER 1
-#endif
-#endif
-
-#if defined(PFHOST_THREAD_SANITIZER)
-// The scheduler's library is not instrumented: the life of its task objects, which its headers write and
-// read, looks like races. Only reports whose own access is in those headers are left out.
-extern "C" HOST_EXPORT const char* __tsan_default_suppressions() { return "race_top:oneapi/tbb/\n"; }
-#endif

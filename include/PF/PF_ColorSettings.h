@@ -104,7 +104,9 @@ class PF_EXPORT PF_ColorSettings {
   vexcore::Guid GetRenderGuid() const;
 
  private:
+#if defined(PF_BUILDING)  // a friend would lose its import
   friend void PFp_TransferColorSettings(const PF_ColorSettings* from, PF_ColorSettings* to);
+#endif
 
   float cachedGamma = 0;  // 0: not yet computed
   _t_XCE_ID profileId = {};

@@ -61,7 +61,8 @@ HOST_EXPORT U_Err PFhost_ThreadLastError();
 /// Tells which profile a display has. A display that nobody has told of is like the system's main one, and that is
 /// like the default working profile until something else is told. Forgotten when the host stops.
 /// \param display the caller's own reference to it; null: the system's main display.
-/// \param profile null, or an empty pointer, forgets what was told. \return 0 or 4.
+/// \param profile null, or an empty pointer, forgets what was told. \return 0, 4, or XCE_ERR_ABSENT when the host has
+///   been built without a colour engine.
 HOST_EXPORT U_Err PFhost_SetDisplayProfile(const void* display, const COR_XCE_ProfileRef* profile);
 
 /// How many bytes the media cache may keep; 512 MiB unless told otherwise. Items that were used least recently leave

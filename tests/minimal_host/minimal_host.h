@@ -1,4 +1,6 @@
 #pragma once
 
+#include "host/Export.h"
+
 // Blocks that the host has given out and not got back.
-extern int live_blocks;
+extern HOST_EXPORT int live_blocks;

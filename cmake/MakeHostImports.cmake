@@ -1,0 +1,20 @@
+# Writes a module definition of what OBJECTS (separated by |) take from the host, and an import library for it.
+string(REPLACE "|" ";" objects "${OBJECTS}")
+execute_process(COMMAND ${NM} --undefined-only --format=posix ${objects} OUTPUT_VARIABLE lines COMMAND_ERROR_IS_FATAL ANY)
+# The host's services carry the prefix of their library, in C or in C++.
+set(prefix "Up?|STR|BMp?|M|FILE|LIST|VXFX|PLUG|COR|XCE|MC|PREF|ALOG|RND")
+string(REGEX MATCHALL "(^|\n)((_Z(N|T[ISV])?[0-9]+)?(${prefix})_|_ZN7vexcore)[A-Za-z0-9_]*" names "${lines}")
+list(TRANSFORM names STRIP)
+# Data is looked up and not called: global variables, and what belongs to a class with virtual functions.
+set(exports "")
+foreach(name IN LISTS names)
+  if(name MATCHES "^[A-Z]+_G_|^_ZT")
+    string(APPEND name " DATA")
+  endif()
+  list(APPEND exports "  ${name}")
+endforeach()
+list(REMOVE_DUPLICATES exports)
+list(SORT exports)
+list(JOIN exports "\n" text)
+file(WRITE ${DEF} "LIBRARY \"${MODULE}\"\nEXPORTS\n${text}\n")
+execute_process(COMMAND ${DLLTOOL} --machine i386:x86-64 --input-def ${DEF} --output-lib ${IMPORT} COMMAND_ERROR_IS_FATAL ANY)
