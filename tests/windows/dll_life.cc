@@ -84,8 +84,8 @@ PF_Err Throw(void*, std::int32_t, std::int32_t, std::int32_t) { throw std::runti
 void Work(HMODULE library, int round) {
   PF_EffectWorld world = {};
   Check(FIND(library, PF_NewEffectWorld)(nullptr, 300, 200, 8, 1, 0, &world) == 0, "a world", round);
-  Check(FIND(library, PF_Iterate)(nullptr, 0, 0, nullptr, nullptr, nullptr, PF_PixelFunc(&Paint), &world) == 0, "painted",
-        round);
+  Check(FIND(library, PF_Iterate)(nullptr, 0, 0, nullptr, nullptr, nullptr, PF_PixelFunc(&Paint), &world) == 0,
+        "painted", round);
   const auto* row = static_cast<const PF_Pixel8*>(world.data) + 199 * (world.row_bytes / 4);
   Check(row[299].red == 299 % 256 && row[299].green == 199, "the last pixel is painted", round);
   Check(FIND(library, PF_DisposeEffectWorld)(nullptr, &world) == 0, "disposed", round);

@@ -45,8 +45,9 @@ TEST(NoEngine, TheLibraryGivesTheCodeAndReportsNothing) {
   PF_EffectWorld world;
   ASSERT_EQ(PF_NewEffectWorld(nullptr, 4, 4, 8, 1, 0, &world), 0);
   const std::unique_ptr<PF_World> object(PF_World::NewReference(&world));
-  EXPECT_EQ(PF_ConvertProfileToProfile(XCE_Profile_SRGB, XCE_Profile_REC2020, object.get(), object.get(), true, nullptr),
-            XCE_ERR_ABSENT);
+  EXPECT_EQ(
+      PF_ConvertProfileToProfile(XCE_Profile_SRGB, XCE_Profile_REC2020, object.get(), object.get(), true, nullptr),
+      XCE_ERR_ABSENT);
   EXPECT_EQ(PFhost_ReportCount(), 0);
   EXPECT_EQ(PF_DisposeEffectWorld(nullptr, &world), 0);
 }
