@@ -12,6 +12,7 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 
 #include "sample/BilinearTaps-inl.h"
@@ -28,7 +29,9 @@ inline constexpr std::int64_t kMaxPhases = 16;
 
 // Of a step that divides the pixel; 0 for any other.
 constexpr std::int64_t PhasesOf(std::int64_t step) {
-  return step <= 32768 && step >= 65536 / kMaxPhases && 65536 % step == 0 ? 65536 / step : 0;
+  const auto bits = static_cast<std::uint64_t>(step);
+  const bool divides = step <= 32768 && step >= 65536 / kMaxPhases && std::has_single_bit(bits);
+  return divides ? std::int64_t{65536} >> std::countr_zero(bits) : 0;
 }
 
 // As many samples as a block holds, from k on in block m, and as many again from each block behind it up

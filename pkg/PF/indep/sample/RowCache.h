@@ -2,6 +2,7 @@
 // along the row where that can be shared, and how the alphas of the pair compare.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -47,6 +48,7 @@ struct RowCache {
     std::int64_t classified;  // upper row of the classified pair + 2, or 0
     float alpha[2];           // by parity: that of all the row's pixels, if the same and above 0; 0; kUnknownAlpha
     std::int64_t asked_for;   // the last row that was asked for as a whole
+    bool shares_equal, shares_differing;  // whether these classes have enough tiles of the classified pair
   };
   static constexpr std::int64_t kOutside = -1;
   static constexpr float kUnknownAlpha = -1;
@@ -87,10 +89,7 @@ static_assert(sizeof(RowCache::Head) <= 64);
 
 // Fraction bits, 0..16, that the positions from `position` on in steps of `step` use.
 constexpr int FractionBits(std::int64_t position, std::int64_t step) {
-  const auto bits = static_cast<std::uint64_t>(position | step | 65536);
-  int zeros = 0;
-  while ((bits >> zeros & 1) == 0) ++zeros;
-  return 16 - zeros;
+  return 16 - std::countr_zero(static_cast<std::uint64_t>(position | step | 65536));
 }
 
 }  // namespace pf

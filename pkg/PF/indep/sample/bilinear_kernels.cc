@@ -62,22 +62,25 @@ class StraightRow {
   void Run() {
     const std::int64_t tiles = (inside_end_ + kTileBlocks - 1) / kTileBlocks;
     const AlphaClass* classes = Classify(tiles);
-    shares_equal_ = Shares(classes, tiles, AlphaClass::kEqual);
+    shares_equal_ = cache_.head().shares_equal;
     // An integral row may have integral positions, which follow another rule.
-    shares_differing_ = job_.fy != 0 && Shares(classes, tiles, AlphaClass::kDiffering);
+    shares_differing_ = job_.fy != 0 && cache_.head().shares_differing;
     // Kernels of equal alphas ask for it bit by bit.
     if (!shares_equal_) PrefetchRow(cache_, src_, window_, j_ + 2);
     const auto at = [this](std::int64_t block) { return job_.positions.FirstAt(block, n_); };
-    RunRange(AlphaClass::kClear, 0, 0, at(inside_begin_ - 1));
-    RunRange(AlphaClass::kMixed, 0, at(inside_begin_ - 1), at(inside_begin_));
-    for (std::int64_t tile = 0; tile < tiles;) {
+    const std::int64_t left = at(inside_begin_ - 1), begin = at(inside_begin_), end = at(inside_end_);
+    RunRange(AlphaClass::kClear, 0, 0, left);
+    RunRange(AlphaClass::kMixed, 0, left, begin);
+    for (std::int64_t tile = 0, k = begin; tile < tiles;) {
       const std::int64_t first = tile;
       while (tile < tiles && classes[tile] == classes[first]) ++tile;
-      const std::int64_t begin = std::max(first * kTileBlocks, inside_begin_);
-      RunRange(classes[first], begin, at(begin), at(std::min(tile * kTileBlocks, inside_end_)));
+      const std::int64_t next = tile == tiles ? end : at(std::min(tile * kTileBlocks, inside_end_));
+      RunRange(classes[first], std::max(first * kTileBlocks, inside_begin_), k, next);
+      k = next;
     }
-    RunRange(AlphaClass::kMixed, 0, at(inside_end_), at(inside_end_ + 1));
-    RunRange(AlphaClass::kClear, 0, at(inside_end_ + 1), n_);
+    const std::int64_t right = at(inside_end_ + 1);
+    RunRange(AlphaClass::kMixed, 0, end, right);
+    RunRange(AlphaClass::kClear, 0, right, n_);
   }
 
  private:
@@ -87,12 +90,20 @@ class StraightRow {
   // Blocks beside the world are clear, those across its edges mixed, so tiles are classified without them.
   const AlphaClass* Classify(std::int64_t tiles) {
     AlphaClass* classes = cache_.classes();
-    if (cache_.head().classified == j_ + 2) return classes;
-    cache_.head().classified = j_ + 2;
+    RowCache::Head& head = cache_.head();
+    if (head.classified == j_ + 2) return classes;
+    head.classified = j_ + 2;
+    ClassifyAnew(classes, tiles);
+    head.shares_equal = Shares(classes, tiles, AlphaClass::kEqual);
+    head.shares_differing = Shares(classes, tiles, AlphaClass::kDiffering);
+    return classes;
+  }
+
+  void ClassifyAnew(AlphaClass* classes, std::int64_t tiles) {
     const float alpha = AlphaOfRow(j_);
     if (alpha > 0 && alpha == AlphaOfRow(j_ + 1)) {
       std::fill_n(classes, tiles, AlphaClass::kEqual);
-      return classes;
+      return;
     }
     for (std::int64_t tile = 0; tile < tiles; ++tile) {
       const std::int64_t begin = std::max(tile * kTileBlocks, inside_begin_);
@@ -101,7 +112,6 @@ class StraightRow {
       if (begin >= end) continue;
       classes[tile] = ClassOf(job_.upper, job_.lower, HeldRow<P>::kPlanes, job_.stride, begin, end);
     }
-    return classes;
   }
 
   // That of all pixels of row j which are in the world, if it is the same and above 0; else 0.
