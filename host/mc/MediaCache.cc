@@ -8,7 +8,7 @@
 namespace pfhost {
 
 MC_StuffRef MediaCache::Find(const vexcore::Guid& key) {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   const auto found = by_key_.find(key);
   if (found == by_key_.end()) return {};
   entries_.splice(entries_.begin(), entries_, found->second);
@@ -17,7 +17,7 @@ MC_StuffRef MediaCache::Find(const vexcore::Guid& key) {
 
 MC_StuffRef MediaCache::File(const vexcore::Guid& key, const MC_StuffRef& item) {
   Left left;
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   const auto [place, is_new] = by_key_.try_emplace(key);
   if (is_new) {
     try {
@@ -37,7 +37,7 @@ MC_StuffRef MediaCache::File(const vexcore::Guid& key, const MC_StuffRef& item) 
 
 void MediaCache::Changed(const vexcore::Guid& key, const MC_Stuff* item) {
   Left left;
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   const auto entry = Lookup(key, item);
   if (entry == entries_.end()) return;
   bytes_ -= entry->bytes;
@@ -48,28 +48,28 @@ void MediaCache::Changed(const vexcore::Guid& key, const MC_Stuff* item) {
 
 void MediaCache::Remove(const vexcore::Guid& key, const MC_Stuff* item) {
   Left left;
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   const auto entry = Lookup(key, item);
   if (entry != entries_.end()) TakeOut(entry, left);
 }
 
 void MediaCache::SetBudget(std::uint64_t bytes) {
   Left left;
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   budget_ = bytes;
   Shrink(left);
 }
 
 void MediaCache::Clear() {
   Left left;
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   by_key_.clear();
   left.swap(entries_);
   bytes_ = 0;
 }
 
 std::uint64_t MediaCache::bytes() {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   return bytes_;
 }
 

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <list>
 #include <map>
-#include <mutex>
 
 #include "host/MC.h"
+#include "u/Locks.h"
 
 namespace pfhost {
 
@@ -35,7 +35,7 @@ class MediaCache {
   void TakeOut(Entries::iterator entry, Left& left);
   void Shrink(Left& left);
 
-  std::mutex mutex_;
+  Mutex mutex_;
   Entries entries_;
   std::map<vexcore::Guid, Entries::iterator> by_key_;
   std::uint64_t budget_ = std::uint64_t{512} << 20, bytes_ = 0;

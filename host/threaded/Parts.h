@@ -5,10 +5,10 @@
 #include <boost/core/ref.hpp>
 #include <cstdint>
 #include <limits>
-#include <mutex>
 
 #include "PF/PF_Errors.h"
 #include "host/vexcore.h"
+#include "u/Locks.h"
 
 namespace pfhost {
 
@@ -49,7 +49,7 @@ class PartRun {
   }
 
   void Fail(std::int64_t i, PF_Err code) {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard<std::mutex> lock(mutex_);
     stop_ = true;
     if (i >= failed_part_) return;
     failed_part_ = i;
@@ -62,7 +62,7 @@ class PartRun {
   std::atomic<std::int64_t> next_{0};
   std::atomic<bool> stop_{false};
   PF_Err poll_code_ = 0;
-  std::mutex mutex_;
+  Mutex mutex_;
   std::int64_t failed_part_ = std::numeric_limits<std::int64_t>::max();
   PF_Err failed_code_ = 0;
 };

@@ -6,15 +6,14 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <deque>
 #include <exception>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <utility>
 
 #include "host/vexcore.h"
+#include "u/Locks.h"
 #include "u/ThreadState.h"
 #include "vexcore/Workers.h"
 
@@ -56,7 +55,7 @@ class Call {
     if (index >= count_) return false;
     RunTask(*task_, index);
     if (finished_.fetch_add(1, std::memory_order_acq_rel) + 1 == count_ - 1) {
-      const std::lock_guard lock(mutex_);
+      const std::lock_guard<std::mutex> lock(mutex_);
       all_finished_.notify_all();
     }
     return true;
@@ -65,7 +64,7 @@ class Call {
   void WaitForAll() {
     const auto come = [this] { return finished_.load(std::memory_order_acquire) == count_ - 1; };
     if (WaitBriefly(come)) return;
-    std::unique_lock lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
     all_finished_.wait(lock, come);
   }
 
@@ -74,8 +73,8 @@ class Call {
   const std::int32_t count_;
   std::atomic<std::int32_t> next_{1};  // index 0 is the calling thread's
   std::atomic<std::int32_t> finished_{0};
-  std::mutex mutex_;
-  std::condition_variable all_finished_;
+  Mutex mutex_;
+  Condition all_finished_;
 };
 
 class Executor {
@@ -104,11 +103,11 @@ class Executor {
 
   std::int32_t threads_ = 1;
   Workers workers_;
-  std::mutex mutex_;  // of what follows
+  Mutex mutex_;  // of what follows
   std::deque<std::shared_ptr<Call>> invitations_;
   std::atomic<std::size_t> open_invitations_{0};
   std::int32_t guests_ = 0;  // workers that have been invited and have not left yet
-  std::condition_variable guest_left_;
+  Condition guest_left_;
 };
 
 Executor& TheExecutor() {
@@ -123,7 +122,7 @@ void Executor::Start(std::int32_t threads) {
 
 void Executor::Stop() {
   {
-    std::unique_lock lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
     guest_left_.wait(lock, [this] { return guests_ == 0; });
   }
   workers_.Stop();
@@ -148,7 +147,7 @@ bool Executor::RunOnThreads(const Task& task) {
 // The call is handed over under a lock of our own rather than inside the scheduler's task, so that tools
 // which cannot look into the scheduler see the order.
 void Executor::InviteWorkers(const std::shared_ptr<Call>& call) {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   for (std::int32_t worker = 1; worker < threads_; ++worker) {
     invitations_.push_back(call);
     try {
@@ -169,7 +168,7 @@ void Executor::TakePart() {
 }
 
 std::shared_ptr<Call> Executor::AcceptInvitation() {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   if (invitations_.empty()) return nullptr;
   std::shared_ptr<Call> call = std::move(invitations_.front());
   invitations_.pop_front();
@@ -187,7 +186,7 @@ std::shared_ptr<Call> Executor::AwaitInvitation() {
 }
 
 void Executor::Leave() {
-  const std::lock_guard lock(mutex_);
+  const std::lock_guard<std::mutex> lock(mutex_);
   if (--guests_ == 0) guest_left_.notify_all();
 }
 

@@ -1,11 +1,10 @@
 // Worker threads of the standard library: they begin with the host and have ended when it has stopped.
-#include <condition_variable>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
+#include "u/Locks.h"
 #include "vexcore/Workers.h"
 
 namespace pfhost {
@@ -13,14 +12,14 @@ namespace pfhost {
 struct Crew {
   ~Crew() {
     {
-      const std::lock_guard lock(mutex);
+      const std::lock_guard<std::mutex> lock(mutex);
       stopping = true;
     }
     something_new.notify_all();
     for (std::thread& thread : threads) thread.join();
   }
   void Serve() {
-    std::unique_lock lock(mutex);
+    std::unique_lock<std::mutex> lock(mutex);
     for (;;) {
       something_new.wait(lock, [this] { return stopping || !waiting.empty(); });
       if (waiting.empty()) return;
@@ -32,8 +31,8 @@ struct Crew {
     }
   }
 
-  std::mutex mutex;
-  std::condition_variable something_new;
+  Mutex mutex;
+  Condition something_new;
   std::deque<void (*)()> waiting;
   bool stopping = false;
   std::vector<std::thread> threads;
@@ -53,7 +52,7 @@ void Workers::Stop() noexcept {
 
 void Workers::Enqueue(void (*work)()) {
   {
-    const std::lock_guard lock(crew_->mutex);
+    const std::lock_guard<std::mutex> lock(crew_->mutex);
     crew_->waiting.push_back(work);
   }
   crew_->something_new.notify_one();

@@ -24,6 +24,14 @@ class SharedMotion {
     kAlone     // this thread is computing it already, further up its stack
   };
 
+#if defined(__MINGW32__)
+  // libstdc++ keeps what winpthreads made for these.
+  ~SharedMotion() {
+    pthread_cond_destroy(changed_.native_handle());
+    pthread_mutex_destroy(mutex_.native_handle());
+  }
+#endif
+
   // Waits while another thread computes. Throws 517 when the waiting thread is asked to stop.
   Turn WaitForTurn(const Interrupt& interrupt);
   void Publish(std::unique_ptr<PairMotion> motion);
