@@ -253,8 +253,12 @@ class NearMeans {
   using DI = hn::RebindToSigned<D32>;
   static_assert(PF_MAX_CHAN16 == NearDivider::kCentre, "what is larger is 0 and more before the centre is added");
 
+  // In a float of this size the last bit counts 1, so adding it rounds to the nearest integer; conversions would also
+  // take care of what does not fit.
   HWY_INLINE hn::Vec<DI> Mean(hn::Vec<D32> sums) const {
-    return hn::NearestInt(hn::Mul(hn::ConvertTo(DF(), hn::BitCast(DI(), sums)), inverse_));
+    const auto large = hn::Set(DF(), 0x1.8p23f);
+    const auto mean = hn::Add(hn::Mul(hn::ConvertTo(DF(), hn::BitCast(DI(), sums)), inverse_), large);
+    return hn::Sub(hn::BitCast(DI(), mean), hn::BitCast(DI(), large));
   }
 
   hn::Vec<DF> inverse_;
