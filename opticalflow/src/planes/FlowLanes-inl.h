@@ -9,6 +9,7 @@
 #include <hwy/highway.h>
 
 #include "planes/MotionKernels.h"
+#include "simd/ConvertDepth-inl.h"
 #include "simd/Lanes-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -34,7 +35,7 @@ HWY_INLINE F Fetch(const FloatPlane& plane, F at_x, F at_y) {
   const auto last_column = hn::Set(di, plane.width - 1), last_row = hn::Set(di, plane.height - 1);
   const F x = Max(Min(at_x, F(hn::ConvertTo(DF(), last_column))), F(0.0));
   const F y = Max(Min(at_y, F(hn::ConvertTo(DF(), last_row))), F(0.0));
-  const auto column = hn::ConvertTo(di, x.v), row = hn::ConvertTo(di, y.v);
+  const auto column = TruncateToInt32(x.v), row = TruncateToInt32(y.v);
   const F a = x - F(hn::ConvertTo(DF(), column)), b = y - F(hn::ConvertTo(DF(), row));
   const auto one = hn::Set(di, 1), stride = hn::Set(di, static_cast<std::int32_t>(plane.stride));
   const auto right = hn::Min(hn::Add(column, one), last_column), below = hn::Min(hn::Add(row, one), last_row);

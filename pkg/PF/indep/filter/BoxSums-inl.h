@@ -14,6 +14,7 @@
 
 #include "PF/PF_Types.h"
 #include "filter/BoxDivider.h"
+#include "simd/Saturate-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace pf {
@@ -253,12 +254,8 @@ class NearMeans {
   using DI = hn::RebindToSigned<D32>;
   static_assert(PF_MAX_CHAN16 == NearDivider::kCentre, "what is larger is 0 and more before the centre is added");
 
-  // In a float of this size the last bit counts 1, so adding it rounds to the nearest integer; conversions would also
-  // take care of what does not fit.
   HWY_INLINE hn::Vec<DI> Mean(hn::Vec<D32> sums) const {
-    const auto large = hn::Set(DF(), 0x1.8p23f);
-    const auto mean = hn::Add(hn::Mul(hn::ConvertTo(DF(), hn::BitCast(DI(), sums)), inverse_), large);
-    return hn::Sub(hn::BitCast(DI(), mean), hn::BitCast(DI(), large));
+    return RoundToInt32(hn::Mul(hn::ConvertTo(DF(), hn::BitCast(DI(), sums)), inverse_));
   }
 
   hn::Vec<DF> inverse_;
