@@ -99,8 +99,6 @@ const Row* FindRow(const Results& results, const Row& like) {
   return nullptr;
 }
 
-std::string Hex(std::uint32_t value) { return Hash128{0, value}.Text().substr(24); }
-
 }  // namespace
 
 std::vector<std::string> TargetsHere() {
@@ -166,27 +164,6 @@ bool FindDifference(const Results& expected, const Results& got, Difference* fir
 bool AsExpected(const Results& expected, const Row& row) {
   const Row* want = FindRow(expected, row);
   return want != nullptr && want->hash == row.hash;
-}
-
-std::string LastLine(const Results& results, std::int32_t version) {
-  return "all " + results.all.Text() + " (" + std::to_string(results.rows.size()) + " operations, version " +
-         std::to_string(version) + ")";
-}
-
-std::string ExpectedText(const Results& results) {
-  const Expected& known = ExpectedResults();
-  const std::int32_t version = known.version + (results.all == known.results.all ? 0 : 1);
-  std::string text =
-      "// What the self-test gives, written by itself: pf-selftest --write-expected FILE. Its version and hash stand "
-      "in\n"
-      "// CHANGELOG.md. Operation, depth, hash, and 32 bits for each seed.\n";
-  text += "VERSION(" + std::to_string(version) + ", \"" + results.all.Text() + "\")\n";
-  for (const Row& row : results.rows) {
-    text += "ROW(\"" + row.name + "\", " + std::to_string(row.depth) + ", \"" + row.hash.Text() + "\", \"";
-    for (const std::uint32_t seed : row.seeds) text += Hex(seed);
-    text += "\")\n";
-  }
-  return text;
 }
 
 }  // namespace selftest

@@ -28,6 +28,8 @@ struct Expected {
 };
 // What stands in the tree (Expected.inc).
 const Expected& ExpectedResults();
+// What a text as of ExpectedText tells. Throws std::invalid_argument for any other text.
+Expected ReadExpected(const std::string& text);
 
 // How the library is started for a run.
 struct RunOptions {
@@ -57,10 +59,13 @@ bool FindDifference(const Results& expected, const Results& got, Difference* fir
 // Whether a row is as expected.
 bool AsExpected(const Results& expected, const Row& row);
 
-// "all HASH (N operations, version V)"
-std::string LastLine(const Results& results, std::int32_t version);
-
-// The text of Expected.inc for these results: the version counts up when they are not the expected ones.
+// The text of Expected.inc for these results: the version counts up when they are not those of the tree.
 std::string ExpectedText(const Results& results);
+
+// The report of a run, line by line.
+std::string FirstLine();
+std::string LineOf(const Row& row, bool as_expected);
+std::string OutsideLine();                                           // what no operation is about
+std::string LastLine(const Results& results, std::int32_t version);  // the one line to compare
 
 }  // namespace selftest

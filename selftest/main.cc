@@ -50,12 +50,6 @@ bool Read(int argc, char** argv, Wish* wish) {
   return true;
 }
 
-void Print(const selftest::Row& row) {
-  const bool same = selftest::AsExpected(selftest::ExpectedResults().results, row);
-  std::printf("%-44s %2d %3d  %s  %s\n", row.name.c_str(), static_cast<int>(row.depth),
-              static_cast<int>(row.seeds.size()), row.hash.Text().c_str(), same ? "ok" : "differs");
-}
-
 int Write(const std::string& path, const selftest::Results& results) {
   const std::string text = selftest::ExpectedText(results);
   std::FILE* file = std::fopen(path.c_str(), "wb");
@@ -69,12 +63,13 @@ int Write(const std::string& path, const selftest::Results& results) {
 
 int Test(const Wish& wish) {
   const selftest::Expected& expected = selftest::ExpectedResults();
-  if (!wish.quiet) std::printf("%-44s %2s %3s  %-32s\n", "operation", "depth", "seeds", "hash");
+  const auto print = [](const std::string& line) { std::fputs(line.c_str(), stdout); };
+  if (!wish.quiet) print(selftest::FirstLine());
   const selftest::Results results = selftest::Run(selftest::Operations(), wish.run, [&](const selftest::Row& row) {
-    if (!wish.quiet) Print(row);
+    if (!wish.quiet) print(selftest::LineOf(row, selftest::AsExpected(expected.results, row)));
   });
-  if (!wish.quiet) std::printf("outside: what the host's colour engine converts (docs/exactness.md)\n");
-  std::printf("%s\n", selftest::LastLine(results, expected.version).c_str());
+  if (!wish.quiet) print(selftest::OutsideLine());
+  print(selftest::LastLine(results, expected.version));
   std::fflush(stdout);
   if (!wish.write.empty()) return Write(wish.write, results);
   selftest::Difference first;

@@ -10,7 +10,7 @@
 namespace pftool {
 
 const ExitCodeText kExitCodeTexts[] = {{0, "done"},
-                                       {1, "a comparison found a difference above its limit"},
+                                       {1, "a comparison found a difference above its limit, or the self-test any"},
                                        {64, "the command line asks for something that cannot be"},
                                        {65, "a picture is damaged, or has a form that cannot be used"},
                                        {66, "an input does not exist or cannot be opened"},

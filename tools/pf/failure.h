@@ -12,7 +12,7 @@ namespace pftool {
 /// or SIGHUP ended returns 128 plus the signal's number.
 enum class ExitCode : int {
   kDone = 0,
-  kDiffers = 1,        ///< a comparison found a difference above its limit
+  kDiffers = 1,        ///< a comparison found a difference above its limit, or the self-test any
   kUsage = 64,         ///< the command line asks for something that cannot be
   kBadData = 65,       ///< a picture cannot be used
   kNoInput = 66,       ///< an input does not exist or cannot be opened

@@ -89,6 +89,7 @@ Verb MaskBlurVerb();
 Verb MaskApplyVerb();
 Verb PaintVerb();
 Verb SheetVerb();
+Verb SelftestVerb();
 Verb HelpVerb();
 Verb CompletionVerb();
 Verb ManVerb();

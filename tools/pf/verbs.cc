@@ -7,10 +7,10 @@ namespace pftool {
 
 const std::vector<Verb>& Verbs() {
   static const std::vector<Verb> verbs = {
-      InfoVerb(),     ConvertVerb(),     ScaleVerb(),      BlurVerb(),      FadeVerb(),     RetimeVerb(),
-      BlendVerb(),    ModesVerb(),       ExplainVerb(),    GalleryVerb(),   MaskMakeVerb(), MaskInvertVerb(),
-      MaskFadeVerb(), MaskCombineVerb(), MaskBlurVerb(),   MaskApplyVerb(), PaintVerb(),    CompareVerb(),
-      SheetVerb(),    HelpVerb(),        CompletionVerb(), ManVerb()};
+      InfoVerb(),     ConvertVerb(),     ScaleVerb(),    BlurVerb(),       FadeVerb(),     RetimeVerb(),
+      BlendVerb(),    ModesVerb(),       ExplainVerb(),  GalleryVerb(),    MaskMakeVerb(), MaskInvertVerb(),
+      MaskFadeVerb(), MaskCombineVerb(), MaskBlurVerb(), MaskApplyVerb(),  PaintVerb(),    CompareVerb(),
+      SheetVerb(),    SelftestVerb(),    HelpVerb(),     CompletionVerb(), ManVerb()};
   return verbs;
 }
 
