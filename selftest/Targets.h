@@ -15,7 +15,7 @@ struct Target {
 // From the narrowest to the widest.
 inline constexpr Target kTargets[] = {
     {"portable", 0},
-    {"sse2", U_CPU_VECTOR},
+    {"baseline", U_CPU_VECTOR},  // vector code for any processor
     {"ssse3", U_CPU_VECTOR | U_CPU_SSSE3},
     {"sse4", U_CPU_VECTOR | U_CPU_SSSE3 | U_CPU_SSE4},
     {"avx2", U_CPU_VECTOR | U_CPU_SSSE3 | U_CPU_SSE4 | U_CPU_AVX2},

@@ -97,7 +97,7 @@ Action Setup(CLI::App& app) {
   auto wish = std::make_shared<Wish>();
   app.add_option("--target", wish->run.target, "Widest vector target to use; all give the same")
       ->check(OneOf(TargetNames()))
-      ->type_name("portable|sse2|ssse3|sse4|avx2|avx3|avx3_dl");
+      ->type_name("portable|baseline|ssse3|sse4|avx2|avx3|avx3_dl");
   app.add_option("--threads", wish->run.threads, "Threads to use; 0 = one per processor. Results do not depend on it")
       ->check(CLI::Range(0, 1024))
       ->type_name("N");
