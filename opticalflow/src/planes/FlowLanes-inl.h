@@ -71,10 +71,10 @@ struct Four {
     HWY_ALIGN const float lanes[4] = {a, b, c, d};
     v = hn::Load(D4(), lanes);
   }
-  friend HWY_INLINE Four operator+(Four a, Four b) { return Four(hn::Add(a.v, b.v)); }
-  friend HWY_INLINE Four operator-(Four a, Four b) { return Four(hn::Sub(a.v, b.v)); }
-  friend HWY_INLINE Four operator*(Four a, Four b) { return Four(hn::Mul(a.v, b.v)); }
 };
+HWY_INLINE Four operator+(Four a, Four b) { return Four(hn::Add(a.v, b.v)); }
+HWY_INLINE Four operator-(Four a, Four b) { return Four(hn::Sub(a.v, b.v)); }
+HWY_INLINE Four operator*(Four a, Four b) { return Four(hn::Mul(a.v, b.v)); }
 HWY_INLINE Four LoadFour(const float* p) { return Four(hn::LoadU(D4(), p)); }
 HWY_INLINE void StoreFour(Four a, float* p) { hn::StoreU(a.v, D4(), p); }
 HWY_INLINE Four SmallerOf(Four a, Four b) { return Four(Min(Lanes<D4>(a.v), Lanes<D4>(b.v)).v); }
@@ -102,25 +102,25 @@ struct Eight {
     const V8 l = op(a.low, b.low);
     return kWhole ? Eight(l, l) : Eight(l, op(a.high, b.high));
   }
-  friend HWY_INLINE Eight operator+(Eight a, Eight b) {
-    return Each(a, b, [](V8 x, V8 y) { return hn::Add(x, y); });
-  }
-  friend HWY_INLINE Eight operator-(Eight a, Eight b) {
-    return Each(a, b, [](V8 x, V8 y) { return hn::Sub(x, y); });
-  }
-  friend HWY_INLINE Eight operator*(Eight a, Eight b) {
-    return Each(a, b, [](V8 x, V8 y) { return hn::Mul(x, y); });
-  }
-  friend HWY_INLINE Eight operator/(Eight a, Eight b) {
-    return Each(a, b, [](V8 x, V8 y) { return hn::Div(x, y); });
-  }
-  friend HWY_INLINE Eight LargerOf(Eight a, Eight b) {
-    return Each(a, b, [](V8 x, V8 y) { return Max(Lanes<D8>(x), Lanes<D8>(y)).v; });
-  }
-  friend HWY_INLINE Eight Magnitude(Eight a) {
-    return Each(a, a, [](V8 x, V8) { return hn::Abs(x); });
-  }
 };
+HWY_INLINE Eight operator+(Eight a, Eight b) {
+  return Eight::Each(a, b, [](V8 x, V8 y) { return hn::Add(x, y); });
+}
+HWY_INLINE Eight operator-(Eight a, Eight b) {
+  return Eight::Each(a, b, [](V8 x, V8 y) { return hn::Sub(x, y); });
+}
+HWY_INLINE Eight operator*(Eight a, Eight b) {
+  return Eight::Each(a, b, [](V8 x, V8 y) { return hn::Mul(x, y); });
+}
+HWY_INLINE Eight operator/(Eight a, Eight b) {
+  return Eight::Each(a, b, [](V8 x, V8 y) { return hn::Div(x, y); });
+}
+HWY_INLINE Eight LargerOf(Eight a, Eight b) {
+  return Eight::Each(a, b, [](V8 x, V8 y) { return Max(Lanes<D8>(x), Lanes<D8>(y)).v; });
+}
+HWY_INLINE Eight Magnitude(Eight a) {
+  return Eight::Each(a, a, [](V8 x, V8) { return hn::Abs(x); });
+}
 HWY_INLINE Eight LoadEight(const float* p) {
   const V8 low = hn::LoadU(D8(), p);
   return kWhole ? Eight(low, low) : Eight(low, hn::LoadU(D8(), p + 4));

@@ -40,9 +40,15 @@ struct Halves {
     const auto wide = hn::BitCast(d, values);
     return {hn::And(wide, hn::Set(d, static_cast<T>(~T{0}))), hn::ShiftRight<8 * sizeof(T)>(wide)};
   }
-  friend HWY_INLINE Halves operator+(Halves a, Halves b) { return {hn::Add(a.even, b.even), hn::Add(a.odd, b.odd)}; }
-  friend HWY_INLINE Halves operator-(Halves a, Halves b) { return {hn::Sub(a.even, b.even), hn::Sub(a.odd, b.odd)}; }
 };
+template <class T>
+HWY_INLINE Halves<T> operator+(Halves<T> a, Halves<T> b) {
+  return {hn::Add(a.even, b.even), hn::Add(a.odd, b.odd)};
+}
+template <class T>
+HWY_INLINE Halves<T> operator-(Halves<T> a, Halves<T> b) {
+  return {hn::Sub(a.even, b.even), hn::Sub(a.odd, b.odd)};
+}
 
 // Sums that fit lanes of twice the values' size.
 template <class T>
@@ -85,13 +91,13 @@ struct PixelHalves {
     return {hn::BitCast(D32(), hn::InterleaveLower(d, values, hn::Zero(d))),
             hn::BitCast(D32(), hn::InterleaveUpper(d, values, hn::Zero(d)))};
   }
-  friend HWY_INLINE PixelHalves operator+(PixelHalves a, PixelHalves b) {
-    return {hn::Add(a.lower, b.lower), hn::Add(a.upper, b.upper)};
-  }
-  friend HWY_INLINE PixelHalves operator-(PixelHalves a, PixelHalves b) {
-    return {hn::Sub(a.lower, b.lower), hn::Sub(a.upper, b.upper)};
-  }
 };
+HWY_INLINE PixelHalves operator+(PixelHalves a, PixelHalves b) {
+  return {hn::Add(a.lower, b.lower), hn::Add(a.upper, b.upper)};
+}
+HWY_INLINE PixelHalves operator-(PixelHalves a, PixelHalves b) {
+  return {hn::Sub(a.lower, b.lower), hn::Sub(a.upper, b.upper)};
+}
 
 // Their sums.
 struct PixelSums {

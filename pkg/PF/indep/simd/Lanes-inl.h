@@ -19,10 +19,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 template <class D>
 struct LaneMask {
   hn::Mask<D> m;
-
-  friend HWY_INLINE LaneMask operator&(LaneMask a, LaneMask b) { return {hn::And(a.m, b.m)}; }
-  friend HWY_INLINE LaneMask operator|(LaneMask a, LaneMask b) { return {hn::Or(a.m, b.m)}; }
-  friend HWY_INLINE LaneMask operator!(LaneMask a) { return {hn::Not(a.m)}; }
 };
 
 template <class D>
@@ -34,17 +30,57 @@ struct Lanes {
   Lanes() = default;
   HWY_INLINE explicit Lanes(hn::Vec<D> vector) : v(vector) {}
   HWY_INLINE explicit Lanes(double constant) : v(hn::Set(D(), static_cast<T>(constant))) {}
-
-  friend HWY_INLINE Lanes operator+(Lanes a, Lanes b) { return Lanes(hn::Add(a.v, b.v)); }
-  friend HWY_INLINE Lanes operator-(Lanes a, Lanes b) { return Lanes(hn::Sub(a.v, b.v)); }
-  friend HWY_INLINE Lanes operator*(Lanes a, Lanes b) { return Lanes(hn::Mul(a.v, b.v)); }
-  friend HWY_INLINE Lanes operator/(Lanes a, Lanes b) { return Lanes(hn::Div(a.v, b.v)); }
-  friend HWY_INLINE M operator==(Lanes a, Lanes b) { return {hn::Eq(a.v, b.v)}; }
-  friend HWY_INLINE M operator<(Lanes a, Lanes b) { return {hn::Lt(a.v, b.v)}; }
-  friend HWY_INLINE M operator>(Lanes a, Lanes b) { return {hn::Gt(a.v, b.v)}; }
-  friend HWY_INLINE M operator<=(Lanes a, Lanes b) { return {hn::Le(a.v, b.v)}; }
-  friend HWY_INLINE M operator>=(Lanes a, Lanes b) { return {hn::Ge(a.v, b.v)}; }
 };
+
+// Not friends inside their classes: gcc forgets the target of those, which shows where nothing is inlined.
+template <class D>
+HWY_INLINE LaneMask<D> operator&(LaneMask<D> a, LaneMask<D> b) {
+  return {hn::And(a.m, b.m)};
+}
+template <class D>
+HWY_INLINE LaneMask<D> operator|(LaneMask<D> a, LaneMask<D> b) {
+  return {hn::Or(a.m, b.m)};
+}
+template <class D>
+HWY_INLINE LaneMask<D> operator!(LaneMask<D> a) {
+  return {hn::Not(a.m)};
+}
+template <class D>
+HWY_INLINE Lanes<D> operator+(Lanes<D> a, Lanes<D> b) {
+  return Lanes<D>(hn::Add(a.v, b.v));
+}
+template <class D>
+HWY_INLINE Lanes<D> operator-(Lanes<D> a, Lanes<D> b) {
+  return Lanes<D>(hn::Sub(a.v, b.v));
+}
+template <class D>
+HWY_INLINE Lanes<D> operator*(Lanes<D> a, Lanes<D> b) {
+  return Lanes<D>(hn::Mul(a.v, b.v));
+}
+template <class D>
+HWY_INLINE Lanes<D> operator/(Lanes<D> a, Lanes<D> b) {
+  return Lanes<D>(hn::Div(a.v, b.v));
+}
+template <class D>
+HWY_INLINE LaneMask<D> operator==(Lanes<D> a, Lanes<D> b) {
+  return {hn::Eq(a.v, b.v)};
+}
+template <class D>
+HWY_INLINE LaneMask<D> operator<(Lanes<D> a, Lanes<D> b) {
+  return {hn::Lt(a.v, b.v)};
+}
+template <class D>
+HWY_INLINE LaneMask<D> operator>(Lanes<D> a, Lanes<D> b) {
+  return {hn::Gt(a.v, b.v)};
+}
+template <class D>
+HWY_INLINE LaneMask<D> operator<=(Lanes<D> a, Lanes<D> b) {
+  return {hn::Le(a.v, b.v)};
+}
+template <class D>
+HWY_INLINE LaneMask<D> operator>=(Lanes<D> a, Lanes<D> b) {
+  return {hn::Ge(a.v, b.v)};
+}
 
 template <class D>
 HWY_INLINE Lanes<D> Select(LaneMask<D> condition, Lanes<D> yes, Lanes<D> no) {

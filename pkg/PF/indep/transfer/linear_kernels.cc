@@ -110,8 +110,10 @@ struct Light<PF_Pixel8> {
   using ToLinear = ToLinear8;
   Pixels<PF_Pixel16> deep = {};
   Pixels<PF_Pixel8> shallow = {};
-  Pixels<PF_Pixel16>::Indices in_order = InOrder();
+  Pixels<PF_Pixel16>::Indices in_order;
 
+  // Written out: gcc forgets the target of constructors that it makes itself.
+  HWY_INLINE Light() : in_order(InOrder()) {}
   // The inverse of the order of 16-bit pixels.
   static Pixels<PF_Pixel16>::Indices InOrder() {
     HWY_ALIGN std::int32_t lanes[hn::MaxLanes(D32())];
