@@ -1,26 +1,20 @@
 #include <memory>
 
-#include "PF/PF_Filters.h"
+#include "PF/PF_Worlds.h"
+#include "selftest/BlurWish.h"
 #include "selftest/OperationTable.h"
 
 namespace selftest {
-namespace {
 
-struct BlurWish {
-  bool box = false;
-  float radius = 0;
-  std::int32_t flags = 0;
-  bool src_columns = false, dst_columns = false;
-  bool straight = false;
-};
-
-PF_Err CallBlur(TestWorld& src, TestWorld& dst, const BlurWish& wish, const PF_ProgressInfo* progress = nullptr) {
+PF_Err CallBlur(TestWorld& src, TestWorld& dst, const BlurWish& wish, const PF_ProgressInfo* progress) {
   const std::unique_ptr<PF_World> from(PF_World::NewReference(src.record())), to(PF_World::NewReference(dst.record()));
   if (from == nullptr || to == nullptr) return PF_Err_OUT_OF_MEMORY;
   const auto blur = wish.box ? &PF_BoxBlur1D : &PF_GaussianBlur1D;
   return blur(from.get(), to.get(), wish.radius, wish.flags, wish.src_columns ? 1 : 0, wish.dst_columns ? 1 : 0,
               wish.straight ? 1 : 0, progress);
 }
+
+namespace {
 
 // A quarter of them whole, a few beyond any picture.
 float AnyRadius(Trial& run, float known) {

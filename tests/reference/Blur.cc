@@ -140,14 +140,6 @@ std::string TextOf(const BlurError& error) {
   return text;
 }
 
-PF_Err CallBlur(TestWorld& src, TestWorld& dst, const BlurWish& wish, const PF_ProgressInfo* progress) {
-  const std::unique_ptr<PF_World> from(PF_World::NewReference(src.record())), to(PF_World::NewReference(dst.record()));
-  if (from == nullptr || to == nullptr) return PF_Err_OUT_OF_MEMORY;
-  const auto blur = wish.box ? &PF_BoxBlur1D : &PF_GaussianBlur1D;
-  return blur(from.get(), to.get(), wish.radius, wish.flags, wish.src_columns ? 1 : 0, wish.dst_columns ? 1 : 0,
-              wish.straight ? 1 : 0, progress);
-}
-
 BlurError WorstBlurError(const TestWorld& src, const TestWorld& dst, const BlurWish& wish, std::int64_t stride) {
   return pf::DispatchDepth(
       src.depth(), [&]<class P>(P) { return Comparison<P>(src, dst, wish).Worst(stride); }, [] { return BlurError{}; });

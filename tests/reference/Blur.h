@@ -4,24 +4,18 @@
 #include <cstdint>
 #include <string>
 
+#include "selftest/BlurWish.h"
 #include "support/Worlds.h"
 
 namespace pftest {
 
 // What is asked of a blur.
-struct BlurWish {
-  bool box = false;
-  float radius = 0;
-  std::int32_t flags = 0;
-  bool src_columns = false, dst_columns = false;
-  bool straight = false;
-
+struct BlurWish : selftest::BlurWish {
   std::int64_t Reach() const;
 };
 std::string TextOf(const BlurWish& wish);
 
-// The exported routine on two records.
-PF_Err CallBlur(TestWorld& src, TestWorld& dst, const BlurWish& wish, const PF_ProgressInfo* progress = nullptr);
+using selftest::CallBlur;
 
 // The largest difference of a result from the reference, and where it is.
 //

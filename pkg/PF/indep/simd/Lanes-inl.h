@@ -24,7 +24,6 @@ struct LaneMask {
 template <class D>
 struct Lanes {
   using T = hn::TFromD<D>;
-  using M = LaneMask<D>;
   hn::Vec<D> v;
 
   Lanes() = default;
