@@ -1,7 +1,9 @@
 // Qt's QImage::scaled and QPainter. Straight formats are multiplied, scaled and divided again by Qt within the call;
-// premultiplied ones are scaled as they are. Every call allocates its result.
+// premultiplied ones are scaled as they are. Every call allocates its result. Large images are divided among the
+// threads of the global pool, which here has one.
 #include <QImage>
 #include <QPainter>
+#include <QThreadPool>
 #include <memory>
 #include <stdexcept>
 
@@ -108,6 +110,7 @@ void AddLaying(const Task& task, std::vector<Contender>& contenders) {
 
 void AddQt(const Task& task, std::vector<Contender>& contenders) {
   if (task.src.depth() == 32) return;
+  QThreadPool::globalInstance()->setMaxThreadCount(1);
   switch (task.work) {
     case Work::kReplicate:
       AddScaled(task, kPremultiplied, Qt::FastTransformation, "", contenders);
