@@ -86,10 +86,15 @@ struct BoxVectors {
   static std::int64_t Apart(std::size_t k, std::int64_t of_lines) {
     return side_by_side ? Lanes(k) * static_cast<std::int64_t>(sizeof(float)) : static_cast<std::int64_t>(k) * of_lines;
   }
-  // Lines of the cache, as far ahead as it takes to fetch them.
+  // Lines of the cache, as far ahead as it takes to fetch them. Those of rows below each other fall into few sets of
+  // the nearest cache and wait for it in its few buffers: the next cache has more of both.
   static void Fetch(const float* at, std::int64_t step, std::size_t k) {
-    constexpr std::int64_t kAhead = side_by_side ? 16 : 64;
-    if (!side_by_side || Apart(k, 0) % 64 == 0) Prefetch(reinterpret_cast<const std::byte*>(at) + kAhead * step);
+    const auto* const bytes = reinterpret_cast<const std::byte*>(at);
+    if (!side_by_side) {
+      Prefetch(bytes + 64 * step);
+    } else if (Apart(k, 0) % 64 == 0) {
+      PrefetchFar(bytes + 32 * step);
+    }
   }
 };
 
@@ -162,6 +167,7 @@ class BoxLine {
     const std::int64_t in_step = from.step, out_step = lines_.out.step;
     const std::int64_t in_apart = from.apart, out_apart = lines_.out.apart;
     double* sums = lines_.sums + i * V::Row();
+    const bool fetches_out = !V::kStreams && lines_.in.at != lines_.out.at;
     const R scale(lines_.scale);
     R beginning[V::kVectors];
     for (std::size_t k = 0; k < V::kVectors; ++k) beginning[k] = beginning_[k];
@@ -171,7 +177,7 @@ class BoxLine {
         float* const next_out = Moved(out, V::Apart(k, out_apart));
         double* const sum = sums + V::Lanes(k);
         V::Fetch(next_in, in_step, k);
-        if (!V::kStreams) V::Fetch(next_out, out_step, k);
+        if (fetches_out) V::Fetch(next_out, out_step, k);
         const R mean = (Load<R>(sum) + beginning[k]) * scale;
         if constexpr (V::kStreams) {
           StreamValues(mean, next_out);

@@ -38,6 +38,7 @@ void StorePixels(const Sums& sums, T* p, bool) {
   StoreValues(sums.sum3, p + 12);
 }
 void Prefetch(const void*) {}
+void PrefetchFar(const void*) {}
 void Settle() {}
 
 #include "filter/Wide-body.h"

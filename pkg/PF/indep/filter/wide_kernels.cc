@@ -129,6 +129,8 @@ HWY_INLINE void StorePixels(const Sums& sums, std::uint16_t* p, bool streams) {
 }
 
 HWY_INLINE void Prefetch(const std::byte* p) { hwy::Prefetch(p); }
+// Not into the nearest cache.
+HWY_INLINE void PrefetchFar(const std::byte* p) { __builtin_prefetch(p, 0, 2); }
 void Settle() { hwy::FlushStream(); }
 
 #include "filter/Wide-body.h"
