@@ -23,19 +23,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
-inline float AlphaOf(float alpha) { return alpha; }
-inline float AlphaOf(std::uint16_t alpha) { return static_cast<float>(alpha); }
-inline float AlphaOf(std::uint32_t pixel) { return static_cast<float>(pixel & 0xFF); }
-
-// As LoadAlphas gives it.
-inline std::uint32_t AlphaBits(float alpha) {
-  std::uint32_t bits;
-  std::memcpy(&bits, &alpha, sizeof bits);
-  return bits;
-}
-inline std::uint32_t AlphaBits(std::uint16_t alpha) { return alpha; }
-inline std::uint32_t AlphaBits(std::uint32_t pixel) { return pixel & 0xFF; }
-
 HWY_INLINE auto LoadAlphas(const float* held) { return hn::LoadU(hn::ScalableTag<float>(), held); }
 HWY_INLINE auto LoadAlphas(const std::uint16_t* held) {
   const hn::ScalableTag<std::uint32_t> d;
@@ -50,25 +37,6 @@ HWY_INLINE auto LoadAlphas(const std::uint32_t* held) {
 template <class V>
 HWY_INLINE auto AllEqual(V a, V b, V c, V d) {
   return hn::And(hn::And(hn::Eq(a, b), hn::Eq(a, c)), hn::Eq(a, d));
-}
-
-// The alpha of all columns m..end-1 of a row, if it is the same and above 0; else 0.
-template <class Element>
-HWY_NOINLINE float OneAlpha(const Element* held, std::int64_t m, std::int64_t end) {
-  if (m >= end) return 0;
-  const hn::ScalableTag<std::uint32_t> d;
-  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  const auto bits = [&](const Element* from) HWY_ATTR { return hn::BitCast(d, LoadAlphas(from)); };
-  const float alpha = AlphaOf(held[m]);
-  if (!(alpha > 0.0f)) return 0;
-  const auto expected = hn::Set(d, AlphaBits(held[m]));
-  auto differing = hn::Zero(d);
-  for (; m + lanes <= end; m += lanes) differing = hn::Or(differing, hn::Xor(bits(held + m), expected));
-  if (m < end) {
-    const auto valid = hn::FirstN(d, static_cast<std::size_t>(end - m));
-    differing = hn::Or(differing, hn::IfThenElseZero(valid, hn::Xor(bits(held + m), expected)));
-  }
-  return hn::AllTrue(d, hn::Eq(differing, hn::Zero(d))) ? alpha : 0.0f;
 }
 
 // Whether columns m..end of both rows have no bit set.

@@ -84,17 +84,13 @@ HWY_NOINLINE void SpreadBytes(const std::uint32_t* held, SamplePositions positio
   }
 }
 
-// The same pixels with the formula's at the lanes whose bits are set.
-HWY_NOINLINE inline hn::Vec<FixedTag> WithFormulaAt(std::uint64_t lanes, const RowJob<PF_Pixel8>& job, std::int64_t k,
-                                                    hn::Vec<FixedTag> pixels) {
+// The same pixels with the formula's at the lanes of `undecided`.
+HWY_NOINLINE inline hn::Vec<FixedTag> WithFormulaAt(hn::Mask<FixedTag> undecided, const RowJob<PF_Pixel8>& job,
+                                                    std::int64_t k, hn::Vec<FixedTag> pixels) {
   const FixedTag d;
   alignas(HWY_MAX_BYTES) PF_Pixel8 out[hn::MaxLanes(FixedTag())];
-  hn::Store(pixels, d, reinterpret_cast<std::int32_t*>(out));
-  for (; lanes != 0; lanes &= lanes - 1) {
-    const std::size_t lane = hwy::Num0BitsBelowLS1Bit_Nonzero64(lanes);
-    out[lane] = BlendOne(job, k + static_cast<std::int64_t>(lane));
-  }
-  return hn::Load(d, reinterpret_cast<const std::int32_t*>(out));
+  StorePixels(RealTag<PF_Pixel8>(), BlendSampler<PF_Pixel8, AlphaClass::kEqual>(job)(k), out);
+  return hn::IfThenElse(undecided, hn::Load(d, reinterpret_cast<const std::int32_t*>(out)), pixels);
 }
 
 // Between two spread rows.
@@ -120,9 +116,7 @@ class BytesSampler {
     const auto lowest = hn::Min(hn::Min(fraction(red), fraction(green)), fraction(blue));
     const auto undecided = hn::Lt(hn::BitCast(FixedTag(), lowest), hn::Set(FixedTag(), 2 * kBytesMargin));
     if (HWY_LIKELY(hn::AllFalse(FixedTag(), undecided))) return {pixels};
-    std::uint8_t bits[8] = {};
-    hn::StoreMaskBits(FixedTag(), undecided, bits);
-    return {WithFormulaAt(bits[0] | bits[1] << 8, job_, k, pixels)};
+    return {WithFormulaAt(undecided, job_, k, pixels)};
   }
 
  private:

@@ -22,18 +22,6 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using ScaledTag = hn::ScalableTag<std::int32_t>;
 
-// Whether no colour of a held row is above full, so that 65536 times it fits 32 bits and differences of two
-// such values do but for 2^31.
-HWY_NOINLINE inline bool ColoursFitScaled(const std::uint16_t* planes, std::int64_t stride) {
-  const hn::ScalableTag<std::uint16_t> d;
-  auto highest = hn::Zero(d);
-  for (std::int64_t i = stride; i < 4 * stride; i += static_cast<std::int64_t>(hn::Lanes(d))) {
-    const auto valid = hn::FirstN(d, static_cast<std::size_t>(4 * stride - i));
-    highest = hn::Max(highest, hn::IfThenElseZero(valid, hn::LoadU(d, planes + i)));
-  }
-  return hn::AllTrue(d, hn::Eq(hn::Max(highest, hn::Set(d, 32768)), hn::Set(d, 32768)));
-}
-
 // Which sample of a vector stands in each lane: interleaving lower and upper halves of blocks then gives
 // the samples in order.
 HWY_INLINE hn::Vec<ScaledTag> ScaledOrder() {
@@ -46,7 +34,8 @@ HWY_INLINE hn::Vec<ScaledTag> ScaledOrder() {
   return hn::Load(d, samples);
 }
 
-// Three planes of colours at every sample, in 1/65536, vectors in the order of ScaledOrder.
+// Three planes of colours at every sample, in 1/65536, vectors in the order of ScaledOrder. No colour may be above
+// full: 65536 times it fits 32 bits then, and differences of two such values do but for 2^31.
 HWY_NOINLINE inline void SpreadScaled(const std::uint16_t* planes, std::int64_t stride, SamplePositions positions,
                                       std::int64_t n, std::int64_t out_stride, std::int32_t* out) {
   const ScaledTag d;

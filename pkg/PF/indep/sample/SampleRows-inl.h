@@ -98,44 +98,90 @@ using HeldElement = typename HeldRow<P>::Element;
 template <class P>
 inline constexpr std::int64_t kHeldColumnBytes = HeldRow<P>::kPlanes* std::int64_t{sizeof(HeldElement<P>)};
 
+inline float AlphaOf(float alpha) { return alpha; }
+inline float AlphaOf(std::uint16_t alpha) { return static_cast<float>(alpha); }
+inline float AlphaOf(std::uint32_t pixel) { return static_cast<float>(pixel & 0xFF); }
+
+// What holds for all pixels of a row.
+struct HeldFacts {
+  float alpha = 0;           // theirs, if it is the same and above 0; else 0
+  bool within_full = false;  // no 16-bit colour is above full
+};
+
+template <class V>
+HWY_INLINE bool AllZero(V v) {
+  return hn::AllTrue(hn::DFromV<V>(), hn::Eq(v, hn::Zero(hn::DFromV<V>())));
+}
+
 // Pixels of a row to planes.
 template <class P>
-HWY_INLINE void HoldPixels(const P* from, std::int64_t n, std::int64_t stride, ChannelOf<P>* HWY_RESTRICT planes) {
+HWY_INLINE HeldFacts HoldPixels(const P* from, std::int64_t n, std::int64_t stride, ChannelOf<P>* HWY_RESTRICT planes) {
   const hn::ScalableTag<ChannelOf<P>> d;
+  const hn::RebindToUnsigned<decltype(d)> du;
+  using V = hn::Vec<decltype(d)>;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  const V first = hn::Set(d, from->alpha);
+  auto differing = hn::Zero(du);
+  V highest = hn::Zero(d);
+  const auto take = [&](V alpha, V red, V green, V blue) HWY_ATTR {
+    differing = hn::Or(differing, hn::BitCast(du, hn::Xor(alpha, first)));
+    if constexpr (sizeof(ChannelOf<P>) == 2) highest = hn::Max(hn::Max(highest, red), hn::Max(green, blue));
+  };
   std::int64_t m = 0;
   for (; m + lanes <= n; m += lanes) {
-    hn::Vec<decltype(d)> alpha, red, green, blue;
+    V alpha, red, green, blue;
     hn::LoadInterleaved4(d, reinterpret_cast<const ChannelOf<P>*>(from + m), alpha, red, green, blue);
     hn::StoreU(alpha, d, planes + m);
     hn::StoreU(red, d, planes + stride + m);
     hn::StoreU(green, d, planes + 2 * stride + m);
     hn::StoreU(blue, d, planes + 3 * stride + m);
+    take(alpha, red, green, blue);
   }
   for (; m < n; ++m) {
     planes[m] = from[m].alpha;
     planes[stride + m] = from[m].red;
     planes[2 * stride + m] = from[m].green;
     planes[3 * stride + m] = from[m].blue;
+    take(hn::Set(d, from[m].alpha), hn::Set(d, from[m].red), hn::Set(d, from[m].green), hn::Set(d, from[m].blue));
   }
+  const float alpha = AlphaOf(from->alpha);
+  const V full = hn::Set(d, ChannelOf<P>(32768));
+  return {alpha > 0 && AllZero(differing) ? alpha : 0, hn::AllTrue(d, hn::Eq(hn::Max(highest, full), full))};
 }
 
-HWY_INLINE void HoldPixels(const PF_Pixel8* from, std::int64_t n, std::int64_t, std::uint32_t* HWY_RESTRICT to) {
-  std::memcpy(to, from, static_cast<std::size_t>(n) * sizeof(PF_Pixel8));
+HWY_INLINE HeldFacts HoldPixels(const PF_Pixel8* from, std::int64_t n, std::int64_t, std::uint32_t* HWY_RESTRICT to) {
+  const hn::ScalableTag<std::uint32_t> d;
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  const auto* pixels = reinterpret_cast<const std::uint32_t*>(from);
+  std::memcpy(to, from, sizeof *to);
+  const auto first = hn::Set(d, *to);
+  auto differing = hn::Zero(d);
+  std::int64_t m = 0;
+  for (; m + lanes <= n; m += lanes) {
+    const auto v = hn::LoadU(d, pixels + m);
+    hn::StoreU(v, d, to + m);
+    differing = hn::Or(differing, hn::Xor(v, first));
+  }
+  for (; m < n; ++m) {
+    std::memcpy(to + m, from + m, sizeof *to);
+    differing = hn::Or(differing, hn::Xor(hn::Set(d, to[m]), first));
+  }
+  return {AllZero(hn::And(differing, hn::Set(d, 0xFF))) ? AlphaOf(*to) : 0, true};
 }
 
 // Keeps columns first..first+count-1 of row `j`; what lies outside the world, and the rest of a plane's
-// `stride` elements, is zero.
+// `stride` elements, is zero. Facts of the pixels in the world.
 template <class P>
-HWY_NOINLINE void HoldRow(const Plane<P>& src, std::int64_t j, std::int64_t first, std::int64_t count,
-                          std::int64_t stride, HeldElement<P>* HWY_RESTRICT held) {
+HWY_NOINLINE HeldFacts HoldRow(const Plane<P>& src, std::int64_t j, std::int64_t first, std::int64_t count,
+                               std::int64_t stride, HeldElement<P>* HWY_RESTRICT held) {
   const std::int64_t left = std::clamp<std::int64_t>(-first, 0, count);
   const std::int64_t right = j >= 0 && j < src.height ? std::clamp(src.width - first, left, count) : left;
   for (std::int64_t c = 0; c < HeldRow<P>::kPlanes; ++c) {
     std::fill_n(held + c * stride, left, HeldElement<P>{0});
     std::fill_n(held + c * stride + right, stride - right, HeldElement<P>{0});
   }
-  if (left < right) HoldPixels(src.Row(j) + (first + left), right - left, stride, held + left);
+  if (left >= right) return {0, true};
+  return HoldPixels(src.Row(j) + (first + left), right - left, stride, held + left);
 }
 
 // Asks for row j, which the next row of samples is likely to need, unless that was done last.
@@ -158,10 +204,11 @@ HWY_INLINE const HeldElement<P>* HoldRowIn(const RowCache& cache, const Plane<P>
   HeldElement<P>* held = cache.template planes<HeldElement<P>>(slot);
   const std::int64_t key = j >= 0 && j < src.height ? j + 1 : RowCache::kOutside;
   if (head.held[slot] != key) {
-    HoldRow(src, j, window.first, window.count, cache.plane_stride, held);
+    const HeldFacts facts = HoldRow(src, j, window.first, window.count, cache.plane_stride, held);
     head.held[slot] = key;
     head.form[slot][0] = head.form[slot][1] = RowForm::kNone;
-    head.alpha[slot] = RowCache::kUnknownAlpha;
+    head.alpha[slot] = facts.alpha;
+    head.within_full[slot] = facts.within_full;
   }
   return held;
 }

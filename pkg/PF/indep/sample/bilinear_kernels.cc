@@ -71,12 +71,10 @@ class StraightRow {
     const std::int64_t left = at(inside_begin_ - 1), begin = at(inside_begin_), end = at(inside_end_);
     RunRange(AlphaClass::kClear, 0, 0, left);
     RunRange(AlphaClass::kMixed, 0, left, begin);
-    for (std::int64_t tile = 0, k = begin; tile < tiles;) {
-      const std::int64_t first = tile;
-      while (tile < tiles && classes[tile] == classes[first]) ++tile;
-      const std::int64_t next = tile == tiles ? end : at(std::min(tile * kTileBlocks, inside_end_));
-      RunRange(classes[first], std::max(first * kTileBlocks, inside_begin_), k, next);
-      k = next;
+    if (cache_.head().all_equal) {
+      RunRange(AlphaClass::kEqual, inside_begin_, begin, end);
+    } else {
+      RunTiles(classes, tiles, begin, end);
     }
     const std::int64_t right = at(inside_end_ + 1);
     RunRange(AlphaClass::kMixed, 0, end, right);
@@ -93,6 +91,12 @@ class StraightRow {
     RowCache::Head& head = cache_.head();
     if (head.classified == j_ + 2) return classes;
     head.classified = j_ + 2;
+    head.all_equal = head.alpha[0] > 0 && head.alpha[0] == head.alpha[1];
+    if (head.all_equal) {
+      head.shares_equal = !kIsFloat<P>;
+      head.shares_differing = false;
+      return classes;
+    }
     ClassifyAnew(classes, tiles);
     head.shares_equal = Shares(classes, tiles, AlphaClass::kEqual);
     head.shares_differing = Shares(classes, tiles, AlphaClass::kDiffering);
@@ -100,11 +104,6 @@ class StraightRow {
   }
 
   void ClassifyAnew(AlphaClass* classes, std::int64_t tiles) {
-    const float alpha = AlphaOfRow(j_);
-    if (alpha > 0 && alpha == AlphaOfRow(j_ + 1)) {
-      std::fill_n(classes, tiles, AlphaClass::kEqual);
-      return;
-    }
     for (std::int64_t tile = 0; tile < tiles; ++tile) {
       const std::int64_t begin = std::max(tile * kTileBlocks, inside_begin_);
       const std::int64_t end = std::min((tile + 1) * kTileBlocks, inside_end_);
@@ -114,16 +113,21 @@ class StraightRow {
     }
   }
 
-  // That of all pixels of row j which are in the world, if it is the same and above 0; else 0.
-  float AlphaOfRow(std::int64_t j) const {
-    float& alpha = cache_.head().alpha[j & 1];
-    if (alpha == RowCache::kUnknownAlpha) alpha = OneAlpha(Planes(j & 1), inside_begin_, inside_end_ + 1);
-    return alpha;
-  }
-
   // Whether preparing whole rows pays for this class: it has a quarter of the tiles.
   static bool Shares(const AlphaClass* classes, std::int64_t tiles, AlphaClass alphas) {
     return !kIsFloat<P> && 4 * std::count(classes, classes + tiles, alphas) >= tiles;
+  }
+
+  // Samples begin..end-1, which read blocks inside the world, by runs of tiles of one class.
+  void RunTiles(const AlphaClass* classes, std::int64_t tiles, std::int64_t begin, std::int64_t end) {
+    for (std::int64_t tile = 0, k = begin; tile < tiles;) {
+      const std::int64_t first = tile;
+      while (tile < tiles && classes[tile] == classes[first]) ++tile;
+      const std::int64_t next =
+          tile == tiles ? end : job_.positions.FirstAt(std::min(tile * kTileBlocks, inside_end_), n_);
+      RunRange(classes[first], std::max(first * kTileBlocks, inside_begin_), k, next);
+      k = next;
+    }
   }
 
   void RunRange(AlphaClass alphas, std::int64_t element, std::int64_t begin, std::int64_t end) {
@@ -261,8 +265,8 @@ class StraightRow {
 
   // Null where values are too large for it.
   const std::int32_t* Scaled(std::int64_t j) {
-    return Shared<std::int32_t, false>(j, RowForm::kScaled, [this](const HeldElement<P>* held, std::int32_t* to) {
-      if (!ColoursFitScaled(held, cache_.plane_stride)) return RowForm::kNone;
+    return Shared<std::int32_t, false>(j, RowForm::kScaled, [this, j](const HeldElement<P>* held, std::int32_t* to) {
+      if (!cache_.head().within_full[j & 1]) return RowForm::kNone;
       SpreadScaled(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
       return RowForm::kScaled;
     });
