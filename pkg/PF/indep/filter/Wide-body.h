@@ -78,7 +78,8 @@ template <class R, std::size_t vectors, bool side_by_side, bool streams>
 struct BoxVectors {
   using Number = R;
   static constexpr std::size_t kVectors = vectors;
-  static constexpr bool kStreams = streams;
+  static constexpr bool kStreams = streams, kInParts = side_by_side;
+  using Sample = std::conditional_t<kInParts, float, double>;
 
   static constexpr std::int64_t Lanes(std::size_t k) { return static_cast<std::int64_t>(k) * kLanesOf<R>(); }
   static constexpr std::int64_t Row() { return Lanes(kVectors); }
@@ -86,117 +87,177 @@ struct BoxVectors {
   static std::int64_t Apart(std::size_t k, std::int64_t of_lines) {
     return side_by_side ? Lanes(k) * static_cast<std::int64_t>(sizeof(float)) : static_cast<std::int64_t>(k) * of_lines;
   }
+  // The vectors' samples.
+  static void Take(const float* from, std::int64_t, float* to) { std::memcpy(to, from, Row() * sizeof(float)); }
+  static void Take(const float* from, std::int64_t of_lines, double* to) {
+    for (std::size_t k = 0; k < kVectors; ++k) Store(LoadValues<R>(Moved(from, Apart(k, of_lines))), to + Lanes(k));
+  }
+  static R Taken(const float* sample) { return LoadValues<R>(sample); }
+  static R Taken(const double* sample) { return Load<R>(sample); }
   // Lines of the cache, as far ahead as it takes to fetch them. Those of rows below each other fall into few sets of
   // the nearest cache and wait for it in its few buffers: the next cache has more of both.
-  static void Fetch(const float* at, std::int64_t step, std::size_t k) {
-    const auto* const bytes = reinterpret_cast<const std::byte*>(at);
-    if (!side_by_side) {
-      Prefetch(bytes + 64 * step);
-    } else if (Apart(k, 0) % 64 == 0) {
-      PrefetchFar(bytes + 32 * step);
+  static void Fetch(const float* at, std::int64_t step, std::size_t first, std::size_t end, std::int64_t of_lines = 0) {
+    for (std::size_t k = first; k < end; ++k) {
+      const auto* const bytes = reinterpret_cast<const std::byte*>(Moved(at, Apart(k, of_lines)));
+      if (!side_by_side) {
+        Prefetch(bytes + 64 * step);
+      } else if (Apart(k, 0) % 64 == 0) {
+        PrefetchFar(bytes + 32 * step);
+      }
     }
   }
 };
 
 // In blocks as long as a window: every window is the end of one block and the beginning of the next one, whose samples
-// take the places of those that leave.
+// take the places of those that leave. The sums of long blocks of many lines would not stay in the nearest cache: these
+// are summed twice, once through the block, of which the sum of each part is kept, and again through the part whose
+// results are next.
 template <class V>
 class BoxLine {
   using R = typename V::Number;
 
  public:
-  BoxLine(const BoxLines& lines, std::int64_t x) : lines_(lines), x_(x) {}
+  BoxLine(const BoxLines& lines, std::int64_t x)
+      : lines_(lines), x_(x), window_(2 * lines.reach + 1), part_(V::kInParts ? kBoxPart : window_) {}
 
   void Run() {
-    const std::int64_t window = 2 * lines_.reach + 1;
-    Enter<false>(-lines_.reach, window, 0);
-    for (std::int64_t begin = 0; begin < lines_.length; begin += window) {
-      SumEnds(window);
+    Enter<false>(-lines_.reach, window_, 0, 0);
+    for (std::int64_t begin = 0; begin < lines_.length; begin += window_) {
+      const std::int64_t count = std::min(window_, lines_.length - begin);
+      SumParts();
       for (std::size_t k = 0; k < V::kVectors; ++k) beginning_[k] = R(0);
-      Enter<true>(begin + lines_.reach + 1, std::min(window, lines_.length - begin), begin);
+      for (std::int64_t i = 0; i < count; i += part_) {
+        SumEnds(begin, i);
+        Enter<true>(begin + lines_.reach + 1 + i, std::min(part_, count - i), begin + i, i);
+      }
     }
   }
 
  private:
-  // Samples first..first + count - 1, which may lie beyond the ends; where they slide, results from `out` on.
+  // Samples first..first + count - 1, which may lie beyond the ends, to place i and on; where they slide, results from
+  // `out` on.
   template <bool slides>
-  void Enter(std::int64_t first, std::int64_t count, std::int64_t out) {
+  void Enter(std::int64_t first, std::int64_t count, std::int64_t out, std::int64_t i) {
     static constexpr float kNothing[kBoxRow] = {};
-    for (std::int64_t i = 0; i < count;) {
-      const std::int64_t at = first + i, inside = std::clamp<std::int64_t>(at, 0, lines_.length - 1);
+    for (std::int64_t at = first; at < first + count;) {
+      const std::int64_t inside = std::clamp<std::int64_t>(at, 0, lines_.length - 1);
       const std::int64_t end = std::min(at < 0 ? 0 : at < lines_.length ? lines_.length : first + count, first + count);
       WidePlace<const float> in = lines_.in;
       in.at = Moved(in.at + x_, inside * in.step);
       if (at != inside) in.step = 0;
       if (at != inside && lines_.transparent) in = {kNothing, 0, 0};
+      const std::int64_t passed = at - first;
       if constexpr (slides) {
-        Slide(in, Moved(lines_.out.at + x_, (out + i) * lines_.out.step), i, end - at);
+        Slide(in, Moved(lines_.out.at + x_, (out + passed) * lines_.out.step), i, passed, end - at);
       } else {
-        Take(in, i, end - at);
+        Take(in, i + passed, end - at);
       }
-      i += end - at;
+      at = end;
     }
   }
+
+  // Samples that are not in parts make room for their sums, and come in where those have left.
+  auto* SampleAt(std::int64_t i) const {
+    if constexpr (V::kInParts) {
+      return lines_.samples + i * V::Row();
+    } else {
+      return SumAt(i);
+    }
+  }
+  double* SumAt(std::int64_t i) const { return lines_.sums + i * V::Row(); }
+  // The sum of samples i and on, where a part begins.
+  double* PartAt(std::int64_t i) const { return SumAt(part_ + i / part_); }
 
   void Take(const WidePlace<const float>& from, std::int64_t i, std::int64_t steps) const {
     const float* in = from.at;
-    double* sums = lines_.sums + i * V::Row();
-    for (; steps > 0; --steps, in = Moved(in, from.step), sums += V::Row()) {
-      for (std::size_t k = 0; k < V::kVectors; ++k) {
-        Store(LoadValues<R>(Moved(in, V::Apart(k, from.apart))), sums + V::Lanes(k));
-      }
+    for (auto* to = SampleAt(i); steps > 0; --steps, in = Moved(in, from.step), to += V::Row()) {
+      if (V::kInParts) V::Fetch(in, from.step, 0, V::kVectors);
+      V::Take(in, from.apart, to);
     }
   }
 
-  // Each sample's sum to the end of the window.
-  void SumEnds(std::int64_t window) const {
-    R end[V::kVectors];
-    for (std::size_t k = 0; k < V::kVectors; ++k) end[k] = R(0);
-    double* sums = lines_.sums + window * V::Row();
-    for (; window > 0; --window) {
-      sums -= V::Row();
-      for (std::size_t k = 0; k < V::kVectors; ++k) {
-        end[k] = end[k] + Load<R>(sums + V::Lanes(k));
-        Store(end[k], sums + V::Lanes(k));
+  // Samples i + steps - 1 down to i; each sum, or the last one alone, goes to `sums`. Meanwhile half of what is ahead
+  // of `next` is fetched.
+  template <bool each>
+  void Add(std::int64_t i, std::int64_t steps, R* total, double* sums, const float* next) const {
+    R sum[V::kVectors];
+    for (std::size_t k = 0; k < V::kVectors; ++k) sum[k] = total[k];
+    const typename V::Sample* from = SampleAt(i + steps);
+    if (each) sums += steps * V::Row();
+    for (; steps > 0; --steps) {
+      from -= V::Row();
+      if (each) sums -= V::Row();
+      if (each && V::kInParts) {
+        V::Fetch(next, lines_.in.step, 0, V::kVectors / 2);
+        next = Moved(next, lines_.in.step);
       }
+      for (std::size_t k = 0; k < V::kVectors; ++k) {
+        sum[k] = sum[k] + V::Taken(from + V::Lanes(k));
+        if (each) Store(sum[k], sums + V::Lanes(k));
+      }
+    }
+    for (std::size_t k = 0; k < V::kVectors; ++k) {
+      total[k] = sum[k];
+      if (!each) Store(sum[k], sums + V::Lanes(k));
     }
   }
 
-  void Slide(const WidePlace<const float>& from, float* out, std::int64_t i, std::int64_t steps) {
+  // Each part's sum to the end of the window.
+  void SumParts() const {
+    R sum[V::kVectors];
+    for (std::size_t k = 0; k < V::kVectors; ++k) sum[k] = R(0);
+    for (std::int64_t i = (window_ - 1) / part_ * part_; i > 0; i -= part_) {
+      Add<false>(i, std::min(part_, window_ - i), sum, PartAt(i), nullptr);
+    }
+  }
+  // Of the part at i, each sample's.
+  void SumEnds(std::int64_t begin, std::int64_t i) const {
+    const std::int64_t behind = i + part_;
+    R sum[V::kVectors];
+    for (std::size_t k = 0; k < V::kVectors; ++k) {
+      sum[k] = behind < window_ ? Load<R>(PartAt(behind) + V::Lanes(k)) : R(0);
+    }
+    const float* const next = Moved(lines_.in.at + x_, (begin + lines_.reach + 1 + i) * lines_.in.step);
+    Add<true>(i, std::min(part_, window_ - i), sum, SumAt(0), next);
+  }
+
+  // From sum `passed` of the part that begins at sample i.
+  void Slide(const WidePlace<const float>& from, float* out, std::int64_t i, std::int64_t passed, std::int64_t steps) {
     const float* in = from.at;
     const std::int64_t in_step = from.step, out_step = lines_.out.step;
     const std::int64_t in_apart = from.apart, out_apart = lines_.out.apart;
-    double* sums = lines_.sums + i * V::Row();
+    const double* sums = SumAt(passed);
+    auto* to = SampleAt(i + passed);
     const bool fetches_out = !V::kStreams && lines_.in.at != lines_.out.at;
     const R scale(lines_.scale);
     R beginning[V::kVectors];
     for (std::size_t k = 0; k < V::kVectors; ++k) beginning[k] = beginning_[k];
     for (; steps > 0; --steps) {
+      V::Fetch(in, in_step, V::kInParts ? V::kVectors / 2 : 0, V::kVectors, in_apart);
+      if (fetches_out) V::Fetch(out, out_step, 0, V::kVectors, out_apart);
       for (std::size_t k = 0; k < V::kVectors; ++k) {
-        const float* const next_in = Moved(in, V::Apart(k, in_apart));
         float* const next_out = Moved(out, V::Apart(k, out_apart));
-        double* const sum = sums + V::Lanes(k);
-        V::Fetch(next_in, in_step, k);
-        if (fetches_out) V::Fetch(next_out, out_step, k);
-        const R mean = (Load<R>(sum) + beginning[k]) * scale;
+        const R mean = (Load<R>(sums + V::Lanes(k)) + beginning[k]) * scale;
         if constexpr (V::kStreams) {
           StreamValues(mean, next_out);
         } else {
           StoreValues(mean, next_out);
         }
-        const R next = LoadValues<R>(next_in);
+        const R next = LoadValues<R>(Moved(in, V::Apart(k, in_apart)));
         beginning[k] = beginning[k] + next;
-        Store(next, sum);
+        if constexpr (!V::kInParts) Store(next, to + V::Lanes(k));
       }
+      if constexpr (V::kInParts) V::Take(in, in_apart, to);
       in = Moved(in, in_step);
       out = Moved(out, out_step);
       sums += V::Row();
+      to += V::Row();
     }
     for (std::size_t k = 0; k < V::kVectors; ++k) beginning_[k] = beginning[k];
   }
 
   const BoxLines& lines_;
-  std::int64_t x_;
+  std::int64_t x_, window_, part_;
   R beginning_[V::kVectors];  // the sum of what came in behind the block
 };
 

@@ -118,12 +118,15 @@ template PF_Err BlurByWideBell<float>(const BlurredPlane&, double, int);
 PF_Err BlurByWideBox(const BlurredPlane& plane, std::int64_t span) {
   const bool streams = Streams(plane), columns = plane.columns;
   const std::int64_t window = 2 * span + 1;
-  ScratchLines scratch(sizeof(double) * static_cast<std::uint64_t>(window * kBoxRow), Message::kBlurMemory);
+  const auto sums = static_cast<std::uint64_t>(BoxSums(window, columns));
+  const auto samples = static_cast<std::uint64_t>(columns ? window * kBoxRow : 0);
+  ScratchLines scratch(sizeof(double) * sums + sizeof(float) * samples, Message::kBlurMemory);
   return ForLines(plane, columns ? kBoxRow / 4 : 2, [&](std::int64_t line, std::int64_t count) {
     const ScratchLines::Line memory(scratch);
     const std::int64_t x = columns ? line : 0, y = columns ? 0 : line;
     const std::int64_t in_row = plane.src_row_bytes, out_row = plane.dst_row_bytes, pixel = plane.pixel_bytes;
     const BoxLines lines = {reinterpret_cast<double*>(memory.data()),
+                            reinterpret_cast<float*>(memory.data() + sizeof(double) * sums),
                             {At<float>(plane, x, y), columns ? in_row : pixel, in_row},
                             {OutAt<float>(plane, x, y), columns ? out_row : pixel, out_row},
                             columns ? plane.height : plane.width,

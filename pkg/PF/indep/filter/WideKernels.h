@@ -27,7 +27,8 @@ struct WidePlace {
 
 // Lines under boxes, in place or elsewhere.
 struct BoxLines {
-  double* sums;  // kBoxRow for each sample of a window
+  double* sums;    // BoxSums of them
+  float* samples;  // kBoxRow for each sample of a window, for lines side by side
   WidePlace<const float> in;
   WidePlace<float> out;
   std::int64_t length, reach;
@@ -35,6 +36,11 @@ struct BoxLines {
   double scale;
 };
 inline constexpr std::int64_t kBoxRow = 64;
+// Samples of lines side by side whose sums are there at once.
+inline constexpr std::int64_t kBoxPart = 32;
+constexpr std::int64_t BoxSums(std::int64_t window, bool side_by_side) {
+  return side_by_side ? (kBoxPart + window / kBoxPart + 1) * kBoxRow : window * 2 * 4;
+}
 
 // n is a multiple of 4.
 template <class T>

@@ -1,6 +1,7 @@
 // Blurs of widened values in plain C++.
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <type_traits>
 
 #include "PF/PF_Types.h"
