@@ -230,6 +230,7 @@ void ExpectSameAsLanes(Random& random, int rounds) {
   ExpectSameAsTurned<PF_Pixel16>({false, 3, 0, false}, 2307, 401, random);
   ExpectSameAsTurned<PF_PixelFloat>({false, 3, 0, false}, 1153, 401, random);
   ExpectSameAsTurned<PF_PixelFloat>({true, 3, 0, false}, 1153, 401, random);
+  ExpectSameAsTurned<PF_PixelFloat>({true, 40, 0, true}, 67, 211, random);  // several blocks of several parts
 }
 
 TEST_F(PlaneBlur, IsTheBlurInDoublePrecisionOnEveryTarget) {
