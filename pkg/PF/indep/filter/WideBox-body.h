@@ -75,6 +75,13 @@ class BoxLine {
   template <bool slides>
   void Enter(std::int64_t first, std::int64_t count, std::int64_t out, std::int64_t i) {
     static constexpr float kNothing[kBoxRow] = {};
+    if constexpr (slides) {  // short windows come here often
+      if (first >= 0 && first + count <= lines_.length) {
+        WidePlace<const float> in = lines_.in;
+        in.at = Moved(in.at + x_, first * in.step);
+        return Slide(in, OutAt(out), i, 0, count, Ahead(first));
+      }
+    }
     for (std::int64_t at = first; at < first + count;) {
       const std::int64_t inside = std::clamp<std::int64_t>(at, 0, lines_.length - 1);
       const std::int64_t end = std::min(at < 0 ? 0 : at < lines_.length ? lines_.length : first + count, first + count);
@@ -84,7 +91,7 @@ class BoxLine {
       if (at != inside && lines_.transparent) in = {kNothing, 0, 0};
       const std::int64_t passed = at - first;
       if constexpr (slides) {
-        Slide(in, Moved(lines_.out.at + x_, (out + passed) * lines_.out.step), i, passed, end - at, Ahead(at));
+        Slide(in, OutAt(out + passed), i, passed, end - at, Ahead(at));
       } else {
         Take(in, i + passed, end - at, Ahead(at));
       }
@@ -92,6 +99,7 @@ class BoxLine {
     }
   }
 
+  float* OutAt(std::int64_t i) const { return Moved(lines_.out.at + x_, i * lines_.out.step); }
   // What is fetched when sample i is reached: one that is further on, or the next lines' behind the last one.
   const float* Ahead(std::int64_t i) const {
     i += V::kAhead;
@@ -169,7 +177,8 @@ class BoxLine {
   void Slide(const WidePlace<const float>& from, float* out, std::int64_t i, std::int64_t passed, std::int64_t steps,
              const float* ahead) {
     const float* in = from.at;
-    const std::int64_t in_step = from.step, out_step = lines_.out.step;
+    const std::int64_t ahead_step = lines_.in.step, ahead_apart = lines_.in.apart, in_step = from.step,
+                       out_step = lines_.out.step;
     const std::int64_t in_apart = from.apart, out_apart = lines_.out.apart;
     const double* sums = SumAt(passed);
     auto* to = SampleAt(i + passed);
@@ -178,7 +187,7 @@ class BoxLine {
     R beginning[V::kVectors];
     for (std::size_t k = 0; k < V::kVectors; ++k) beginning[k] = beginning_[k];
     for (; steps > 0; --steps) {
-      V::Fetch(ahead, lines_.in.apart, V::kInParts ? V::kVectors / 2 : 0, V::kVectors);
+      V::Fetch(ahead, ahead_apart, V::kInParts ? V::kVectors / 2 : 0, V::kVectors);
       if (fetches_out) V::Fetch(Moved(out, V::kAhead * out_step), out_apart, 0, V::kVectors);
       for (std::size_t k = 0; k < V::kVectors; ++k) {
         float* const next_out = Moved(out, V::Apart(k, out_apart));
@@ -194,7 +203,7 @@ class BoxLine {
       }
       if constexpr (V::kInParts) V::Take(in, in_apart, to);
       in = Moved(in, in_step);
-      ahead = Moved(ahead, lines_.in.step);
+      ahead = Moved(ahead, ahead_step);
       out = Moved(out, out_step);
       sums += V::Row();
       to += V::Row();
