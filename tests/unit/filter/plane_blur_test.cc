@@ -80,39 +80,69 @@ struct Values {
   GuardedMemory memory;
 };
 
-// Rows that enter and leave, from a window of nothing but the first row on.
+// Rows that enter and leave, from a window of nothing but the first row on. Results go onto rows that are kept, or not.
 template <class T>
 void ExpectColumns(const PlaneKernels& kernels, std::int64_t n, std::int64_t reach, Random& random) {
   const BoxDivider divider(static_cast<std::uint32_t>(2 * reach + 1), 8 * sizeof(T));
-  const Values<T> first(n, random), second(n, random), third(n, random);
+  const Values<T> rows[] = {Values<T>(n, random), Values<T>(n, random), Values<T>(n, random)};
   std::vector<std::uint32_t> sums(static_cast<std::size_t>((n + pf::kSumsBlock - 1) / pf::kSumsBlock * pf::kSumsBlock)),
       expected_sums(sums.size());
-  const Values<T> out(n), expected(n);
-  const auto run = [&](const PlaneKernels& of, std::vector<std::uint32_t>& on, const Values<T>& to, int rows) {
+  const Values<T> before(n * pf::kSlideRows, random), out(n * pf::kSlideRows), expected(n * pf::kSlideRows);
+  const Values<T> kept(n * pf::kSlideRows);
+  const auto run = [&](const PlaneKernels& of, std::vector<std::uint32_t>& on, const Values<T>& to, std::int64_t count,
+                       bool keeps) {
     const pf::BoxKernels<T>& own = of.Of<T>();
     own.start(on.data(), n, divider);
-    own.add(on.data(), first.data(), static_cast<std::uint32_t>(2 * reach), n, divider);
-    own.add(on.data(), second.data(), 1, n, divider);
+    own.add(on.data(), rows[0].data(), static_cast<std::uint32_t>(2 * reach), n, divider);
+    own.add(on.data(), rows[1].data(), 1, n, divider);
     own.begin(on.data(), n, divider);
-    if (rows > 0) own.slide({on.data(), third.data(), first.data(), to.data(), n, {}}, divider);
-    if (rows > 1) own.slide({on.data(), first.data(), second.data(), to.data(), n, {}}, divider);
+    std::copy_n(before.data(), n * count, to.data());
+    pf::BoxSlide<T> slide = {on.data(), n, count, {}};
+    for (std::int64_t i = 0; i < count; ++i) {
+      T *const row = to.data() + i * n, *const copy = keeps ? kept.data() + i * n : nullptr;
+      slide.row[i] = {rows[(i + 2) % 3].data(), rows[i % 3].data(), row, copy, {}};
+    }
+    own.slide(slide, divider);
   };
-  for (const int rows : {1, 2}) {
-    run(kernels, sums, out, rows);
-    run(pf::kPortablePlaneKernels, expected_sums, expected, rows);
-    ASSERT_TRUE(out == expected) << n << " values of " << sizeof(T) << " bytes, reach " << reach << ", row " << rows;
+  for (const std::int64_t count : {std::int64_t{1}, std::int64_t{3}, pf::kSlideRows}) {
+    run(kernels, sums, out, count, true);
+    ASSERT_TRUE(std::equal(kept.data(), kept.data() + n * count, before.data())) << n << " values";
+    for (const bool keeps : {true, false}) {
+      run(kernels, sums, out, count, keeps);
+      run(pf::kPortablePlaneKernels, expected_sums, expected, count, keeps);
+      ASSERT_TRUE(std::equal(out.data(), out.data() + n * count, expected.data()))
+          << n << " values of " << sizeof(T) << " bytes, reach " << reach << ", " << count << " rows";
+    }
   }
 }
 
+// Pieces of a row, two of whole blocks, of which the last lies elsewhere.
 template <class T>
 void ExpectRow(const PlaneKernels& kernels, std::int64_t n, std::int64_t reach, std::int64_t channels, Random& random) {
   const BoxDivider divider(static_cast<std::uint32_t>(2 * reach + 1), 8 * sizeof(T));
-  const Values<T> line((n + 2 * reach + 1) * channels + pf::kRowSlack / static_cast<std::int64_t>(sizeof(T)), random);
-  const Values<T> out(n * channels), expected(n * channels);
+  const std::int64_t values = n * channels, blocks = values / pf::kRowBlock;
+  const std::int64_t head = blocks / 3 * pf::kRowBlock, middle = blocks / 2 * pf::kRowBlock;
+  const Values<T> line((n + 2 * reach + 1) * channels, random), tail(values - head - middle);
+  const Values<T> out(values), expected(values);
   const auto run = [&](const PlaneKernels& of, const Values<T>& to) {
-    const std::uint32_t more[4] = {};
+    const T *const leaving = line.data(), *const entering = leaving + (2 * reach + 1) * channels;
+    // Of the first window some pixels count otherwise.
+    std::uint32_t more[4];
+    for (std::int64_t i = 0; i < 4; ++i) {
+      more[i] = 0;
+      for (std::int64_t k = 0; k < reach; ++k) more[i] += leaving[k * channels + i % channels];
+    }
+    std::copy_n(entering + head + middle, values - head - middle, tail.data());
     const auto kernel = channels == 4 ? of.Of<T>().row_of_pixels : of.Of<T>().row;
-    kernel({line.data() + (reach + 1) * channels, to.data(), n, reach, more, {}}, divider);
+    kernel({leaving + reach * channels,
+            (reach + 1) * channels,
+            more,
+            {{entering, leaving, head},
+             {entering + head, leaving + head, middle},
+             {tail.data(), leaving + head + middle, values - head - middle}},
+            to.data(),
+            {}},
+           divider);
   };
   run(kernels, out);
   run(pf::kPortablePlaneKernels, expected);

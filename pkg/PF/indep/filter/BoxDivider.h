@@ -38,15 +38,14 @@ struct StepDivider {
   constexpr std::uint32_t QuotientOf(std::uint32_t n) const { return n * multiplier >> (shift + 16); }
 };
 
-// Rounded means of w values of 16 bits, w odd, in floats: sums are counted from those of values in the middle, so that
-// neither they nor means are far from 0, and the integer nearest to sum * (1 / w) is the mean. No mean lies halfway
-// between integers, but 1 / (2 w) from there. Sums are exact below 2^24, and 1 / w and the product are each rounded by
-// 2^-24 of themselves at most, that is by less than 2^15 * 2^-23 = 2^-8 together.
+// Rounded means of w values of 16 bits, w odd, in floats: sums are counted down from those of values in the middle, so
+// that neither they nor means are far from 0, and the integer nearest to sum * (1 / w) is the mean. No mean lies
+// halfway between integers, but 1 / (2 w) from there. Sums are exact below 2^24, and 1 / w and the product are each
+// rounded by 2^-24 of themselves at most, that is by less than 2^15 * 2^-23 = 2^-8 together.
 struct NearDivider {
   static constexpr std::uint16_t kCentre = 32768;
 
   static constexpr bool Fits(std::uint32_t w) { return w < 128; }
-  static constexpr std::uint32_t BiasOf(std::uint32_t w) { return 0 - w * kCentre; }
   static constexpr float InverseOf(std::uint32_t w) { return 1 / static_cast<float>(w); }
 };
 

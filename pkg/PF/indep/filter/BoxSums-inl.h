@@ -92,19 +92,16 @@ struct PixelHalves {
             hn::BitCast(D32(), hn::InterleaveUpper(d, values, hn::Zero(d)))};
   }
 };
-HWY_INLINE PixelHalves operator+(PixelHalves a, PixelHalves b) {
-  return {hn::Add(a.lower, b.lower), hn::Add(a.upper, b.upper)};
-}
 HWY_INLINE PixelHalves operator-(PixelHalves a, PixelHalves b) {
   return {hn::Sub(a.lower, b.lower), hn::Sub(a.upper, b.upper)};
 }
 
-// Their sums.
+// What their sums are short of the bias.
 struct PixelSums {
-  PixelHalves sums;
+  PixelHalves less;
 
   static HWY_INLINE PixelSums Of(const std::uint32_t* start, std::uint32_t bias) {
-    HWY_ALIGN const std::uint32_t s[4] = {start[0] + bias, start[1] + bias, start[2] + bias, start[3] + bias};
+    HWY_ALIGN const std::uint32_t s[4] = {bias - start[0], bias - start[1], bias - start[2], bias - start[3]};
     const auto pixel = hn::LoadDup128(D32(), s);
     return {{pixel, pixel}};
   }
@@ -112,10 +109,10 @@ struct PixelSums {
     return {{hn::LoadU(D32(), p), hn::LoadU(D32(), p + hn::MaxLanes(D32()))}};
   }
   HWY_INLINE void Save(std::uint32_t* p) const {
-    hn::StoreU(sums.lower, D32(), p);
-    hn::StoreU(sums.upper, D32(), p + hn::MaxLanes(D32()));
+    hn::StoreU(less.lower, D32(), p);
+    hn::StoreU(less.upper, D32(), p + hn::MaxLanes(D32()));
   }
-  HWY_INLINE void Add(PixelHalves change) { sums = sums + change; }
+  HWY_INLINE void Add(PixelHalves change) { less = less - change; }
   HWY_INLINE void Add(PixelHalves values, std::uint32_t times) {
     const auto factor = hn::Set(D32(), times);
     Add({hn::Mul(values.lower, factor), hn::Mul(values.upper, factor)});
@@ -241,7 +238,7 @@ class NearMeans {
   using Start = PixelSums;
   using Sums = Start;
 
-  static std::uint32_t BiasOf(const BoxDivider& divider) { return NearDivider::BiasOf(divider.window); }
+  static std::uint32_t BiasOf(const BoxDivider& divider) { return divider.window * NearDivider::kCentre; }
 
   HWY_INLINE explicit NearMeans(const BoxDivider& divider)
       : inverse_(hn::Set(DF(), NearDivider::InverseOf(divider.window))) {}
@@ -249,16 +246,14 @@ class NearMeans {
   HWY_INLINE Sums Begin(const Start& start) const { return start; }
   HWY_INLINE void Add(Sums& sums, PixelHalves change) const { sums.Add(change); }
   HWY_INLINE hn::Vec<DValues<std::uint16_t>> Of(const Sums& of) const {
-    const DValues<std::uint16_t> d;
-    const hn::RebindToSigned<decltype(d)> di;
-    const auto means = hn::ReorderDemote2To(di, Mean(of.sums.lower), Mean(of.sums.upper));
-    return hn::Xor(hn::BitCast(d, hn::Min(means, hn::Zero(di))), hn::Set(d, NearDivider::kCentre));
+    const auto less = PackUnsigned(Mean(of.less.lower), Mean(of.less.upper));
+    return hn::Sub(hn::Set(DValues<std::uint16_t>(), NearDivider::kCentre), less);
   }
 
  private:
   using DF = hn::Rebind<float, D32>;
   using DI = hn::RebindToSigned<D32>;
-  static_assert(PF_MAX_CHAN16 == NearDivider::kCentre, "what is larger is 0 and more before the centre is added");
+  static_assert(PF_MAX_CHAN16 == NearDivider::kCentre, "what is larger is less than 0 below the centre, and limited");
 
   HWY_INLINE hn::Vec<DI> Mean(hn::Vec<D32> sums) const {
     return RoundToInt32(hn::Mul(hn::ConvertTo(DF(), hn::BitCast(DI(), sums)), inverse_));

@@ -100,9 +100,16 @@ class Runs {
       return {hn::Sub(odd, change.odd), odd};
     }
   }
-  HWY_INLINE PixelHalves Of(PixelHalves change) const {
-    const auto upper = pixels_.Of(hn::Add(change.lower, change.upper));
-    return {hn::Sub(upper, change.upper), upper};
+  // Sums of a vector's pixels, from those of the pixel before.
+  template <class Means, class Sums>
+  HWY_INLINE Sums Next(const Means& means, Sums last, Halves<T> change) const {
+    means.Add(last, Of(change));
+    return last;
+  }
+  template <class Means>
+  HWY_INLINE PixelSums Next(const Means&, const PixelSums& last, PixelHalves change) const {
+    const auto upper = hn::Sub(last.less.upper, pixels_.Of(hn::Add(change.lower, change.upper)));
+    return {{hn::Add(upper, change.upper), upper}};
   }
   // Sums of the last pixel, for all.
   HWY_INLINE Halves<T> Last(Halves<T> sums) const {
@@ -116,7 +123,7 @@ class Runs {
   HWY_INLINE HalfSums<T> Last(const HalfSums<T>& of) const { return {Last(of.sums)}; }
   HWY_INLINE StepSums Last(const StepSums& of) const { return {Last(of.rest), Last(of.quotient)}; }
   HWY_INLINE PixelSums Last(const PixelSums& of) const {
-    const auto last = pixels_.Last(of.sums.upper);
+    const auto last = pixels_.Last(of.less.upper);
     return {{last, last}};
   }
   HWY_INLINE QuarterSums Last(const QuarterSums& of) const {
@@ -131,9 +138,9 @@ class Runs {
     to.Add(Last(Of(of.sums)));
     return to;
   }
-  HWY_INLINE PixelSums Total(const PixelSums& of, PixelSums to) const {
-    to.Add(Last(PixelSums{Of(of.sums)}).sums);
-    return to;
+  HWY_INLINE PixelSums Total(const PixelSums& of, const PixelSums& to) const {
+    const auto total = pixels_.Last(pixels_.Of(hn::Add(of.less.lower, of.less.upper)));
+    return {{hn::Add(to.less.lower, total), hn::Add(to.less.upper, total)}};
   }
   HWY_INLINE QuarterSums Total(const QuarterSums& of, QuarterSums to) const {
     for (int i = 0; i < 4; ++i) {

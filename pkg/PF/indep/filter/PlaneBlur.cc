@@ -14,46 +14,39 @@ namespace {
 
 const PlaneKernels& Kernels() { return *g_kernels.plane.load(std::memory_order_relaxed); }
 
-// Columns that are blurred together, from top to bottom: sums and rows in reach stay in the cache.
-constexpr std::int64_t kTileBytes = 1024;
+// Columns that are blurred together, from top to bottom: what they need of the rows in reach stays in the cache.
+constexpr std::int64_t kBellTileBytes = 1024, kBoxTileBytes = 512;
 
 // Narrow planes have some tiles too, for several processors.
-std::int64_t TileBytes(const BlurredPlane& plane) {
+std::int64_t TileBytes(const BlurredPlane& plane, std::int64_t most) {
   const auto quarter = static_cast<std::uint64_t>(plane.width_bytes()) / 4;
-  return std::clamp<std::int64_t>(static_cast<std::int64_t>(std::bit_floor(quarter)), 64, kTileBytes);
+  return std::clamp<std::int64_t>(static_cast<std::int64_t>(std::bit_floor(quarter)), 64, most);
 }
 
 // \name Along rows
 // @{
 
-// Copies of rows with `before` and `behind` pixels around them.
-class PaddedRows {
+// Rows of a plane, which go on beyond their ends.
+class ExtendedRows {
  public:
-  PaddedRows(const BlurredPlane& plane, std::int64_t before, std::int64_t behind)
-      : plane_(plane),
-        pixel_(plane.pixel_bytes),
-        before_(before),
-        behind_(behind),
-        lines_(static_cast<std::uint64_t>((plane.width + before + behind) * plane.pixel_bytes + kRowSlack),
-               Message::kBlurMemory) {}
+  explicit ExtendedRows(const BlurredPlane& plane) : plane_(plane), pixel_(plane.pixel_bytes) {}
 
-  // Calls f(first pixel of row y) with its copy.
-  template <class F>
-  void With(std::int64_t y, const F& f) {
-    const ScratchLines::Line scratch(lines_);
-    std::byte *row = scratch.data() + before_ * pixel_, *end = row + plane_.width * pixel_;
-    std::memcpy(row, plane_.src + y * plane_.src_row_bytes, static_cast<std::size_t>(end - row));
-    if (!plane_.transparent) {
-      Repeat(row, scratch.data(), before_);
-      Repeat(end - pixel_, end, behind_);
-    }
-    f(row);
+  const std::byte* At(std::int64_t y) const { return plane_.src + y * plane_.src_row_bytes; }
+  // Copies pixels first..end - 1 of row y, first <= width and end >= 0.
+  void Copy(std::int64_t y, std::int64_t first, std::int64_t end, std::byte* to) const {
+    const std::int64_t begin = std::max<std::int64_t>(first, 0), stop = std::min(end, plane_.width);
+    const std::byte* const row = At(y);
+    std::byte *const inside = to + (begin - first) * pixel_, *const behind = inside + (stop - begin) * pixel_;
+    std::memcpy(inside, row + begin * pixel_, static_cast<std::size_t>(behind - inside));
+    Repeat(row, to, begin - first);
+    Repeat(row + (plane_.width - 1) * pixel_, behind, end - stop);
   }
 
  private:
   void Repeat(const std::byte* pixel, std::byte* to, std::int64_t times) const {
     const std::int64_t size = times * pixel_;
     if (size == 0) return;
+    if (plane_.transparent) return void(std::memset(to, 0, static_cast<std::size_t>(size)));
     std::memcpy(to, pixel, static_cast<std::size_t>(pixel_));
     for (std::int64_t done = pixel_; done < size; done *= 2) {
       std::memcpy(to + done, to, static_cast<std::size_t>(std::min(done, size - done)));
@@ -61,8 +54,7 @@ class PaddedRows {
   }
 
   const BlurredPlane& plane_;
-  std::int64_t pixel_, before_, behind_;
-  ScratchLines lines_;
+  std::int64_t pixel_;
 };
 
 template <class F>
@@ -70,10 +62,10 @@ PF_Err ForLines(const BlurredPlane& plane, const F& line) {
   return ForRows(plane.progress, plane.reports, static_cast<std::int32_t>(plane.lines()), line);
 }
 
-// The row after y.
+// What follows row y, as far ahead as it takes to fetch it.
 RowsAhead AheadOf(const BlurredPlane& plane, std::int64_t y) {
-  const std::int64_t next = std::min(y + 1, plane.height - 1);
-  return {plane.src + next * plane.src_row_bytes, plane.dst + next * plane.dst_row_bytes};
+  constexpr std::int64_t kAhead = 4096;
+  return {plane.src + y * plane.src_row_bytes + kAhead, plane.dst + y * plane.dst_row_bytes + kAhead};
 }
 
 template <class T>
@@ -81,37 +73,91 @@ T* RowOut(const BlurredPlane& plane, std::int64_t y) {
   return reinterpret_cast<T*>(plane.dst + y * plane.dst_row_bytes);
 }
 
-// A span beyond the line adds nothing but end pixels, the same to every sum.
+// A row's values for boxes: where it lies, but for copies of its ends. A row that overwrites itself, or whose ends are
+// all there is of it, is copied.
 template <class T>
-PF_Err BoxRows(const BlurredPlane& plane, std::int64_t span, const BoxDivider& divider) {
-  const BoxKernels<T>& kernels = Kernels().Of<T>();
-  const auto kernel = plane.channels == 4 ? kernels.row_of_pixels : kernels.row;
-  const std::int64_t reach = std::min(span, plane.width), channels = plane.channels;
-  const auto beyond = static_cast<std::uint32_t>(plane.transparent ? 0 : span - reach);
-  PaddedRows rows(plane, reach + 1, reach);
+class BoxRows {
+ public:
+  // A span beyond the line adds nothing but end pixels, the same to every sum.
+  BoxRows(const BlurredPlane& plane, std::int64_t span)
+      : plane_(plane),
+        rows_(plane),
+        reach_(std::min(span, plane.width)),
+        beyond_(static_cast<std::uint32_t>(span - reach_)),
+        block_(kRowBlock / plane.channels),
+        head_((reach_ + block_) / block_ * block_),
+        tail_((plane.width - reach_) / block_ * block_),
+        whole_(plane.in_place() || head_ > tail_) {}
+
+  std::int64_t scratch_pixels() const { return plane_.width + 2 * reach_ + 1 + block_; }
+
+  void Blur(std::int64_t y, std::byte* scratch, const BoxDivider& divider) const {
+    const BoxKernels<T>& kernels = Kernels().Of<T>();
+    std::uint32_t more[4];
+    More(y, more);
+    (plane_.channels == 4 ? kernels.row_of_pixels : kernels.row)(Row(y, more, scratch), divider);
+  }
+
+ private:
+  const T* Values(const std::byte* row, std::int64_t x) const {
+    return reinterpret_cast<const T*>(row + x * plane_.pixel_bytes);
+  }
+  // End pixels in the window before the first one.
+  void More(std::int64_t y, std::uint32_t* more) const {
+    const T *first = Values(rows_.At(y), 0), *last = Values(rows_.At(y), plane_.width - 1);
+    const std::uint32_t before = beyond_ + static_cast<std::uint32_t>(reach_ + 1);
+    for (int i = 0; i < 4; ++i) {
+      const int c = i % plane_.channels;
+      more[i] = plane_.transparent ? 0 : before * first[c] + beyond_ * last[c];
+    }
+  }
+  BoxRow<T> Row(std::int64_t y, const std::uint32_t* more, std::byte* scratch) const {
+    const std::int64_t n = plane_.width, channels = plane_.channels;
+    const std::byte* const row = rows_.At(y);
+    BoxRow<T> box = {Values(row, 0), channels * reach_, more, {}, RowOut<T>(plane_, y), AheadOf(plane_, y)};
+    if (whole_) {
+      rows_.Copy(y, -reach_ - 1, n + reach_, scratch);
+      box.pieces[0] = {Values(scratch, 2 * reach_ + 1), Values(scratch, 0), channels * n};
+      return box;
+    }
+    std::byte* const end = scratch + head_ * plane_.pixel_bytes;
+    rows_.Copy(y, -reach_ - 1, head_ - reach_ - 1, scratch);
+    rows_.Copy(y, tail_ + reach_, n + reach_, end);
+    box.pieces[0] = {Values(row, reach_), Values(scratch, 0), channels * head_};
+    box.pieces[1] = {Values(row, head_ + reach_), Values(row, head_ - reach_ - 1), channels * (tail_ - head_)};
+    box.pieces[2] = {Values(end, 0), Values(row, tail_ - reach_ - 1), channels * (n - tail_)};
+    return box;
+  }
+
+  const BlurredPlane& plane_;
+  ExtendedRows rows_;
+  std::int64_t reach_;
+  std::uint32_t beyond_;
+  std::int64_t block_, head_, tail_;
+  bool whole_;
+};
+
+template <class T>
+PF_Err BlurRowsByBox(const BlurredPlane& plane, std::int64_t span, const BoxDivider& divider) {
+  const BoxRows<T> rows(plane, span);
+  ScratchLines scratch(static_cast<std::uint64_t>(rows.scratch_pixels() * plane.pixel_bytes), Message::kBlurMemory);
   return ForLines(plane, [&](std::int32_t y) {
-    rows.With(y, [&](const std::byte* pixels) {
-      const auto* row = reinterpret_cast<const T*>(pixels);
-      std::uint32_t more[4];
-      for (std::int64_t i = 0; i < 4; ++i) {
-        const std::int64_t c = i % channels;
-        more[i] = beyond * (std::uint32_t{row[c]} + row[channels * (plane.width - 1) + c]);
-      }
-      kernel({row, RowOut<T>(plane, y), plane.width, reach, more, AheadOf(plane, y)}, divider);
-    });
+    const ScratchLines::Line line(scratch);
+    rows.Blur(y, line.data(), divider);
   });
 }
 
 PF_Err BellRows(const BlurredPlane& plane, const SplitWeights& weights) {
   const std::int64_t reach = weights.reach, channels = plane.channels;
-  PaddedRows rows(plane, reach, reach);
+  const ExtendedRows rows(plane);
+  ScratchLines scratch(static_cast<std::uint64_t>((plane.width + 2 * reach) * plane.pixel_bytes), Message::kBlurMemory);
   return ForLines(plane, [&](std::int32_t y) {
-    rows.With(y, [&](const std::byte* pixels) {
-      const std::uint8_t* taps[2 * kDirectReach + 1];
-      const auto* row = reinterpret_cast<const std::uint8_t*>(pixels);
-      for (std::int64_t i = 0; i <= 2 * reach; ++i) taps[i] = row + (i - reach) * channels;
-      Kernels().bell(taps, weights, RowOut<std::uint8_t>(plane, y), channels * plane.width, AheadOf(plane, y));
-    });
+    const ScratchLines::Line line(scratch);
+    rows.Copy(y, -reach, plane.width + reach, line.data());
+    const std::uint8_t* taps[2 * kDirectReach + 1];
+    const auto* row = reinterpret_cast<const std::uint8_t*>(line.data());
+    for (std::int64_t i = 0; i <= 2 * reach; ++i) taps[i] = row + i * channels;
+    Kernels().bell(taps, weights, RowOut<std::uint8_t>(plane, y), channels * plane.width, AheadOf(plane, y));
   });
 }
 // @}
@@ -122,8 +168,8 @@ PF_Err BellRows(const BlurredPlane& plane, const SplitWeights& weights) {
 // Columns that are blurred together, and the rows that cross them.
 class Tile {
  public:
-  Tile(const BlurredPlane& plane, std::int64_t begin)
-      : plane_(plane), begin_(begin), bytes_(std::min(TileBytes(plane), plane.width_bytes() - begin)) {}
+  Tile(const BlurredPlane& plane, std::int64_t begin, std::int64_t most)
+      : plane_(plane), begin_(begin), bytes_(std::min(most, plane.width_bytes() - begin)) {}
 
   std::int64_t bytes() const { return bytes_; }
   // Row y, which may lie beyond the ends.
@@ -140,8 +186,8 @@ class Tile {
  private:
   std::int64_t Inside(std::int64_t y) const { return std::clamp<std::int64_t>(y, 0, plane_.height - 1); }
 
-  static constexpr std::int64_t kAhead = 2;
-  alignas(64) static constexpr std::byte kNothing[kTileBytes] = {};
+  static constexpr std::int64_t kAhead = kSlideRows;
+  alignas(64) static constexpr std::byte kNothing[kBellTileBytes] = {};
 
   const BlurredPlane& plane_;
   std::int64_t begin_, bytes_;
@@ -149,14 +195,14 @@ class Tile {
 
 // Calls f(tile, scratch) for every tile, at its first line.
 template <class F>
-PF_Err ForTiles(const BlurredPlane& plane, std::int64_t scratch_bytes, const F& f) {
+PF_Err ForTiles(const BlurredPlane& plane, std::int64_t most_bytes, std::int64_t scratch_bytes, const F& f) {
   ScratchLines scratch(static_cast<std::uint64_t>(scratch_bytes), Message::kBlurMemory);
-  const std::int64_t tile_bytes = TileBytes(plane);
+  const std::int64_t tile_bytes = TileBytes(plane, most_bytes);
   return ForLines(plane, [&](std::int32_t x) {
     const std::int64_t begin = x * plane.pixel_bytes;
     if (begin % tile_bytes != 0) return;
     const ScratchLines::Line line(scratch);
-    f(Tile(plane, begin), line.data());
+    f(Tile(plane, begin, tile_bytes), line.data());
   });
 }
 
@@ -166,7 +212,7 @@ class BoxTile {
  public:
   // Bytes of scratch.
   static std::int64_t Scratch(const BlurredPlane& plane, std::int64_t kept) {
-    return plane.in_place() ? Slots(plane, kept) * kTileBytes : 0;
+    return plane.in_place() ? Slots(plane, kept) * kBoxTileBytes : 0;
   }
 
   BoxTile(const BlurredPlane& plane, const Tile& tile, std::int64_t kept, std::byte* scratch)
@@ -179,21 +225,19 @@ class BoxTile {
     const bool nothing = plane_.transparent && inside != y;
     return reinterpret_cast<const T*>(inside < begun_ && !nothing ? Slot(inside) : tile_.At(y));
   }
-  // Where the results of row y go. Rows are begun in order.
+  // Row y overwrites its source from now on, which goes into the place that is told. Rows are begun in order.
   template <class T>
   T* Begin(std::int64_t y) {
-    if (plane_.in_place()) {
-      std::memcpy(Slot(y), tile_.At(y), static_cast<std::size_t>(tile_.bytes()));
-      begun_ = y + 1;
-    }
-    return reinterpret_cast<T*>(tile_.Out(y));
+    if (!plane_.in_place()) return nullptr;
+    begun_ = y + 1;
+    return reinterpret_cast<T*>(Slot(y));
   }
 
  private:
   static std::int64_t Slots(const BlurredPlane& plane, std::int64_t kept) {
     return static_cast<std::int64_t>(std::bit_ceil(static_cast<std::uint64_t>(std::min(kept + 1, plane.height))));
   }
-  std::byte* Slot(std::int64_t y) const { return scratch_ + (y & mask_) * kTileBytes; }
+  std::byte* Slot(std::int64_t y) const { return scratch_ + (y & mask_) * kBoxTileBytes; }
 
   const BlurredPlane& plane_;
   const Tile& tile_;
@@ -205,8 +249,9 @@ template <class T>
 PF_Err BoxColumns(const BlurredPlane& plane, std::int64_t span, const BoxDivider& divider) {
   const BoxKernels<T>& kernels = Kernels().Of<T>();
   const std::int64_t height = plane.height;
-  constexpr std::int64_t kSumBytes = kTileBytes / static_cast<std::int64_t>(sizeof(T)) * 4;
-  return ForTiles(plane, kSumBytes + BoxTile::Scratch(plane, span + 1), [&](const Tile& tile, std::byte* scratch) {
+  constexpr std::int64_t kSumBytes = kBoxTileBytes / static_cast<std::int64_t>(sizeof(T)) * 4;
+  const std::int64_t scratch_bytes = kSumBytes + BoxTile::Scratch(plane, span + 1);
+  return ForTiles(plane, kBoxTileBytes, scratch_bytes, [&](const Tile& tile, std::byte* scratch) {
     auto* sums = reinterpret_cast<std::uint32_t*>(scratch);
     BoxTile rows(plane, tile, span + 1, scratch + kSumBytes);
     const std::int64_t n = tile.bytes() / static_cast<std::int64_t>(sizeof(T)), inside = std::min(span, height);
@@ -218,9 +263,16 @@ PF_Err BoxColumns(const BlurredPlane& plane, std::int64_t span, const BoxDivider
     for (std::int64_t y = 0; y < inside; ++y) add(y, 1);
     add(height, span - inside);
     kernels.begin(sums, n, divider);
-    for (std::int64_t y = 0; y < height; ++y) {
-      T* out = rows.Begin<T>(y);
-      kernels.slide({sums, rows.At<T>(y + span), rows.At<T>(y - span - 1), out, n, tile.Ahead(y + span, y)}, divider);
+    const auto slid = [&](std::int64_t y) -> typename BoxSlide<T>::Row {
+      T* const kept = rows.Begin<T>(y);
+      T* const out = reinterpret_cast<T*>(tile.Out(y));
+      return {rows.At<T>(y + span), rows.At<T>(y - span - 1), out, kept, tile.Ahead(y + span, y)};
+    };
+    BoxSlide<T> slide = {sums, n, kSlideRows, {}};
+    for (std::int64_t y = 0; y < height; y += kSlideRows) {
+      slide.rows = std::min(kSlideRows, height - y);
+      for (std::int64_t i = 0; i < slide.rows; ++i) slide.row[i] = slid(y + i);
+      kernels.slide(slide, divider);
     }
   });
 }
@@ -229,13 +281,13 @@ PF_Err BoxColumns(const BlurredPlane& plane, std::int64_t span, const BoxDivider
 // cache. The copy that is left behind takes the row that comes.
 PF_Err BellColumns(const BlurredPlane& plane, const SplitWeights& weights) {
   const std::int64_t reach = weights.reach, last = 2 * reach;
-  return ForTiles(plane, (last + 1) * kTileBytes, [&](const Tile& tile, std::byte* scratch) {
+  return ForTiles(plane, kBellTileBytes, (last + 1) * kBellTileBytes, [&](const Tile& tile, std::byte* scratch) {
     std::byte* rows[2 * kDirectReach + 1];
     const std::uint8_t* taps[2 * kDirectReach + 1];
     const auto copy = [&](std::int64_t y, std::byte* to) {
       std::memcpy(to, tile.At(y), static_cast<std::size_t>(tile.bytes()));
     };
-    for (std::int64_t i = 0; i <= last; ++i) copy(i - reach - 1, rows[i] = scratch + i * kTileBytes);
+    for (std::int64_t i = 0; i <= last; ++i) copy(i - reach - 1, rows[i] = scratch + i * kBellTileBytes);
     for (std::int64_t y = 0; y < plane.height; ++y) {
       std::rotate(rows, rows + 1, rows + last + 1);
       copy(y + reach, rows[last]);
@@ -252,7 +304,7 @@ PF_Err BellColumns(const BlurredPlane& plane, const SplitWeights& weights) {
 template <class T>
 PF_Err BlurByBox(const BlurredPlane& plane, std::int64_t span) {
   const BoxDivider divider(static_cast<std::uint32_t>(2 * span + 1), 8 * sizeof(T));
-  return plane.columns ? BoxColumns<T>(plane, span, divider) : BoxRows<T>(plane, span, divider);
+  return plane.columns ? BoxColumns<T>(plane, span, divider) : BlurRowsByBox<T>(plane, span, divider);
 }
 template PF_Err BlurByBox<std::uint8_t>(const BlurredPlane&, std::int64_t);
 template PF_Err BlurByBox<std::uint16_t>(const BlurredPlane&, std::int64_t);

@@ -15,9 +15,6 @@ struct SplitWeights {
   std::int64_t reach;
 };
 
-// Vectors may read so many bytes behind the pixels of a row that was copied.
-inline constexpr std::int64_t kRowSlack = 64;
-
 // Sums along columns take four bytes for each value, rounded up to so many values, in an order of their kernels.
 inline constexpr std::int64_t kSumsBlock = 64;
 
@@ -27,31 +24,50 @@ struct RowsAhead {
   const std::byte* out;
 };
 
-// A row enters the sums of n columns, another one leaves them.
+// Rows that slide together: sums stay in registers from one to the next.
+inline constexpr std::int64_t kSlideRows = 8;
+
+// A row enters the sums of n columns, another one leaves them; and so on for the next rows.
 template <class T>
 struct BoxSlide {
+  struct Row {
+    const T *entering, *leaving;
+    T* out;
+    T* kept;  // takes what `out` holds before, first of all; null for nobody
+    RowsAhead ahead;
+  };
+
   std::uint32_t* sums;
-  const T *entering, *leaving;
-  T* out;
   std::int64_t n;
-  RowsAhead ahead;
+  std::int64_t rows;
+  Row row[kSlideRows];
 };
 
-// n pixels and what lies around them: reach + 1 pixels before the first, reach behind the last, and kRowSlack.
+// Results of a row, one after the other: n values whose windows are those of the values before with `entering` added
+// and `leaving` taken away. n is a multiple of kRowBlock, but for the last piece.
+template <class T>
+struct BoxPiece {
+  const T *entering, *leaving;
+  std::int64_t n;
+};
+inline constexpr std::int64_t kRowBlock = 64;
+
+// The window before the first one holds n_first values from `first` on and, besides, `more` of four channels: without
+// channels four times the same.
 template <class T>
 struct BoxRow {
-  const T* line;
+  const T* first;
+  std::int64_t n_first;
+  const std::uint32_t* more;
+  BoxPiece<T> pieces[3];
   T* out;
-  std::int64_t n;
-  std::int64_t reach;
-  const std::uint32_t* more;  // of four channels: what every sum holds besides; without channels four times the same
   RowsAhead ahead;
 };
 
 template <class T>
 struct BoxKernels {
   // Along columns: sums of nothing; a row added so many times; after all of these once, to what slides; the means when
-  // one more row has entered and left.
+  // one more row has entered and left, and again.
   void (*start)(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider);
   void (*add)(std::uint32_t* sums, const T* row, std::uint32_t times, std::int64_t n, const BoxDivider& divider);
   void (*begin)(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider);

@@ -6,6 +6,7 @@
 #include <hwy/highway.h>
 
 #include <cstring>
+#include <utility>
 
 #include "filter/Bell.h"
 #include "filter/BoxSums-inl.h"
@@ -93,19 +94,36 @@ void BeginSums(std::uint32_t* sums, std::int64_t n, const Means& means) {
   for (std::int64_t x = 0; x < n; x += kStep<T>) means.Begin(Means::Start::Load(sums + x)).Save(sums + x);
 }
 
-template <class T, class Means>
-void SlideSums(const BoxSlide<T>& slide, const Means& means) {
+// Vectors whose sums stay in registers while rows go by.
+using StripVectors = std::make_index_sequence<4>;
+
+template <class T, bool keeps, class Means, class Block, std::size_t... k>
+HWY_INLINE void SlideStrip(const BoxSlide<T>& slide, const Means& means, std::int64_t x, const Block& block,
+                           std::index_sequence<k...>) {
   using Split = typename Means::Split;
-  const auto one = [&](std::int64_t x, const auto& block) HWY_ATTR {
-    Fetch(slide.ahead, x * static_cast<std::int64_t>(sizeof(T)));
-    auto sums = Means::Sums::Load(slide.sums + x);
-    means.Add(sums, Split::Of(block.Load(slide.entering + x)) - Split::Of(block.Load(slide.leaving + x)));
-    sums.Save(slide.sums + x);
-    block.Store(means.Of(sums), slide.out + x);
+  using Sums = typename Means::Sums;
+  Sums sums[] = {Sums::Load(slide.sums + x + static_cast<std::int64_t>(k) * kStep<T>)...};
+  const auto one = [&](const auto& row, Sums& sum, std::int64_t at) HWY_ATTR {
+    Fetch(row.ahead, at * static_cast<std::int64_t>(sizeof(T)));
+    if constexpr (keeps) block.Store(block.Load(row.out + at), row.kept + at);
+    means.Add(sum, Split::Of(block.Load(row.entering + at)) - Split::Of(block.Load(row.leaving + at)));
+    block.Store(means.Of(sum), row.out + at);
   };
+  for (std::int64_t i = 0; i < slide.rows; ++i) {
+    const auto row = slide.row[i];  // a copy stays in registers
+    (one(row, sums[k], x + static_cast<std::int64_t>(k) * kStep<T>), ...);
+  }
+  (sums[k].Save(slide.sums + x + static_cast<std::int64_t>(k) * kStep<T>), ...);
+}
+
+template <class T, bool keeps, class Means>
+void SlideSums(const BoxSlide<T>& slide, const Means& means) {
+  using One = std::make_index_sequence<1>;
+  constexpr auto kStrip = static_cast<std::int64_t>(StripVectors::size()) * kStep<T>;
   std::int64_t x = 0;
-  for (; x + kStep<T> <= slide.n; x += kStep<T>) one(x, WholeBlock<T>());
-  if (x < slide.n) one(x, LastBlock<T>{slide.n - x});
+  for (; x + kStrip <= slide.n; x += kStrip) SlideStrip<T, keeps>(slide, means, x, WholeBlock<T>(), StripVectors());
+  for (; x + kStep<T> <= slide.n; x += kStep<T>) SlideStrip<T, keeps>(slide, means, x, WholeBlock<T>(), One());
+  if (x < slide.n) SlideStrip<T, keeps>(slide, means, x, LastBlock<T>{slide.n - x}, One());
 }
 
 template <class T, bool pixels, class Means>
@@ -113,28 +131,30 @@ void RowSums(const BoxRow<T>& row, const BoxDivider& divider, const Means& means
   using Split = typename Means::Split;
   using Start = typename Means::Start;
   using Sums = typename Means::Sums;
-  constexpr std::int64_t kChannels = pixels ? 4 : 1;
   const Runs<T, pixels> runs;
-  const T *leaving = row.line - kChannels * (row.reach + 1), *entering = row.line + kChannels * row.reach;
 
   constexpr std::uint32_t kNothing[4] = {};
   Start around = Start::Of(kNothing, 0);
-  const std::int64_t n_around = kChannels * (2 * row.reach + 1), n = kChannels * row.n;
   std::int64_t x = 0;
-  for (; x + kStep<T> <= n_around; x += kStep<T>) around.Add(Split::Of(WholeBlock<T>().Load(leaving + x)));
-  if (x < n_around) around.Add(Split::Of(LastBlock<T>{n_around - x}.Load(leaving + x)));
+  for (; x + kStep<T> <= row.n_first; x += kStep<T>) around.Add(Split::Of(WholeBlock<T>().Load(row.first + x)));
+  if (x < row.n_first) around.Add(Split::Of(LastBlock<T>{row.n_first - x}.Load(row.first + x)));
   Sums last = means.Begin(runs.Total(around, Start::Of(row.more, Means::BiasOf(divider))));
 
-  const auto one = [&](std::int64_t at, const auto& block) HWY_ATTR {
-    Fetch(row.ahead, at * static_cast<std::int64_t>(sizeof(T)));
-    const hn::Vec<DValues<T> > in = WholeBlock<T>().Load(entering + at), gone = WholeBlock<T>().Load(leaving + at);
-    Sums sums = last;
-    means.Add(sums, runs.Of(Split::Of(in) - Split::Of(gone)));
-    last = runs.Last(sums);
-    block.Store(means.Of(sums), row.out + at);
-  };
-  for (x = 0; x + kStep<T> <= n; x += kStep<T>) one(x, WholeBlock<T>());
-  if (x < n) one(x, LastBlock<T>{n - x});
+  const RowsAhead ahead = row.ahead;
+  T* const out = row.out;
+  std::int64_t begin = 0;
+  for (const BoxPiece<T> piece : row.pieces) {
+    const auto one = [&](std::int64_t at, const auto& block) HWY_ATTR {
+      Fetch(ahead, (begin + at) * static_cast<std::int64_t>(sizeof(T)));
+      const hn::Vec<DValues<T> > in = block.Load(piece.entering + at), gone = block.Load(piece.leaving + at);
+      const Sums sums = runs.Next(means, last, Split::Of(in) - Split::Of(gone));
+      last = runs.Last(sums);
+      block.Store(means.Of(sums), out + begin + at);
+    };
+    for (x = 0; x + kStep<T> <= piece.n; x += kStep<T>) one(x, WholeBlock<T>());
+    if (x < piece.n) one(x, LastBlock<T>{piece.n - x});
+    begin += piece.n;
+  }
 }
 
 template <class T>
@@ -151,7 +171,9 @@ void Begin(std::uint32_t* sums, std::int64_t n, const BoxDivider& divider) {
 }
 template <class T>
 void Slide(const BoxSlide<T>& slide, const BoxDivider& divider) {
-  WithMeans<T>(divider, [&](const auto& means) HWY_ATTR { SlideSums<T>(slide, means); });
+  const bool keeps = slide.row[0].kept != nullptr;
+  WithMeans<T>(divider, [&](const auto& means)
+                            HWY_ATTR { keeps ? SlideSums<T, true>(slide, means) : SlideSums<T, false>(slide, means); });
 }
 template <class T, bool pixels>
 void Row(const BoxRow<T>& row, const BoxDivider& divider) {
@@ -214,28 +236,34 @@ class BellSums {
   hn::Vec<DI32> high_[4], low_[4];
 };
 
+template <class Block>
+HWY_INLINE hn::Vec<DValues<std::uint8_t> > BellAt(const std::uint8_t* const* centre, const SplitWeights& weights,
+                                                  std::int64_t x, const Block& block) {
+  using Both = Halves<std::uint8_t>;
+  BellSums sums;
+  const auto both = [&](std::int64_t i)
+                        HWY_ATTR { return Both::Of(block.Load(centre[-i] + x)) + Both::Of(block.Load(centre[i] + x)); };
+  const Both nothing = Both::Of(hn::Zero(DValues<std::uint8_t>())), middle = Both::Of(block.Load(centre[0] + x));
+  const std::int64_t reach = weights.reach;
+  sums.Add(weights, 0, middle, reach > 0 ? both(1) : nothing);
+  std::int64_t i = 2;
+  for (; i < reach; i += 2) sums.Add(weights, i, both(i), both(i + 1));
+  if (i == reach) sums.Add(weights, i, both(i), nothing);
+  return sums.Means();
+}
+
 void Bell(const std::uint8_t* const* taps, const SplitWeights& weights, std::uint8_t* out, std::int64_t n,
           const RowsAhead& ahead) {
   using T = std::uint8_t;
-  const std::int64_t reach = weights.reach;
-  const std::uint8_t* const* centre = taps + reach;
-  const auto blur = [&](std::int64_t x, const auto& block) HWY_ATTR {
-    Fetch(ahead, x);
-    BellSums sums;
-    const auto both = [&](std::int64_t i) HWY_ATTR {
-      return Halves<T>::Of(block.Load(centre[-i] + x)) + Halves<T>::Of(block.Load(centre[i] + x));
-    };
-    const Halves<T> nothing = Halves<T>::Of(hn::Zero(DValues<T>()));
-    const Halves<T> middle = Halves<T>::Of(block.Load(centre[0] + x));
-    sums.Add(weights, 0, middle, reach > 0 ? both(1) : nothing);
-    std::int64_t i = 2;
-    for (; i < reach; i += 2) sums.Add(weights, i, both(i), both(i + 1));
-    if (i == reach) sums.Add(weights, i, both(i), nothing);
-    block.Store(sums.Means(), out + x);
-  };
+  const SplitWeights own = weights;  // copies stay in registers
+  const RowsAhead following = ahead;
   std::int64_t x = 0;
-  for (; x + kStep<T> <= n; x += kStep<T>) blur(x, WholeBlock<T>());
-  if (x < n) blur(x, LastBlock<T>{n - x});
+  for (; x + kStep<T> <= n; x += kStep<T>) {
+    Fetch(following, x);
+    WholeBlock<T>().Store(BellAt(taps + own.reach, own, x, WholeBlock<T>()), out + x);
+  }
+  const LastBlock<T> last = {n - x};
+  if (x < n) last.Store(BellAt(taps + own.reach, own, x, last), out + x);
 }
 // @}
 

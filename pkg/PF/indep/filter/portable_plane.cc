@@ -27,21 +27,27 @@ void Begin(std::uint32_t*, std::int64_t, const BoxDivider&) {}
 
 template <class T>
 void Slide(const BoxSlide<T>& slide, const BoxDivider& divider) {
-  for (std::int64_t x = 0; x < slide.n; ++x) {
-    slide.sums[x] += slide.entering[x] - std::uint32_t{slide.leaving[x]};
-    slide.out[x] = MeanOf<T>(slide.sums[x], divider);
+  for (std::int64_t i = 0; i < slide.rows; ++i) {
+    const auto& row = slide.row[i];
+    for (std::int64_t x = 0; x < slide.n; ++x) {
+      if (row.kept != nullptr) row.kept[x] = row.out[x];
+      slide.sums[x] += row.entering[x] - std::uint32_t{row.leaving[x]};
+      row.out[x] = MeanOf<T>(slide.sums[x], divider);
+    }
   }
 }
 
-template <class T, int channels>
+template <class T, std::size_t channels>
 void Row(const BoxRow<T>& row, const BoxDivider& divider) {
-  for (int c = 0; c < channels; ++c) {
-    const auto at = [&](std::int64_t x) -> std::uint32_t { return row.line[channels * x + c]; };
-    std::uint32_t sum = row.more[c];
-    for (std::int64_t x = -row.reach - 1; x < row.reach; ++x) sum += at(x);
-    for (std::int64_t x = 0; x < row.n; ++x) {
-      sum += at(x + row.reach) - at(x - row.reach - 1);
-      row.out[channels * x + c] = MeanOf<T>(sum, divider);
+  std::uint32_t sums[channels];
+  std::copy_n(row.more, channels, sums);
+  for (std::int64_t i = 0; i < row.n_first; ++i) sums[static_cast<std::size_t>(i) % channels] += row.first[i];
+  T* out = row.out;
+  for (const BoxPiece<T>& piece : row.pieces) {
+    for (std::int64_t i = 0; i < piece.n; ++i) {
+      std::uint32_t& sum = sums[static_cast<std::size_t>(i) % channels];
+      sum += piece.entering[i] - std::uint32_t{piece.leaving[i]};
+      *out++ = MeanOf<T>(sum, divider);
     }
   }
 }

@@ -40,6 +40,34 @@ HWY_INLINE auto RoundToInt32(V v) {
 }
 #endif
 
+// Per block of 128 bits: the values of a, then those of b, limited to 0..65535, if they are at most 65535.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_SSE4
+template <std::size_t N>
+HWY_INLINE hn::Vec128<std::uint16_t, 2 * N> PackUnsigned(hn::Vec128<std::int32_t, N> a, hn::Vec128<std::int32_t, N> b) {
+  return hn::Vec128<std::uint16_t, 2 * N>{_mm_packus_epi32(a.raw, b.raw)};
+}
+#if HWY_TARGET <= HWY_AVX2
+HWY_INLINE hn::Vec256<std::uint16_t> PackUnsigned(hn::Vec256<std::int32_t> a, hn::Vec256<std::int32_t> b) {
+  return hn::Vec256<std::uint16_t>{_mm256_packus_epi32(a.raw, b.raw)};
+}
+#endif
+#if HWY_TARGET <= HWY_AVX3
+HWY_INLINE hn::Vec512<std::uint16_t> PackUnsigned(hn::Vec512<std::int32_t> a, hn::Vec512<std::int32_t> b) {
+  return hn::Vec512<std::uint16_t>{_mm512_packus_epi32(a.raw, b.raw)};
+}
+#endif
+#else
+template <class V>
+HWY_INLINE auto PackUnsigned(V a, V b) {
+  const hn::DFromV<V> d;
+  const hn::Repartition<std::int16_t, decltype(d)> d16;
+  const hn::Repartition<std::uint16_t, decltype(d)> du16;
+  const auto centre = hn::Set(d, 32768);
+  const auto both = hn::ReorderDemote2To(d16, hn::Sub(a, centre), hn::Sub(b, centre));
+  return hn::BitCast(du16, hn::Xor(both, hn::Set(d16, INT16_MIN)));
+}
+#endif
+
 #if HWY_ARCH_X86
 // Per block of 128 bits: the values of a, then those of b, limited to 0..255.
 template <std::size_t N>
