@@ -10,6 +10,7 @@
 #include <hwy/highway.h>
 
 #include <cstdint>
+#include <cstring>
 
 #include "sample/BilinearPhases-inl.h"
 #include "sample/BilinearTaps-inl.h"
@@ -29,21 +30,39 @@ inline constexpr int kPairBits = 14;
 using PairTag = hn::ScalableTag<std::int32_t>;
 using PairShorts = hn::Repartition<std::int16_t, PairTag>;
 
-// Four 32-bit lanes per column, one per channel: the value there and, in the upper half, the one in the
-// next column, both less 32768.
-HWY_NOINLINE inline void PairRow(const std::uint16_t* planes, std::int64_t stride, std::int64_t columns,
-                                 std::uint32_t* pairs) {
-  const hn::ScalableTag<std::uint32_t> d;
-  const hn::Rebind<std::uint16_t, decltype(d)> d16;
-  const auto bias = hn::Set(d, 0x80008000u);
-  for (std::int64_t m = 0; m < columns; m += static_cast<std::int64_t>(hn::Lanes(d))) {
-    const auto pair = [&](std::int64_t c) HWY_ATTR {
-      const std::uint16_t* at = planes + c * stride + m;
-      const auto left = hn::PromoteTo(d, hn::LoadU(d16, at)), right = hn::PromoteTo(d, hn::LoadU(d16, at + 1));
-      return hn::Xor(hn::Or(left, hn::ShiftLeft<16>(right)), bias);
-    };
-    hn::StoreInterleaved4(pair(0), pair(1), pair(2), pair(3), d, pairs + 4 * m);
+// The pairs of as many columns as a vector has 64-bit lanes; one pixel more is read.
+HWY_INLINE void PairColumns(const PF_Pixel16* pixels, std::uint32_t* pairs) {
+  const hn::ScalableTag<std::uint64_t> d64;
+  const hn::Repartition<std::uint16_t, decltype(d64)> d;
+  const hn::Repartition<std::uint32_t, decltype(d64)> d32;
+  constexpr std::size_t kLanes = hn::MaxLanes(d64);
+  // Interleaving halves of blocks then keeps the columns in order.
+  alignas(HWY_MAX_BYTES) std::uint64_t order[kLanes];
+  for (std::size_t i = 0; i < kLanes; ++i) order[i] = i / 2 + i % 2 * (kLanes / 2);
+  const auto indices = hn::SetTableIndices(d64, order);
+  const auto load = [&](const PF_Pixel16* from) HWY_ATTR {
+    const auto in_order = hn::TableLookupLanes(hn::LoadU(d64, reinterpret_cast<const std::uint64_t*>(from)), indices);
+    return hn::Xor(hn::BitCast(d, in_order), hn::Set(d, 0x8000));
+  };
+  const auto left = load(pixels), right = load(pixels + 1);
+  hn::StoreU(hn::BitCast(d32, hn::InterleaveLower(d, left, right)), d32, pairs);
+  hn::StoreU(hn::BitCast(d32, hn::InterleaveUpper(d, left, right)), d32, pairs + hn::Lanes(d32));
+}
+
+// Four 32-bit lanes per column begin..end-1, one per channel: the value there and, in the upper half, the one in the
+// next column, both less 32768. Column 0 is pixels[0]; pixels begin..end are read.
+HWY_NOINLINE inline void PairRow(const PF_Pixel16* pixels, std::int64_t begin, std::int64_t end, std::uint32_t* pairs) {
+  constexpr std::int64_t kLanes = hn::MaxLanes(hn::ScalableTag<std::uint64_t>());
+  std::int64_t m = begin;
+  if (m % kLanes != 0 && m + kLanes <= end) {  // whole cache lines behind
+    PairColumns(pixels + m, pairs + 4 * m);
+    m += kLanes - m % kLanes;
   }
+  for (; m + kLanes <= end; m += kLanes) PairColumns(pixels + m, pairs + 4 * m);
+  if (m >= end) return;
+  PF_Pixel16 last[kLanes + 1] = {};
+  std::memcpy(last, pixels + m, static_cast<std::size_t>(end + 1 - m) * sizeof *last);
+  PairColumns(last, pairs + 4 * m);
 }
 
 // Weights of the left and the right column at one phase, in both rows.

@@ -241,9 +241,10 @@ class StraightRow {
     SeparableRange<P, with_alpha>(job_, spread(j_), spread(j_ + 1), cache_.spread_stride, alpha, begin, end);
   }
 
+  // Of the blocks inside the world.
   const std::uint32_t* Pairs(std::int64_t j) {
-    return Shared<std::uint32_t, false>(j, RowForm::kPairs, [this](const HeldElement<P>* held, std::uint32_t* to) {
-      PairRow(held, cache_.plane_stride, window_.count, to);
+    return Shared<std::uint32_t, false>(j, RowForm::kPairs, [this, j](const HeldElement<P>*, std::uint32_t* to) {
+      PairRow(src_.Row(j) + window_.first, inside_begin_, inside_end_, to);
       return RowForm::kPairs;
     });
   }
