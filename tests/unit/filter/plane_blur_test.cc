@@ -10,6 +10,7 @@
 #include "PF/PF.h"
 #include "filter/BoxDivider.h"
 #include "filter/PlaneKernels.h"
+#include "filter/TileOrder.h"
 #include "lifecycle/Globals.h"
 #include "support/LibraryTest.h"
 #include "support/Targets.h"
@@ -59,6 +60,20 @@ TEST(StepDivider, IsTheQuotientForEveryWidth) {
       check(q * w);
       if (q > 0) check(q * w - 1);
     }
+  }
+}
+
+// One that is left out stays unblurred; neighbours that are begun together cost two threads all they gain.
+TEST(TileOrder, BeginsEveryTileOnceAndNoNeighboursTogether) {
+  for (std::int64_t count = 1; count <= 500; ++count) {
+    std::vector<int> begun(static_cast<std::size_t>(count));
+    for (std::int64_t k = 0; k < count; ++k) {
+      const std::int64_t tile = pf::TileInTurn(k, count);
+      ASSERT_TRUE(tile >= 0 && tile < count) << k << " of " << count;
+      ++begun[static_cast<std::size_t>(tile)];
+      if (count >= 9 && k > 0) ASSERT_GT(std::abs(tile - pf::TileInTurn(k - 1, count)), 1) << k << " of " << count;
+    }
+    ASSERT_EQ(std::ranges::count(begun, 1), count);
   }
 }
 

@@ -6,6 +6,7 @@
 
 #include "filter/Bell.h"
 #include "filter/PlaneKernels.h"
+#include "filter/TileOrder.h"
 #include "iterate/ScratchLines.h"
 #include "lifecycle/Globals.h"
 
@@ -193,16 +194,17 @@ class Tile {
   std::int64_t begin_, bytes_;
 };
 
-// Calls f(tile, scratch) for every tile, at its first line.
+// Calls f(tile, scratch) for every tile, at the first line of one of them.
 template <class F>
 PF_Err ForTiles(const BlurredPlane& plane, std::int64_t most_bytes, std::int64_t scratch_bytes, const F& f) {
   ScratchLines scratch(static_cast<std::uint64_t>(scratch_bytes), Message::kBlurMemory);
   const std::int64_t tile_bytes = TileBytes(plane, most_bytes);
+  const std::int64_t count = (plane.width_bytes() + tile_bytes - 1) / tile_bytes;
   return ForLines(plane, [&](std::int32_t x) {
-    const std::int64_t begin = x * plane.pixel_bytes;
-    if (begin % tile_bytes != 0) return;
+    const std::int64_t at = x * plane.pixel_bytes;
+    if (at % tile_bytes != 0) return;
     const ScratchLines::Line line(scratch);
-    f(Tile(plane, begin, tile_bytes), line.data());
+    f(Tile(plane, TileInTurn(at / tile_bytes, count) * tile_bytes, tile_bytes), line.data());
   });
 }
 
