@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "filter/Bell.h"
+#include "filter/TileOrder.h"
 #include "filter/WideKernels.h"
 #include "iterate/ScratchLines.h"
 #include "lifecycle/Globals.h"
@@ -17,11 +18,15 @@ bool Streams(const BlurredPlane& plane) {
   return !plane.in_place() && plane.width_bytes() * plane.height >= kPastCaches;
 }
 
-// Calls f(first line, how many) for every so many lines.
+// Calls f(first line, how many) for every so many lines: in order, or those that threads begin together far apart.
+enum class Turns { kInOrder, kApart };
 template <class F>
-PF_Err ForLines(const BlurredPlane& plane, std::int64_t together, const F& f) {
+PF_Err ForLines(const BlurredPlane& plane, std::int64_t together, Turns turns, const F& f) {
+  const std::int64_t count = (plane.lines() + together - 1) / together;
   return ForRows(plane.progress, plane.reports, static_cast<std::int32_t>(plane.lines()), [&](std::int32_t line) {
-    if (line % together == 0) f(line, std::min(together, plane.lines() - line));
+    if (line % together != 0) return;
+    const std::int64_t k = line / together, first = (turns == Turns::kApart ? TileInTurn(k, count) : k) * together;
+    f(first, std::min(together, plane.lines() - first));
   });
 }
 
@@ -44,7 +49,7 @@ PF_Err BellColumns(const BlurredPlane& plane, const WideWeights& weights, const 
   const std::int64_t reach = weights.reach, count = 2 * reach + kWideRows;
   constexpr std::int64_t kSpare = kWideTile / static_cast<std::int64_t>(sizeof(double) / sizeof(T));
   ScratchLines scratch(sizeof(double) * static_cast<std::uint64_t>(count * kWideTile + kSpare), Message::kBlurMemory);
-  return ForLines(plane, kWideTile / 4, [&](std::int64_t x, std::int64_t columns) {
+  return ForLines(plane, kWideTile / 4, Turns::kApart, [&](std::int64_t x, std::int64_t columns) {
     const ScratchLines::Line memory(scratch);
     auto* const doubles = reinterpret_cast<double*>(memory.data());
     auto* const spare = reinterpret_cast<T*>(doubles + count * kWideTile);
@@ -77,7 +82,7 @@ PF_Err BellRows(const BlurredPlane& plane, const WideWeights& weights, const Wid
   const std::int64_t reach = weights.reach, width = plane.width;
   const bool streams = Streams(plane);
   ScratchLines scratch(sizeof(double) * static_cast<std::uint64_t>(4 * (kPiece + 2 * reach)), Message::kBlurMemory);
-  return ForLines(plane, 1, [&](std::int64_t y, std::int64_t) {
+  return ForLines(plane, 1, Turns::kInOrder, [&](std::int64_t y, std::int64_t) {
     const ScratchLines::Line memory(scratch);
     auto* const samples = reinterpret_cast<double*>(memory.data());
     const auto fill = [&](double* to, std::int64_t n, const double* pixel) {
@@ -121,7 +126,8 @@ PF_Err BlurByWideBox(const BlurredPlane& plane, std::int64_t span) {
   const auto sums = static_cast<std::uint64_t>(BoxSums(window, columns));
   const auto samples = static_cast<std::uint64_t>(columns ? window * kBoxRow : 0);
   ScratchLines scratch(sizeof(double) * sums + sizeof(float) * samples, Message::kBlurMemory);
-  return ForLines(plane, columns ? kBoxRow / 4 : 2, [&](std::int64_t line, std::int64_t count) {
+  // The kernel fetches the beginning of the next columns.
+  return ForLines(plane, columns ? kBoxRow / 4 : 2, Turns::kInOrder, [&](std::int64_t line, std::int64_t count) {
     const ScratchLines::Line memory(scratch);
     const std::int64_t x = columns ? line : 0, y = columns ? 0 : line;
     const std::int64_t in_row = plane.src_row_bytes, out_row = plane.dst_row_bytes, pixel = plane.pixel_bytes;
