@@ -100,16 +100,24 @@ class Runs {
       return {hn::Sub(odd, change.odd), odd};
     }
   }
-  // Sums of a vector's pixels, from those of the pixel before.
+  // What a vector's pixels add to the sums of the pixel before, each with those before it.
+  struct PixelRun {
+    hn::Vec<D32> upper, change;
+  };
+  HWY_INLINE PixelRun Run(PixelHalves change) const {
+    return {pixels_.Of(hn::Add(change.lower, change.upper)), change.upper};
+  }
+  HWY_INLINE Halves<T> Run(Halves<T> change) const { return Of(change); }
+  // The sums of a vector's pixels.
   template <class Means, class Sums>
-  HWY_INLINE Sums Next(const Means& means, Sums last, Halves<T> change) const {
-    means.Add(last, Of(change));
+  HWY_INLINE Sums Next(const Means& means, Sums last, Halves<T> run) const {
+    means.Add(last, run);
     return last;
   }
   template <class Means>
-  HWY_INLINE PixelSums Next(const Means&, const PixelSums& last, PixelHalves change) const {
-    const auto upper = hn::Sub(last.less.upper, pixels_.Of(hn::Add(change.lower, change.upper)));
-    return {{hn::Add(upper, change.upper), upper}};
+  HWY_INLINE PixelSums Next(const Means&, const PixelSums& last, PixelRun run) const {
+    const auto upper = hn::Sub(last.less.upper, run.upper);
+    return {{hn::Add(upper, run.change), upper}};
   }
   // Sums of the last pixel, for all.
   HWY_INLINE Halves<T> Last(Halves<T> sums) const {

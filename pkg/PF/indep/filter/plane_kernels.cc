@@ -6,6 +6,7 @@
 #include <hwy/highway.h>
 
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include "filter/Bell.h"
@@ -141,18 +142,37 @@ void RowSums(const BoxRow<T>& row, const BoxDivider& divider, const Means& means
   Sums last = means.Begin(runs.Total(around, Start::Of(row.more, Means::BiasOf(divider))));
 
   const RowsAhead ahead = row.ahead;
-  T* const out = row.out;
+  T* out = row.out;
   std::int64_t begin = 0;
   for (const BoxPiece<T> piece : row.pieces) {
-    const auto one = [&](std::int64_t at, const auto& block) HWY_ATTR {
-      Fetch(ahead, (begin + at) * static_cast<std::int64_t>(sizeof(T)));
-      const hn::Vec<DValues<T> > in = block.Load(piece.entering + at), gone = block.Load(piece.leaving + at);
-      const Sums sums = runs.Next(means, last, Split::Of(in) - Split::Of(gone));
-      last = runs.Last(sums);
-      block.Store(means.Of(sums), out + begin + at);
+    if (piece.n == 0) continue;
+    const auto change = [&](std::int64_t at, const auto& block) HWY_ATTR {
+      return Split::Of(block.Load(piece.entering + at)) - Split::Of(block.Load(piece.leaving + at));
     };
-    for (x = 0; x + kStep<T> <= piece.n; x += kStep<T>) one(x, WholeBlock<T>());
-    if (x < piece.n) one(x, LastBlock<T>{piece.n - x});
+    const auto next = [&](auto run) HWY_ATTR {
+      const Sums sums = runs.Next(means, last, run);
+      last = runs.Last(sums);
+      return sums;
+    };
+    // Four vectors are under way, each at a stage of its own, so that none waits for what it has just begun.
+    constexpr std::int64_t kStages = 3 * kStep<T>;
+    const std::int64_t whole = piece.n / kStep<T> * kStep<T>;
+    auto coming = change(0, LastBlock<T>{0});
+    auto run = runs.Run(coming);
+    Sums done = last;
+    const auto stages = [&](std::int64_t at, auto all) HWY_ATTR {
+      Fetch(ahead, (begin + at) * static_cast<std::int64_t>(sizeof(T)));
+      if (all || at >= kStages) WholeBlock<T>().Store(means.Of(done), out + at - kStages);
+      if (all || (at >= 2 * kStep<T> && at < whole + 2 * kStep<T>)) done = next(run);
+      if (all || (at >= kStep<T> && at < whole + kStep<T>)) run = runs.Run(coming);
+      if (all || at < whole) coming = change(at, WholeBlock<T>());
+    };
+    for (x = 0; x < kStages; x += kStep<T>) stages(x, std::false_type());
+    for (; x < whole; x += kStep<T>) stages(x, std::true_type());
+    for (; x < whole + kStages; x += kStep<T>) stages(x, std::false_type());
+    const LastBlock<T> rest = {piece.n - whole};
+    if (rest.n > 0) rest.Store(means.Of(next(runs.Run(change(whole, rest)))), out + whole);
+    out += piece.n;
     begin += piece.n;
   }
 }
