@@ -16,7 +16,15 @@ namespace {
 const PlaneKernels& Kernels() { return *g_kernels.plane.load(std::memory_order_relaxed); }
 
 // Columns that are blurred together, from top to bottom: what they need of the rows in reach stays in the cache.
-constexpr std::int64_t kBellTileBytes = 1024, kBoxTileBytes = 512;
+constexpr std::int64_t kBellTileBytes = 1024, kLargestTileBytes = 2048;
+
+// Rows that enter, that leave and that were overwritten fill a quarter of the second cache. Narrower tiles would read
+// too little at a time.
+std::int64_t BoxTileBytes(std::int64_t span) {
+  constexpr std::int64_t kQuarterOfCache = 262144, kSmallest = 512;
+  const auto fitting = std::bit_floor(static_cast<std::uint64_t>(kQuarterOfCache / (3 * span)));
+  return std::clamp(static_cast<std::int64_t>(fitting), kSmallest, kLargestTileBytes);
+}
 
 // Narrow planes have some tiles too, for several processors.
 std::int64_t TileBytes(const BlurredPlane& plane, std::int64_t most) {
@@ -188,7 +196,7 @@ class Tile {
   std::int64_t Inside(std::int64_t y) const { return std::clamp<std::int64_t>(y, 0, plane_.height - 1); }
 
   static constexpr std::int64_t kAhead = kSlideRows;
-  alignas(64) static constexpr std::byte kNothing[kBellTileBytes] = {};
+  alignas(64) static constexpr std::byte kNothing[kLargestTileBytes] = {};
 
   const BlurredPlane& plane_;
   std::int64_t begin_, bytes_;
@@ -213,8 +221,8 @@ PF_Err ForTiles(const BlurredPlane& plane, std::int64_t most_bytes, std::int64_t
 class BoxTile {
  public:
   // Bytes of scratch.
-  static std::int64_t Scratch(const BlurredPlane& plane, std::int64_t kept) {
-    return plane.in_place() ? Slots(plane, kept) * kBoxTileBytes : 0;
+  static std::int64_t Scratch(const BlurredPlane& plane, std::int64_t kept, std::int64_t tile_bytes) {
+    return plane.in_place() ? Slots(plane, kept) * tile_bytes : 0;
   }
 
   BoxTile(const BlurredPlane& plane, const Tile& tile, std::int64_t kept, std::byte* scratch)
@@ -239,7 +247,7 @@ class BoxTile {
   static std::int64_t Slots(const BlurredPlane& plane, std::int64_t kept) {
     return static_cast<std::int64_t>(std::bit_ceil(static_cast<std::uint64_t>(std::min(kept + 1, plane.height))));
   }
-  std::byte* Slot(std::int64_t y) const { return scratch_ + (y & mask_) * kBoxTileBytes; }
+  std::byte* Slot(std::int64_t y) const { return scratch_ + (y & mask_) * tile_.bytes(); }
 
   const BlurredPlane& plane_;
   const Tile& tile_;
@@ -251,11 +259,11 @@ template <class T>
 PF_Err BoxColumns(const BlurredPlane& plane, std::int64_t span, const BoxDivider& divider) {
   const BoxKernels<T>& kernels = Kernels().Of<T>();
   const std::int64_t height = plane.height;
-  constexpr std::int64_t kSumBytes = kBoxTileBytes / static_cast<std::int64_t>(sizeof(T)) * 4;
-  const std::int64_t scratch_bytes = kSumBytes + BoxTile::Scratch(plane, span + 1);
-  return ForTiles(plane, kBoxTileBytes, scratch_bytes, [&](const Tile& tile, std::byte* scratch) {
+  const std::int64_t tile_bytes = BoxTileBytes(span), sum_bytes = tile_bytes / std::int64_t{sizeof(T)} * 4;
+  const std::int64_t scratch_bytes = sum_bytes + BoxTile::Scratch(plane, span + 1, tile_bytes);
+  return ForTiles(plane, tile_bytes, scratch_bytes, [&](const Tile& tile, std::byte* scratch) {
     auto* sums = reinterpret_cast<std::uint32_t*>(scratch);
-    BoxTile rows(plane, tile, span + 1, scratch + kSumBytes);
+    BoxTile rows(plane, tile, span + 1, scratch + sum_bytes);
     const std::int64_t n = tile.bytes() / static_cast<std::int64_t>(sizeof(T)), inside = std::min(span, height);
     const auto add = [&](std::int64_t y, std::int64_t times) {
       if (times > 0) kernels.add(sums, rows.At<T>(y), static_cast<std::uint32_t>(times), n, divider);

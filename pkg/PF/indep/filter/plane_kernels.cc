@@ -105,8 +105,12 @@ HWY_INLINE void SlideStrip(const BoxSlide<T>& slide, const Means& means, std::in
   using Sums = typename Means::Sums;
   Sums sums[] = {Sums::Load(slide.sums + x + static_cast<std::int64_t>(k) * kStep<T>)...};
   const auto one = [&](const auto& row, Sums& sum, std::int64_t at) HWY_ATTR {
-    Fetch(row.ahead, at * static_cast<std::int64_t>(sizeof(T)));
-    if constexpr (keeps) block.Store(block.Load(row.out + at), row.kept + at);
+    hwy::Prefetch(row.ahead.in + at * static_cast<std::int64_t>(sizeof(T)));
+    if constexpr (keeps) {
+      block.Store(block.Load(row.out + at), row.kept + at);
+    } else {
+      hwy::Prefetch(row.ahead.out + at * static_cast<std::int64_t>(sizeof(T)));
+    }
     means.Add(sum, Split::Of(block.Load(row.entering + at)) - Split::Of(block.Load(row.leaving + at)));
     block.Store(means.Of(sum), row.out + at);
   };
@@ -162,10 +166,11 @@ void RowSums(const BoxRow<T>& row, const BoxDivider& divider, const Means& means
     Sums done = last;
     const auto stages = [&](std::int64_t at, auto all) HWY_ATTR {
       Fetch(ahead, (begin + at) * static_cast<std::int64_t>(sizeof(T)));
+      const auto following = all || at < whole ? change(at, WholeBlock<T>()) : coming;
       if (all || at >= kStages) WholeBlock<T>().Store(means.Of(done), out + at - kStages);
       if (all || (at >= 2 * kStep<T> && at < whole + 2 * kStep<T>)) done = next(run);
       if (all || (at >= kStep<T> && at < whole + kStep<T>)) run = runs.Run(coming);
-      if (all || at < whole) coming = change(at, WholeBlock<T>());
+      coming = following;
     };
     for (x = 0; x < kStages; x += kStep<T>) stages(x, std::false_type());
     for (; x < whole; x += kStep<T>) stages(x, std::true_type());
