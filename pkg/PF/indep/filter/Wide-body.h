@@ -4,12 +4,13 @@
 
 #include "filter/Convolve-body.h"
 
-template <class T>
+template <class T, bool crosses>
 void Widen(const T* in, std::int64_t n, double* out, const T* ahead) {
   constexpr std::int64_t kLine = 64 / static_cast<std::int64_t>(sizeof(T));
   std::int64_t x = 0;
   for (; x + kLine <= n; x += kLine) {
-    Prefetch(reinterpret_cast<const std::byte*>(ahead + x));
+    const auto* const line = reinterpret_cast<const std::byte*>(ahead + x);
+    crosses ? PrefetchFar(line) : Prefetch(line);
     for (std::int64_t i = 0; i < kLine; i += kLanesOf<RD>()) Store(LoadValues<RD>(in + x + i), out + x + i);
   }
   for (; x < n; x += kLanesOf<RP>()) Store(LoadValues<RP>(in + x), out + x);
@@ -66,8 +67,9 @@ void BellAlong(const double* in, const WideWeights& weights, T* out, std::int64_
 
 #include "filter/WideBox-body.h"
 
-constexpr WideKernels kKernels = {{&Widen<std::uint16_t>, &BellAcross<std::uint16_t>, &BellAlong<std::uint16_t>},
-                                  {&Widen<float>, &BellAcross<float>, &BellAlong<float>},
-                                  &BoxColumns,
-                                  &BoxRows,
-                                  &Settle};
+constexpr WideKernels kKernels = {
+    {&Widen<std::uint16_t, false>, &Widen<std::uint16_t, true>, &BellAcross<std::uint16_t>, &BellAlong<std::uint16_t>},
+    {&Widen<float, false>, &Widen<float, true>, &BellAcross<float>, &BellAlong<float>},
+    &BoxColumns,
+    &BoxRows,
+    &Settle};

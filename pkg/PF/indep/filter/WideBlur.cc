@@ -59,8 +59,8 @@ PF_Err BellColumns(const BlurredPlane& plane, const WideWeights& weights, const 
     const auto load = [&](std::int64_t y, double* row) {
       const std::int64_t inside = std::clamp<std::int64_t>(y, 0, plane.height - 1);
       if (plane.transparent && y != inside) return void(std::fill_n(row, n, 0.0));
-      const std::int64_t ahead = std::min(inside + 8, plane.height - 1);
-      kernels.widen(At<T>(plane, x, inside), n, row, At<T>(plane, x, ahead));
+      const std::int64_t ahead = std::min(inside + 16, plane.height - 1);
+      kernels.widen_crossing(At<T>(plane, x, inside), n, row, At<T>(plane, x, ahead));
     };
     for (std::int64_t i = kWideRows; i < count; ++i) load(i - kWideRows - reach, rows[i]);
     for (std::int64_t y = 0; y < plane.height; y += kWideRows) {

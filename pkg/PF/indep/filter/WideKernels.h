@@ -47,6 +47,8 @@ template <class T>
 struct WideBellKernels {
   // n values; those at `ahead` are fetched.
   void (*widen)(const T* in, std::int64_t n, double* out, const T* ahead);
+  // The same for a piece of a row that columns cross: the nearest cache has few places for rows below each other.
+  void (*widen_crossing)(const T* in, std::int64_t n, double* out, const T* ahead);
   // rows[i] and the 2 reach rows behind it make row i of results, n values of it, for all i < kWideRows.
   void (*across)(const double* const* rows, const WideWeights& weights, T* const* out, std::int64_t n);
   // n pixels of four values that stand behind each other; `in` is the first one of the first result's reach.
