@@ -1,6 +1,6 @@
 // Blurs of values that are widened to double precision. This file is included inside a namespace that has, for R a
-// double or lanes of them, Load<R>(p), Store(v, p), kLanesOf<R>(), LoadValues<R>(p) and StoreValues(v, p) of values,
-// StorePixels(sums, p, streams) of four pixels' values, and the types RD, and RP of not more than four lanes.
+// double or lanes of them, Load<R>(p), Store(v, p), kLanesOf<R>(), LoadValues<R>(p) and StoreValues(v, p) of values, and
+// the types RD, and RP of not more than four lanes.
 
 #include "filter/Convolve-body.h"
 
@@ -47,13 +47,18 @@ void BellAcross(const double* const* rows, const WideWeights& weights, T* const*
 }
 
 template <class T>
-void BellAlong(const double* in, const WideWeights& weights, T* out, std::int64_t n, bool streams) {
+void BellAlong(const double* in, const WideWeights& weights, T* out, std::int64_t n) {
   const std::int64_t reach = weights.reach;
   std::int64_t i = 0;
   for (; i + 4 <= n; i += 4) {
     for (std::int64_t c = 0; c < 4; c += kLanesOf<RP>()) {
       const double* const at = in + 4 * (i + reach) + c;
-      StorePixels(ConvolvedFour<RP>(PixelTaps{at}, weights.values, reach), out + 4 * i + c, streams);
+      const FourSums<RP> sums = ConvolvedFour<RP>(PixelTaps{at}, weights.values, reach);
+      T* const to = out + 4 * i + c;
+      StoreValues(sums.sum0, to);
+      StoreValues(sums.sum1, to + 4);
+      StoreValues(sums.sum2, to + 8);
+      StoreValues(sums.sum3, to + 12);
     }
   }
   for (; i < n; ++i) {

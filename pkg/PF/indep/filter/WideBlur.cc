@@ -14,10 +14,6 @@ namespace {
 
 const WideKernels& Kernels() { return *g_kernels.wide.load(std::memory_order_relaxed); }
 
-bool Streams(const BlurredPlane& plane) {
-  return !plane.in_place() && plane.width_bytes() * plane.height >= kPastCaches;
-}
-
 // Calls f(first line, how many) for every so many lines: in order, or those that threads begin together far apart.
 enum class Turns { kInOrder, kApart };
 template <class F>
@@ -80,7 +76,6 @@ template <class T>
 PF_Err BellRows(const BlurredPlane& plane, const WideWeights& weights, const WideBellKernels<T>& kernels) {
   constexpr std::int64_t kPiece = 128;
   const std::int64_t reach = weights.reach, width = plane.width;
-  const bool streams = Streams(plane);
   ScratchLines scratch(sizeof(double) * static_cast<std::uint64_t>(4 * (kPiece + 2 * reach)), Message::kBlurMemory);
   return ForLines(plane, 1, Turns::kInOrder, [&](std::int64_t y, std::int64_t) {
     const ScratchLines::Line memory(scratch);
@@ -101,9 +96,8 @@ PF_Err BellRows(const BlurredPlane& plane, const WideWeights& weights, const Wid
       begun = std::max(begun, end);
       if (x == 0) fill(samples, reach, first);
       if (x + n + reach > width) fill(first + 4 * (width - x), x + n + reach - width, first + 4 * (width - 1 - x));
-      kernels.along(samples, weights, OutAt<T>(plane, x, y), n, streams);
+      kernels.along(samples, weights, OutAt<T>(plane, x, y), n);
     }
-    if (streams) Kernels().settle();
   });
 }
 // @}
@@ -121,7 +115,8 @@ template PF_Err BlurByWideBell<std::uint16_t>(const BlurredPlane&, double, int);
 template PF_Err BlurByWideBell<float>(const BlurredPlane&, double, int);
 
 PF_Err BlurByWideBox(const BlurredPlane& plane, std::int64_t span) {
-  const bool streams = Streams(plane), columns = plane.columns;
+  const bool columns = plane.columns;
+  const bool streams = !plane.in_place() && plane.width_bytes() * plane.height >= kPastCaches;
   const std::int64_t window = 2 * span + 1;
   const auto sums = static_cast<std::uint64_t>(BoxSums(window, columns));
   const auto samples = static_cast<std::uint64_t>(columns ? window * kBoxRow : 0);

@@ -52,8 +52,7 @@ struct WideBellKernels {
   // rows[i] and the 2 reach rows behind it make row i of results, n values of it, for all i < kWideRows.
   void (*across)(const double* const* rows, const WideWeights& weights, T* const* out, std::int64_t n);
   // n pixels of four values that stand behind each other; `in` is the first one of the first result's reach.
-  // `streams`: past the caches where they lie so that this can be; all are there after `settle`.
-  void (*along)(const double* in, const WideWeights& weights, T* out, std::int64_t n, bool streams);
+  void (*along)(const double* in, const WideWeights& weights, T* out, std::int64_t n);
 };
 
 struct WideKernels {
@@ -61,7 +60,8 @@ struct WideKernels {
   WideBellKernels<float> bell_float;
   // Of n lines side by side, a multiple of 4; `apart` is not looked at.
   void (*box_columns)(const BoxLines& lines, std::int64_t n);
-  // Of 1 or 2 rows of pixels; `streams` as above.
+  // Of 1 or 2 rows of pixels. `streams`: past the caches where they lie so that this can be; all are there after
+  // `settle`.
   void (*box_rows)(const BoxLines& lines, std::int64_t n, bool streams);
   void (*settle)();
 

@@ -31,13 +31,6 @@ void StoreValues(double v, std::uint16_t* p) {
   *p = static_cast<std::uint16_t>(std::clamp<double>(v + 0.5, 0, PF_MAX_CHAN16));
 }
 void StreamValues(double v, float* p) { StoreValues(v, p); }
-template <class Sums, class T>
-void StorePixels(const Sums& sums, T* p, bool) {
-  StoreValues(sums.sum0, p);
-  StoreValues(sums.sum1, p + 4);
-  StoreValues(sums.sum2, p + 8);
-  StoreValues(sums.sum3, p + 12);
-}
 void Prefetch(const void*) {}
 void PrefetchFar(const void*) {}
 void Settle() {}

@@ -91,44 +91,6 @@ HWY_INLINE void StreamValues(Lanes<D> v, float* p) {
   }
 }
 
-template <class Sums>
-HWY_INLINE void StorePixels(const Sums& sums, float* p, bool streams) {
-  if (streams && reinterpret_cast<std::uintptr_t>(p) % 16 == 0) {
-    StreamValues(sums.sum0, p);
-    StreamValues(sums.sum1, p + 4);
-    StreamValues(sums.sum2, p + 8);
-    StreamValues(sums.sum3, p + 12);
-  } else {
-    StoreValues(sums.sum0, p);
-    StoreValues(sums.sum1, p + 4);
-    StoreValues(sums.sum2, p + 8);
-    StoreValues(sums.sum3, p + 12);
-  }
-}
-template <class Sums>
-HWY_INLINE void StorePixels(const Sums& sums, std::uint16_t* p, bool streams) {
-  if constexpr (kLanesOf<RP>() == 4) {
-    const hn::Rebind<std::uint16_t, DP> half;
-    const hn::Twice<decltype(half)> d;
-    const auto pair = [&](RP first, RP second) HWY_ATTR {
-      return hn::Combine(d, hn::DemoteTo(half, WholesOf(second)), hn::DemoteTo(half, WholesOf(first)));
-    };
-    const auto lower = pair(sums.sum0, sums.sum1), upper = pair(sums.sum2, sums.sum3);
-    if (streams && reinterpret_cast<std::uintptr_t>(p) % 16 == 0) {
-      hn::Stream(lower, d, p);
-      hn::Stream(upper, d, p + 8);
-    } else {
-      hn::StoreU(lower, d, p);
-      hn::StoreU(upper, d, p + 8);
-    }
-  } else {
-    StoreValues(sums.sum0, p);
-    StoreValues(sums.sum1, p + 4);
-    StoreValues(sums.sum2, p + 8);
-    StoreValues(sums.sum3, p + 12);
-  }
-}
-
 HWY_INLINE void Prefetch(const std::byte* p) { hwy::Prefetch(p); }
 // Not into the nearest cache.
 HWY_INLINE void PrefetchFar(const std::byte* p) { __builtin_prefetch(p, 0, 2); }
