@@ -20,9 +20,9 @@
 /// - The cost does not grow with the radius, but for what reaches beyond the ends of lines and, in float, close to
 ///   samples that are not finite, or larger by far than those around them.
 /// - The work goes line by line through PF_IterateGeneric, one call for each destination line, so possibly on several
-///   threads; a call may do the work of lines beside its own. Before each line that the first worker (index 0) runs the
-///   abort function is asked, after it the progress function hears how many lines are done of how many; a non-zero
-///   answer ends the call and is its result. `progress` may be null.
+///   threads; a call may do the work of other lines, and leave its own to another call. Before each line that the first
+///   worker (index 0) runs the abort function is asked, after it the progress function hears how many lines are done of
+///   how many; a non-zero answer ends the call and is its result: any lines may be done then. `progress` may be null.
 /// - The same bits on every processor and for any number of threads.
 #ifndef PF_FILTERS_H
 #define PF_FILTERS_H

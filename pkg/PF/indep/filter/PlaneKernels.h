@@ -27,13 +27,14 @@ struct RowsAhead {
 // Rows that slide together: sums stay in registers from one to the next.
 inline constexpr std::int64_t kSlideRows = 8;
 
-// A row enters the sums of n columns, another one leaves them; and so on for the next rows.
+// A row enters the sums of n columns, another one leaves them; and so on for the next rows, in this order at every
+// column: what one row keeps, or overwrites, may enter or leave with a later one.
 template <class T>
 struct BoxSlide {
   struct Row {
     const T *entering, *leaving;
     T* out;
-    T* kept;  // takes what `out` holds before, first of all; null for nobody
+    T* kept;  // takes what `out` holds before, first of all; null in all rows or in none
     RowsAhead ahead;
   };
 
@@ -53,7 +54,7 @@ struct BoxPiece {
 inline constexpr std::int64_t kRowBlock = 64;
 
 // The window before the first one holds n_first values from `first` on and, besides, `more` of four channels: without
-// channels four times the same.
+// channels four times the same. `out` overlaps no piece; it may overlap `first`.
 template <class T>
 struct BoxRow {
   const T* first;

@@ -1,6 +1,7 @@
 // Blurs of values that are widened to double precision. This file is included inside a namespace that has, for R a
-// double or lanes of them, Load<R>(p), Store(v, p), kLanesOf<R>(), LoadValues<R>(p) and StoreValues(v, p) of values, and
-// the types RD, and RP of not more than four lanes.
+// double or lanes of them, Load<R>(p), Store(v, p), kLanesOf<R>(), LoadValues<R>(p) and StoreValues(v, p) of values,
+// Prefetch(p) and PrefetchFar(p) to the nearest cache and to the next one, Settle, and the types RD, and RP of not more
+// than four lanes.
 
 #include "filter/Convolve-body.h"
 

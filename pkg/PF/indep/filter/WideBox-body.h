@@ -1,5 +1,5 @@
 // Boxes of floats in double precision. This file is included by filter/Wide-body.h, inside a namespace that has what is
-// said there, StreamValues(v, p), and Prefetch(p) and PrefetchFar(p) to the nearest cache and to the next one.
+// said there, and StreamValues(v, p).
 
 template <class T>
 T* Moved(T* at, std::int64_t bytes) {

@@ -46,7 +46,7 @@ struct RowCache {
     std::int64_t held[2];     // by parity of the row: row + 1, kOutside, or 0 for nothing
     RowForm form[2][2];       // [parity][with alpha]: the RowForm in which the held row is shared
     std::int64_t classified;  // upper row of the classified pair + 2, or 0
-    float alpha[2];           // by parity: that of all the row's pixels in the world, if the same and above 0; else 0
+    float alpha[2];           // by parity: that of all held pixels in the world, if the same and above 0; else 0
     std::int64_t asked_for;   // the last row that was asked for as a whole
     bool shares_equal, shares_differing;  // whether these classes have enough tiles of the classified pair
     bool all_equal;                       // one alpha above 0 in both rows of it
