@@ -77,7 +77,7 @@ struct Case {
   GuardedMemory::Where where;
   std::int64_t x0, step_x, y0, step_y, n, rows;
   std::int32_t radius_x, radius_y;
-  bool jumps, blocky, past_caches = false;
+  bool jumps, blocky, past_caches = false, flawed = false;
 
   std::string Text(std::uint64_t seed) const {
     return std::string(kFamilies[family]) + ", depth " + std::to_string(depth) + ", kind " + std::to_string(kind) +
@@ -116,7 +116,8 @@ Case RandomCase(Random& random, int family, int depth) {
   c.family = family;
   c.depth = depth;
   c.kind = kKinds[random() % std::size(kKinds)];
-  c.width = static_cast<std::int32_t>(Between(random, 1, random() % 4 == 0 ? 200 : 67));
+  const bool wide = random() % 4 == 0;
+  c.width = static_cast<std::int32_t>(Between(random, 1, wide ? 200 : 67));
   c.height = static_cast<std::int32_t>(Between(random, 1, random() % 4 == 0 ? 80 : 9));
   c.gap = static_cast<std::int32_t>(Between(random, 0, 3)) * 16;
   c.where = random() % 2 == 0 ? GuardedMemory::kEnd : GuardedMemory::kStart;
@@ -124,7 +125,7 @@ Case RandomCase(Random& random, int family, int depth) {
   const bool eighths = random() % 3 == 0;
   c.step_x = RandomStep(random, limit, eighths);
   c.step_y = RandomStep(random, limit, eighths);
-  c.n = Between(random, 1, random() % 4 == 0 ? 400 : 67);
+  c.n = Between(random, 1, wide ? 400 : 67);
   c.rows = Between(random, 1, 8);
   c.x0 = RandomStart(random, c.step_x, c.width, c.n * c.step_x / 65536);
   c.y0 = RandomStart(random, c.step_y, c.height, c.rows * c.step_y / 65536);
@@ -136,10 +137,13 @@ Case RandomCase(Random& random, int family, int depth) {
   c.jumps = random() % 4 == 0;
   c.blocky = random() % 4 == 0;
   c.past_caches = random() % 2 == 0;
+  c.flawed = random() % 4 == 0;
+  if (c.flawed) c.kind = TestWorld::kOpaque;
   return c;
 }
 
-// The picture of a case; a blocky one has squares of equal pixels.
+// The picture of a case; a blocky one has squares of equal pixels. A flawed one has, in some of its rows, one channel
+// of one pixel of another value, which is above full in 16 bits: what holds for a row need not for the next.
 void FillPicture(const Case& c, Random& random, TestWorld& world) {
   world.Fill(random, c.kind);
   const std::size_t size = world.PixelSize();
@@ -147,6 +151,11 @@ void FillPicture(const Case& c, Random& random, TestWorld& world) {
     const std::int32_t x = p % c.width, y = p / c.width;
     std::memmove(world.Row(y) + static_cast<std::size_t>(x) * size,
                  world.Row(y / 3 * 3) + static_cast<std::size_t>(x / 3 * 3) * size, size);
+  }
+  for (std::int32_t y = 0; c.flawed && y < c.height; ++y) {
+    if (random() % 3 != 0) continue;
+    const auto x = static_cast<std::size_t>(Between(random, 0, c.width - 1));
+    std::memset(world.Row(y) + x * size + random() % 2 * size / 4, 0x9F, size / 4);
   }
 }
 

@@ -22,9 +22,8 @@ std::int32_t AreaOf(std::int64_t scale_x, std::int64_t scale_y) {
   return area >= static_cast<double>(kMost) ? kMost : static_cast<std::int32_t>(area);
 }
 
-const SampleKernels::Pair& ChooseSampler(const CopyJob& job, bool straight, std::int64_t scale_x,
-                                         std::int64_t scale_y) {
-  const SampleKernels& kernels = *g_kernels.sample;
+const SampleKernels::Pair& ChooseSampler(const SampleKernels& kernels, const CopyJob& job, bool straight,
+                                         std::int64_t scale_x, std::int64_t scale_y) {
   const bool enlarges = scale_x <= kOne && scale_y <= kOne;
   if (straight) return enlarges ? kernels.bilinear_straight[job.from] : kernels.area_straight[job.from];
   return enlarges ? kernels.bilinear_premul[job.from] : kernels.area_premul[job.from];
@@ -43,7 +42,8 @@ PF_Err CopySampled(const CopyJob& job, bool straight) {
   const SampleSteps x = StepsOf(job.area.x);
   const SampleSteps y = StepsOf(job.area.y);
   const PF_SampPB params = {Saturate32(x.scale / 2), Saturate32(y.scale / 2), AreaOf(x.scale, y.scale), job.src};
-  const SampleKernels::Pair& sampler = ChooseSampler(job, straight, x.scale, y.scale);
+  const SampleKernels& kernels = *g_kernels.sample;
+  const SampleKernels::Pair& sampler = ChooseSampler(kernels, job, straight, x.scale, y.scale);
 
   // More than 65536 destination pixels per source pixel: the position stands still.
   const bool still = x.scale == 0;
@@ -55,13 +55,16 @@ PF_Err CopySampled(const CopyJob& job, bool straight) {
   const std::int64_t pixel_size = std::int64_t{4} << job.to;
   auto* dst = static_cast<std::byte*>(job.dst->data) + job.area.x.dst * pixel_size;
   const bool past_caches = n * pixel_size * job.area.y.dst_size >= kPastCaches;
+  PF_Err code = PF_Err_NONE;
   for (std::int64_t row = job.rows.low; row < job.rows.high; ++row) {
-    if (const PF_Err code = PollBeforeRow(job.progress, row)) return code;
+    code = PollBeforeRow(job.progress, row);
+    if (code != PF_Err_NONE) break;
     std::byte* out = dst + (job.area.y.dst + row) * job.dst->row_bytes;
     sampler.row({&params, x.start, step, y.start + row * y.scale, out, n, past_caches}, scratch.data());
     if (still) RepeatFirst(out, job.area.x.dst_size, pixel_size);
   }
-  return PF_Err_NONE;
+  kernels.flush();
+  return code;
 }
 
 }  // namespace pf

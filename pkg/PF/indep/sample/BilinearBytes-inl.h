@@ -13,6 +13,7 @@
 
 #include "sample/BilinearFixed-inl.h"
 #include "sample/BilinearFormula-inl.h"
+#include "sample/BilinearGrid-inl.h"
 #include "sample/BilinearTaps-inl.h"
 #include "simd/PairProducts-inl.h"
 
@@ -33,56 +34,72 @@ namespace hn = hwy::HWY_NAMESPACE;
 // 1/4 in the products, of which one at most reaches 2^24, and 1/2 in the sum. That is less than 5.8.
 inline constexpr std::int32_t kBytesBase = 0x4B800000, kBytesMargin = 6;
 
-// Red, green and blue at every sample, in vectors by turns. `fine`: fractions have 16 bits, else less.
+// `fine`: fractions have 16 bits, else less.
 template <bool fine>
-HWY_NOINLINE void SpreadBytes(const std::uint32_t* held, SamplePositions positions, std::int64_t n, float* out) {
-  const FixedTag d;
-  const hn::RebindToUnsigned<FixedTag> du;
-  const RealTag<PF_Pixel8> df;
-  const FixedShorts ds;
-  const hn::Repartition<std::uint16_t, FixedTag> dus;
-  const auto steps = hn::Mul(hn::Iota(d, 0), hn::Set(d, static_cast<std::int32_t>(positions.step())));
-  const auto low = hn::Set(dus, 0xFF);
-  for (std::int64_t k = 0; k < n; k += static_cast<std::int64_t>(hn::Lanes(d)), out += 3 * hn::Lanes(d)) {
-    const auto position = hn::Add(hn::Set(d, static_cast<std::int32_t>(positions.FractionAt(k))), steps);
-    const auto columns = hn::IndicesFromVec(df, hn::ShiftRight<16>(position));
+class BytesSpread {
+ public:
+  using D = RealTag<PF_Pixel8>;
+
+  HWY_INLINE BytesSpread(const std::uint32_t* held, std::int64_t, const SamplePositions& positions)
+      : held_(held),
+        positions_(positions),
+        steps_(hn::Mul(hn::Iota(FixedTag(), 0), hn::Set(FixedTag(), static_cast<std::int32_t>(positions.step())))) {}
+
+  HWY_INLINE SpreadColors<D> operator()(std::int64_t k) const {
+    const FixedTag d;
+    const hn::Repartition<std::uint16_t, FixedTag> dus;
+    const auto position = hn::Add(hn::Set(d, static_cast<std::int32_t>(positions_.FractionAt(k))), steps_);
+    const auto columns = hn::IndicesFromVec(D(), hn::ShiftRight<16>(position));
     const auto tap = [&](std::int64_t right) HWY_ATTR {
-      const auto pixels = hn::BitCast(df, hn::LoadU(du, held + positions.ColumnAt(k) + right));
-      return hn::BitCast(du, hn::TableLookupLanes(pixels, columns));
+      const auto pixels = hn::BitCast(D(), hn::LoadU(U(), held_ + positions_.ColumnAt(k) + right));
+      return hn::BitCast(U(), hn::TableLookupLanes(pixels, columns));
     };
     // In each lane a channel of the left pixel and behind it that of the right one.
     const auto left = tap(0), right = tap(1);
     const auto alpha_red = hn::OddEven(hn::BitCast(dus, hn::ShiftLeft<16>(right)), hn::BitCast(dus, left));
     const auto green_blue = hn::OddEven(hn::BitCast(dus, right), hn::BitCast(dus, hn::ShiftRight<16>(left)));
-    // Weights of up to 65536 are not 16-bit values. Less than a given constant they are, and so are half of them if
-    // negative.
-    const auto weights = [&]() HWY_ATTR {
-      if constexpr (fine) {
-        const auto both = hn::OddEven(hn::BitCast(ds, hn::ShiftLeft<16>(position)), hn::BitCast(ds, position));
-        return hn::Xor(both, hn::BitCast(ds, hn::Set(d, 0x7FFF8000)));
-      } else {
-        const auto u = hn::And(hn::ShiftRight<1>(position), hn::Set(d, 0x7FFF));
-        return hn::BitCast(ds, hn::Sub(hn::Add(u, hn::Set(d, 0x8000)), hn::ShiftLeft<16>(u)));
-      }
-    }();
-    const auto store = [&](auto pairs, std::size_t c) HWY_ATTR {
-      const auto channel = hn::BitCast(ds, pairs);
-      auto bits = hn::Zero(du);
-      if constexpr (fine) {
-        const auto rest = AddPairProducts(d, channel, hn::BitCast(ds, hn::Set(d, -32767 * 65536 + 32768)), hn::Zero(d));
-        const auto base = hn::Set(du, 2u * (kBytesBase + kBytesMargin) + 32768);
-        bits = hn::ShiftRight<1>(hn::Sub(base, hn::BitCast(du, AddPairProducts(d, channel, weights, rest))));
-      } else {
-        const auto base = hn::Set(du, std::uint32_t{kBytesBase + kBytesMargin} + 16384);
-        bits = hn::Sub(base, hn::BitCast(du, AddPairProducts(d, channel, weights, hn::Zero(d))));
-      }
-      hn::StoreU(hn::BitCast(df, bits), df, out + c * hn::Lanes(d));
-    };
-    store(hn::ShiftRight<8>(alpha_red), 0);
-    store(hn::And(green_blue, low), 1);
-    store(hn::ShiftRight<8>(green_blue), 2);
+    const auto weights = Weights(position);
+    return {Spread(hn::ShiftRight<8>(alpha_red), weights), Spread(hn::And(green_blue, hn::Set(dus, 0xFF)), weights),
+            Spread(hn::ShiftRight<8>(green_blue), weights)};
   }
-}
+
+ private:
+  using U = hn::RebindToUnsigned<FixedTag>;
+
+  // Weights of up to 65536 are not 16-bit values. Less than a given constant they are, and so are half of them if
+  // negative.
+  static HWY_INLINE hn::Vec<FixedShorts> Weights(hn::Vec<FixedTag> position) {
+    const FixedTag d;
+    const FixedShorts ds;
+    if constexpr (fine) {
+      const auto both = hn::OddEven(hn::BitCast(ds, hn::ShiftLeft<16>(position)), hn::BitCast(ds, position));
+      return hn::Xor(both, hn::BitCast(ds, hn::Set(d, 0x7FFF8000)));
+    } else {
+      const auto u = hn::And(hn::ShiftRight<1>(position), hn::Set(d, 0x7FFF));
+      return hn::BitCast(ds, hn::Sub(hn::Add(u, hn::Set(d, 0x8000)), hn::ShiftLeft<16>(u)));
+    }
+  }
+
+  static HWY_INLINE hn::Vec<D> Spread(hn::Vec<hn::Repartition<std::uint16_t, FixedTag>> pairs,
+                                      hn::Vec<FixedShorts> weights) {
+    const FixedTag d;
+    const FixedShorts ds;
+    const auto channel = hn::BitCast(ds, pairs);
+    if constexpr (fine) {
+      const auto rest = AddPairProducts(d, channel, hn::BitCast(ds, hn::Set(d, -32767 * 65536 + 32768)), hn::Zero(d));
+      const auto base = hn::Set(U(), 2u * (kBytesBase + kBytesMargin) + 32768);
+      const auto twice = hn::Sub(base, hn::BitCast(U(), AddPairProducts(d, channel, weights, rest)));
+      return hn::BitCast(D(), hn::ShiftRight<1>(twice));
+    } else {
+      const auto base = hn::Set(U(), std::uint32_t{kBytesBase + kBytesMargin} + 16384);
+      return hn::BitCast(D(), hn::Sub(base, hn::BitCast(U(), AddPairProducts(d, channel, weights, hn::Zero(d)))));
+    }
+  }
+
+  const std::uint32_t* held_;
+  SamplePositions positions_;
+  hn::Vec<FixedTag> steps_;
+};
 
 // The same pixels with the formula's at the lanes of `undecided`.
 HWY_NOINLINE inline hn::Vec<FixedTag> WithFormulaAt(hn::Mask<FixedTag> undecided, const RowJob<PF_Pixel8>& job,
@@ -93,19 +110,16 @@ HWY_NOINLINE inline hn::Vec<FixedTag> WithFormulaAt(hn::Mask<FixedTag> undecided
   return hn::IfThenElse(undecided, hn::Load(d, reinterpret_cast<const std::int32_t*>(out)), pixels);
 }
 
-// Between two spread rows.
-class BytesSampler {
+class BytesBetween {
  public:
-  HWY_INLINE BytesSampler(const RowJob<PF_Pixel8>& job, const float* upper, const float* lower, std::uint32_t alpha)
-      : job_(job),
-        upper_(upper),
-        lower_(lower),
-        rest_(hn::Set(DF(), 1 - job.v)),
-        v_(hn::Set(DF(), job.v)),
-        alpha_(hn::Set(D(), alpha)) {}
+  using Colors = SpreadColors<RealTag<PF_Pixel8>>;
 
-  HWY_INLINE PackedPixels operator()(std::int64_t k) const {
-    const auto red = Between(3 * k), green = Between(3 * k + kLanes), blue = Between(3 * k + 2 * kLanes);
+  HWY_INLINE BytesBetween(const RowJob<PF_Pixel8>& job, std::uint32_t alpha)
+      : job_(job), rest_(hn::Set(DF(), 1 - job.v)), v_(hn::Set(DF(), job.v)), alpha_(hn::Set(D(), alpha)) {}
+
+  HWY_INLINE PackedPixels operator()(std::int64_t k, const Colors& upper, const Colors& lower) const {
+    const auto red = Sum(upper.red, lower.red), green = Sum(upper.green, lower.green);
+    const auto blue = Sum(upper.blue, lower.blue);
     const auto select = [](std::uint32_t mask, auto yes, auto no) HWY_ATTR {
       return hn::Or(hn::And(hn::Set(D(), mask), yes), hn::AndNot(hn::Set(D(), mask), no));
     };
@@ -122,23 +136,15 @@ class BytesSampler {
  private:
   using DF = RealTag<PF_Pixel8>;
   using D = hn::RebindToUnsigned<DF>;
-  static constexpr auto kLanes = static_cast<std::int64_t>(hn::MaxLanes(DF()));
 
-  HWY_INLINE hn::Vec<D> Between(std::int64_t at) const {
-    const auto upper = hn::Mul(rest_, hn::Load(DF(), upper_ + at)), lower = hn::Mul(v_, hn::Load(DF(), lower_ + at));
-    return hn::BitCast(D(), hn::Add(upper, lower));
+  HWY_INLINE hn::Vec<D> Sum(hn::Vec<DF> upper, hn::Vec<DF> lower) const {
+    return hn::BitCast(D(), hn::Add(hn::Mul(rest_, upper), hn::Mul(v_, lower)));
   }
 
   const RowJob<PF_Pixel8>& job_;
-  const float *upper_, *lower_;
   hn::Vec<DF> rest_, v_;
   hn::Vec<D> alpha_;
 };
-
-HWY_NOINLINE inline void BytesRange(const RowJob<PF_Pixel8>& job, const float* upper, const float* lower,
-                                    std::uint32_t alpha, std::int64_t begin, std::int64_t end) {
-  ForGridLanes(FixedTag(), begin, end, job, BytesSampler(job, upper, lower, alpha));
-}
 
 #endif  // HWY_TARGET
 

@@ -58,8 +58,9 @@ struct PackedPixels {
 HWY_INLINE void StorePixels(RealTag<PF_Pixel8>, const PackedPixels& pixels, PF_Pixel8* to) {
   hn::StoreU(hn::BitCast(FixedBytes(), pixels.v), FixedBytes(), reinterpret_cast<std::uint8_t*>(to));
 }
-HWY_INLINE void StorePixels(FixedTag d, const PackedPixels& pixels, PF_Pixel8* to, bool past_caches) {
-  StoreVector(pixels.v, d, reinterpret_cast<std::int32_t*>(to), past_caches);
+template <class How>
+HWY_INLINE void StorePixels(FixedTag d, const PackedPixels& pixels, PF_Pixel8* to, const How& how) {
+  StoreVector(pixels.v, d, reinterpret_cast<std::int32_t*>(to), how);
 }
 
 // The blocks of both rows at sample k.

@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "sample/BilinearFixed-inl.h"
+#include "sample/BilinearGrid-inl.h"
 #include "sample/BilinearTaps-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -102,10 +103,9 @@ class FixedRowsSampler {
 };
 
 HWY_NOINLINE inline void FixedBetween(const RowJob<PF_Pixel8>& job, const std::uint16_t* upper,
-                                      const std::uint16_t* lower, int bits_u, int bits_v, std::int64_t begin,
-                                      std::int64_t end) {
-  const FixedRowsSampler sample(upper, lower, bits_u, job.fy >> (16 - bits_v), bits_v);
-  ForGridLanes(FixedTag(), begin, end, job, sample);
+                                      const std::uint16_t* lower, int bits_u, int bits_v, const SampleRange& range) {
+  const std::int64_t v = job.fy >> (16 - bits_v);
+  ForGridLanes(FixedTag(), range, job, [=]() HWY_ATTR { return FixedRowsSampler(upper, lower, bits_u, v, bits_v); });
 }
 
 #endif  // HWY_TARGET

@@ -11,6 +11,7 @@
 
 #include <cstdint>
 
+#include "sample/BilinearGrid-inl.h"
 #include "sample/BilinearTaps-inl.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -34,83 +35,84 @@ HWY_INLINE hn::Vec<ScaledTag> ScaledOrder() {
   return hn::Load(d, samples);
 }
 
-// Three planes of colours at every sample, in 1/65536, vectors in the order of ScaledOrder. No colour may be above
-// full: 65536 times it fits 32 bits then, and differences of two such values do but for 2^31.
-HWY_NOINLINE inline void SpreadScaled(const std::uint16_t* planes, std::int64_t stride, SamplePositions positions,
-                                      std::int64_t n, std::int64_t out_stride, std::int32_t* out) {
-  const ScaledTag d;
-  const RealTag<PF_Pixel8> df;
-  const hn::Rebind<std::uint16_t, ScaledTag> d16;
-  const auto order = ScaledOrder();
-  for (std::int64_t k = 0; k < n; k += static_cast<std::int64_t>(hn::Lanes(d))) {
-    const auto place = PlaceAt<PF_Pixel8>(positions, k, order);  // as many lanes
-    for (std::int64_t c = 0; c < 3; ++c) {
-      const auto tap = [&](std::int64_t right) HWY_ATTR {
-        const auto columns = hn::PromoteTo(d, hn::LoadU(d16, planes + (c + 1) * stride + place.column + right));
-        return hn::BitCast(d, hn::TableLookupLanes(hn::BitCast(df, columns), place.columns));
-      };
-      const auto left = tap(0), rise = hn::Mul(place.fraction, hn::Sub(tap(1), left));
-      hn::StoreU(hn::Add(hn::ShiftLeft<16>(left), rise), d, out + c * out_stride + k);
-    }
+// In 1/65536, vectors in the order of ScaledOrder. No colour may be above full: 65536 times it fits 32 bits then, and
+// differences of two such values do but for 2^31.
+class ScaledSpread {
+ public:
+  using D = ScaledTag;
+
+  HWY_INLINE ScaledSpread(const std::uint16_t* planes, std::int64_t stride, const SamplePositions& positions)
+      : planes_(planes), stride_(stride), positions_(positions), order_(ScaledOrder()) {}
+
+  HWY_INLINE SpreadColors<D> operator()(std::int64_t k) const {
+    const auto place = PlaceAt<PF_Pixel8>(positions_, k, order_);  // as many lanes
+    return {Color(place, 1), Color(place, 2), Color(place, 3)};
   }
-}
+
+ private:
+  HWY_INLINE hn::Vec<D> Color(const SamplePlace<PF_Pixel8>& place, std::int64_t c) const {
+    const RealTag<PF_Pixel8> df;
+    const hn::Rebind<std::uint16_t, D> d16;
+    const auto tap = [&](std::int64_t right) HWY_ATTR {
+      const auto columns = hn::PromoteTo(D(), hn::LoadU(d16, planes_ + c * stride_ + place.column + right));
+      return hn::BitCast(D(), hn::TableLookupLanes(hn::BitCast(df, columns), place.columns));
+    };
+    const auto left = tap(0), rise = hn::Mul(place.fraction, hn::Sub(tap(1), left));
+    return hn::Add(hn::ShiftLeft<16>(left), rise);
+  }
+
+  const std::uint16_t* planes_;
+  std::int64_t stride_;
+  SamplePositions positions_;
+  hn::Vec<D> order_;
+};
 
 // Pixels in two halves of 32 bits, in the order of ScaledOrder.
 struct HalvedPixels {
   hn::Vec<hn::RebindToUnsigned<ScaledTag>> alpha_red, green_blue;
 };
 
-HWY_INLINE void StorePixels(ScaledTag, const HalvedPixels& p, PF_Pixel16* to, bool past_caches) {
+template <class How>
+HWY_INLINE void StorePixels(ScaledTag, const HalvedPixels& p, PF_Pixel16* to, const How& how) {
   const hn::RebindToUnsigned<ScaledTag> d;
   auto* at = reinterpret_cast<std::uint32_t*>(to);
-  StoreVector(hn::InterleaveLower(d, p.alpha_red, p.green_blue), d, at, past_caches);
-  StoreVector(hn::InterleaveUpper(d, p.alpha_red, p.green_blue), d, at + hn::Lanes(d), past_caches);
+  StoreVector(hn::InterleaveLower(d, p.alpha_red, p.green_blue), d, at, how);
+  StoreVector(hn::InterleaveUpper(d, p.alpha_red, p.green_blue), d, at + hn::Lanes(d), how);
 }
 
-class ScaledSampler {
+class ScaledBetween {
  public:
-  HWY_INLINE ScaledSampler(const std::int32_t* upper, const std::int32_t* lower, std::int64_t stride, std::int64_t fy,
-                           std::uint32_t alpha)
-      : upper_(upper),
-        lower_(lower),
-        stride_(stride),
-        fy_(hn::Set(ScaledTag(), static_cast<std::int32_t>(fy))),
-        alpha_(hn::Set(D(), alpha)) {}
+  using Colors = SpreadColors<ScaledTag>;
 
-  HWY_INLINE HalvedPixels operator()(std::int64_t k) const {
+  HWY_INLINE ScaledBetween(const RowJob<PF_Pixel16>& job, std::uint32_t alpha)
+      : fy_(hn::Set(ScaledTag(), static_cast<std::int32_t>(job.fy))), alpha_(hn::Set(D(), alpha)) {}
+
+  HWY_INLINE HalvedPixels operator()(std::int64_t, const Colors& upper, const Colors& lower) const {
     const auto upper_half = hn::Set(D(), 0xFFFF0000u);
-    const auto red = Rounded(k), green = Rounded(stride_ + k), blue = Rounded(2 * stride_ + k);
+    const auto red = Rounded(upper.red, lower.red), green = Rounded(upper.green, lower.green);
+    const auto blue = Rounded(upper.blue, lower.blue);
     return {hn::Or(alpha_, hn::And(red, upper_half)), hn::Or(hn::ShiftRight<16>(green), hn::And(blue, upper_half))};
   }
 
  private:
+  using V = hn::Vec<ScaledTag>;
   using D = hn::RebindToUnsigned<ScaledTag>;
   using Shorts = hn::Repartition<std::uint16_t, ScaledTag>;
 
   // The value in the upper half. What the lower half of the difference adds below 1/65536 cannot matter.
   // The one difference that does not fit is from 0 to 2^31 in the lower row: its sign is lost, and the
   // sum with it, which is otherwise never negative.
-  HWY_INLINE hn::Vec<D> Rounded(std::int64_t at) const {
+  HWY_INLINE hn::Vec<D> Rounded(V upper, V lower) const {
     const ScaledTag d;
-    const auto upper = hn::LoadU(d, upper_ + at);
-    const auto rise = hn::Sub(hn::LoadU(d, lower_ + at), upper);
+    const auto rise = hn::Sub(lower, upper);
     const auto coarse = hn::Mul(hn::ShiftRight<16>(rise), fy_);
     const auto fine = hn::BitCast(d, hn::MulHigh(hn::BitCast(Shorts(), rise), hn::BitCast(Shorts(), fy_)));
     return hn::Add(hn::BitCast(D(), hn::Abs(hn::Add(hn::Add(upper, coarse), fine))), hn::Set(D(), 32768));
   }
 
-  const std::int32_t *upper_, *lower_;
-  std::int64_t stride_;
-  hn::Vec<ScaledTag> fy_;
+  V fy_;
   hn::Vec<D> alpha_;
 };
-
-HWY_NOINLINE inline void ScaledRange(const RowJob<PF_Pixel16>& job, const std::int32_t* upper,
-                                     const std::int32_t* lower, std::int64_t stride, std::uint32_t alpha,
-                                     std::int64_t begin, std::int64_t end) {
-  const ScaledSampler sample(upper, lower, stride, job.fy, alpha);
-  ForGridLanes(ScaledTag(), begin, end, job, sample);
-}
 
 #endif  // HWY_TARGET
 

@@ -198,29 +198,6 @@ HWY_INLINE void ForAlignedLanes(D d, std::int64_t begin, std::int64_t end, const
   ForLanes(d, k, end, out, sample);
 }
 
-// The same for samplers that can start at multiples of Lanes(d) only.
-template <class D, class P, class Sampler>
-HWY_INLINE void ForGridLanes(D d, std::int64_t begin, std::int64_t end, const RowJob<P>& job, const Sampler sample) {
-  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
-  P* const out = job.out;
-  const auto part = [&](std::int64_t k, std::int64_t from, std::int64_t to) HWY_ATTR {
-    P pixels[HWY_MAX_BYTES / sizeof(hn::TFromD<D>)];
-    StorePixels(d, sample(k), pixels, false);
-    std::memcpy(out + from, pixels + (from - k), static_cast<std::size_t>(to - from) * sizeof(P));
-  };
-  std::int64_t k = begin / lanes * lanes;
-  if (k < begin) {
-    part(k, begin, std::min(k + lanes, end));
-    k += lanes;
-  }
-  const bool past_caches = job.PastCaches(k);
-  for (; k + lanes <= end; k += lanes) {
-    StorePixels(d, sample(k), out + k, past_caches);
-    job.FetchAhead(k, hn::MaxLanes(D()));
-  }
-  if (k < end) part(k, k, end);
-}
-
 #endif  // HWY_TARGET
 
 }  // namespace HWY_NAMESPACE

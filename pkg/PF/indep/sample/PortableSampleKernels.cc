@@ -30,6 +30,7 @@ const SampleKernels kPortableSampleKernels = {
     {kEach<PF_Pixel8, SampleArea<PF_Pixel8, true>>, kEach<PF_Pixel16, SampleArea<PF_Pixel16, true>>,
      kEach<PF_PixelFloat, SampleArea<PF_PixelFloat, true>>},
     {kEach<PF_Pixel8, SampleArea<PF_Pixel8, false>>, kEach<PF_Pixel16, SampleArea<PF_Pixel16, false>>,
-     kEach<PF_PixelFloat, SampleArea<PF_PixelFloat, false>>}};
+     kEach<PF_PixelFloat, SampleArea<PF_PixelFloat, false>>},
+    [] {}};
 
 }  // namespace pf

@@ -15,7 +15,8 @@ struct SampleRow {
   std::int64_t x0, step_x, y;
   void* out;
   std::int64_t n;
-  // Whole cache lines may be written past the caches: the destination is larger than they are.
+  // Whole cache lines may be written past the caches: the destination is larger than they are. SampleKernels::flush
+  // then has to follow before another thread is told of the row.
   bool past_caches = false;
 };
 
@@ -34,6 +35,7 @@ struct SampleKernels {
   Pair bilinear_premul[3];
   Pair area_straight[3];
   Pair area_premul[3];
+  void (*flush)();  // once behind any number of rows: waiting after each costs a twentieth of its time
 };
 
 // Plain C++, one sampler per pixel: the reference.

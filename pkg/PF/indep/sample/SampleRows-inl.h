@@ -127,8 +127,7 @@ HWY_INLINE HeldFacts HoldPixels(const P* from, std::int64_t n, std::int64_t stri
     differing = hn::Or(differing, hn::BitCast(du, hn::Xor(alpha, first)));
     if constexpr (sizeof(ChannelOf<P>) == 2) highest = hn::Max(hn::Max(highest, red), hn::Max(green, blue));
   };
-  std::int64_t m = 0;
-  for (; m + lanes <= n; m += lanes) {
+  const auto hold = [&](std::int64_t m) HWY_ATTR {
     V alpha, red, green, blue;
     hn::LoadInterleaved4(d, reinterpret_cast<const ChannelOf<P>*>(from + m), alpha, red, green, blue);
     hn::StoreU(alpha, d, planes + m);
@@ -136,6 +135,12 @@ HWY_INLINE HeldFacts HoldPixels(const P* from, std::int64_t n, std::int64_t stri
     hn::StoreU(green, d, planes + 2 * stride + m);
     hn::StoreU(blue, d, planes + 3 * stride + m);
     take(alpha, red, green, blue);
+  };
+  std::int64_t m = 0;
+  for (; m + lanes <= n; m += lanes) hold(m);
+  if (m < n && m > 0) {
+    hold(n - lanes);
+    m = n;
   }
   for (; m < n; ++m) {
     planes[m] = from[m].alpha;
@@ -156,11 +161,16 @@ HWY_INLINE HeldFacts HoldPixels(const PF_Pixel8* from, std::int64_t n, std::int6
   std::memcpy(to, from, sizeof *to);
   const auto first = hn::Set(d, *to);
   auto differing = hn::Zero(d);
-  std::int64_t m = 0;
-  for (; m + lanes <= n; m += lanes) {
+  const auto hold = [&](std::int64_t m) HWY_ATTR {
     const auto v = hn::LoadU(d, pixels + m);
     hn::StoreU(v, d, to + m);
     differing = hn::Or(differing, hn::Xor(v, first));
+  };
+  std::int64_t m = 0;
+  for (; m + lanes <= n; m += lanes) hold(m);
+  if (m < n && m > 0) {
+    hold(n - lanes);
+    m = n;
   }
   for (; m < n; ++m) {
     std::memcpy(to + m, from + m, sizeof *to);
@@ -170,17 +180,15 @@ HWY_INLINE HeldFacts HoldPixels(const PF_Pixel8* from, std::int64_t n, std::int6
 }
 
 // Keeps columns first..first+count-1 of row `j`; what lies outside the world, and the rest of a plane's
-// `stride` elements, is zero. Facts of the pixels in the world.
+// `stride` elements, is zero. Of those a row in the world writes none but in `fresh` planes. Facts of its pixels.
 template <class P>
 HWY_NOINLINE HeldFacts HoldRow(const Plane<P>& src, std::int64_t j, std::int64_t first, std::int64_t count,
-                               std::int64_t stride, HeldElement<P>* HWY_RESTRICT held) {
+                               std::int64_t stride, bool fresh, HeldElement<P>* HWY_RESTRICT held) {
   const std::int64_t left = std::clamp<std::int64_t>(-first, 0, count);
-  const std::int64_t right = j >= 0 && j < src.height ? std::clamp(src.width - first, left, count) : left;
-  for (std::int64_t c = 0; c < HeldRow<P>::kPlanes; ++c) {
-    std::fill_n(held + c * stride, left, HeldElement<P>{0});
-    std::fill_n(held + c * stride + right, stride - right, HeldElement<P>{0});
-  }
-  if (left >= right) return {0, true};
+  const std::int64_t right = std::clamp(src.width - first, left, count);
+  const bool inside = j >= 0 && j < src.height && left < right;
+  if (fresh || !inside) std::fill_n(held, HeldRow<P>::kPlanes * stride, HeldElement<P>{0});
+  if (!inside) return {0, true};
   return HoldPixels(src.Row(j) + (first + left), right - left, stride, held + left);
 }
 
@@ -204,7 +212,7 @@ HWY_INLINE const HeldElement<P>* HoldRowIn(const RowCache& cache, const Plane<P>
   HeldElement<P>* held = cache.template planes<HeldElement<P>>(slot);
   const std::int64_t key = j >= 0 && j < src.height ? j + 1 : RowCache::kOutside;
   if (head.held[slot] != key) {
-    const HeldFacts facts = HoldRow(src, j, window.first, window.count, cache.plane_stride, held);
+    const HeldFacts facts = HoldRow(src, j, window.first, window.count, cache.plane_stride, head.held[slot] == 0, held);
     head.held[slot] = key;
     head.form[slot][0] = head.form[slot][1] = RowForm::kNone;
     head.alpha[slot] = facts.alpha;

@@ -5,7 +5,6 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include "sample/AlphaClass-inl.h"
 #include "sample/Bilinear.h"
@@ -14,6 +13,7 @@
 #include "sample/BilinearFixed-inl.h"
 #include "sample/BilinearFixedRows-inl.h"
 #include "sample/BilinearFormula-inl.h"
+#include "sample/BilinearGrid-inl.h"
 #include "sample/BilinearPairs-inl.h"
 #include "sample/BilinearPhases-inl.h"
 #include "sample/BilinearScaled-inl.h"
@@ -69,19 +69,29 @@ class StraightRow {
     if (!shares_equal_) PrefetchRow(cache_, src_, window_, j_ + 2);
     const auto at = [this](std::int64_t block) { return job_.positions.FirstAt(block, n_); };
     const std::int64_t left = at(inside_begin_ - 1), begin = at(inside_begin_), end = at(inside_end_);
-    RunRange(AlphaClass::kClear, 0, 0, left);
-    RunRange(AlphaClass::kMixed, 0, left, begin);
+    const std::int64_t right = at(inside_end_ + 1);
+    if (cache_.head().all_equal && begin < end) JoinEnds(begin, end);
+    RunRange(AlphaClass::kClear, 0, 0, std::min(left, begin - beside_left_));
+    RunRange(AlphaClass::kMixed, 0, left, begin - beside_left_);
     if (cache_.head().all_equal) {
       RunRange(AlphaClass::kEqual, inside_begin_, begin, end);
     } else {
       RunTiles(classes, tiles, begin, end);
     }
-    const std::int64_t right = at(inside_end_ + 1);
-    RunRange(AlphaClass::kMixed, 0, end, right);
-    RunRange(AlphaClass::kClear, 0, right, n_);
+    RunRange(AlphaClass::kMixed, 0, end + beside_right_, right);
+    RunRange(AlphaClass::kClear, 0, std::max(end + beside_right_, right), n_);
   }
 
  private:
+  // Leaves samples at the edges of the world to the kernel of those inside, where they are few and share a vector.
+  void JoinEnds(std::int64_t begin, std::int64_t end) {
+    constexpr std::int64_t kLanes = hn::MaxLanes(hn::ScalableTag<std::int32_t>());
+    if (!RunsOnGrid()) return;
+    const std::int64_t before = begin % kLanes, behind = std::min(n_, (end + kLanes - 1) / kLanes * kLanes) - end;
+    if (before <= kMostBeside) beside_left_ = before;
+    if (behind <= kMostBeside) beside_right_ = behind;
+  }
+
   const HeldElement<P>* Hold(std::int64_t j) { return HoldRowIn(cache_, src_, window_, j); }
   HeldElement<P>* Planes(std::int64_t slot) const { return cache_.template planes<HeldElement<P>>(slot); }
 
@@ -196,10 +206,8 @@ class StraightRow {
       if (PhasesOf(job_.positions.step()) != 0 && bits_u_ + bits_v_ <= kWeighedBits) {
         return RunPhases<AlphaClass::kDiffering>(begin, end, [this](const PhaseBlocks& blocks) {
           const auto weighed = [this](std::int64_t j) {
-            return Shared<Real, true>(j, RowForm::kWeighed, [this](auto* held, Real* to) {
-              WeighRow(held, cache_.plane_stride, to);
-              return RowForm::kWeighed;
-            });
+            return Shared<Real, true>(j, RowForm::kWeighed,
+                                      [this](auto* held, Real* to) { WeighRow(held, cache_.plane_stride, to); });
           };
           WeighedPhases(job_, weighed(j_), weighed(j_ + 1), blocks);
         });
@@ -212,22 +220,53 @@ class StraightRow {
                 [[maybe_unused]] std::int64_t end) {
     if constexpr (sizeof(P) == sizeof(PF_Pixel8)) {
       if (FixedSpreadFits(job_.positions, bits_u_ + bits_v_)) {
-        return FixedBetween(job_, Fixed(j_), Fixed(j_ + 1), bits_u_, bits_v_, begin, end);
+        return FixedBetween(job_, Fixed(j_), Fixed(j_ + 1), bits_u_, bits_v_, WithEnds(begin, end));
       }
-      return BytesRange(job_, Bytes(j_), Bytes(j_ + 1), job_.upper[element] & 0xFF, begin, end);
+      const std::uint32_t alpha = job_.upper[element] & 0xFF;
+      if (bits_u_ == 16) return RunSpread<BytesSpread<true>, BytesBetween>(RowForm::kBytes, alpha, begin, end);
+      return RunSpread<BytesSpread<false>, BytesBetween>(RowForm::kBytes, alpha, begin, end);
     }
     if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
-      if (PhasesOf(job_.positions.step()) != 0 && bits_u_ + bits_v_ <= kPairBits) {
+      if (RunsByPairs()) {
         return RunPhases<AlphaClass::kEqual>(begin, end, [this](const PhaseBlocks& blocks) {
           PairPhases(job_, Pairs(j_), Pairs(j_ + 1), bits_u_, bits_v_, blocks);
         });
       }
-      const std::int32_t *upper = Scaled(j_), *lower = Scaled(j_ + 1);
-      if (upper != nullptr && lower != nullptr) {
-        return ScaledRange(job_, upper, lower, cache_.spread_stride, job_.upper[element], begin, end);
+      if (WithinFull()) {
+        return RunSpread<ScaledSpread, ScaledBetween>(RowForm::kScaled, job_.upper[element], begin, end);
       }
+      RunSeparable<false>(AlphaOf(job_.upper[element]), begin, end);
     }
-    if constexpr (sizeof(P) == sizeof(PF_Pixel16)) RunSeparable<false>(AlphaOf(job_.upper[element]), begin, end);
+  }
+
+  SampleRange WithEnds(std::int64_t begin, std::int64_t end) const {
+    return {begin, end, begin - beside_left_, end + beside_right_};
+  }
+  bool RunsByPairs() const { return PhasesOf(job_.positions.step()) != 0 && bits_u_ + bits_v_ <= kPairBits; }
+  bool WithinFull() const { return cache_.head().within_full[0] && cache_.head().within_full[1]; }
+  // Whether equal alphas of the whole row do.
+  bool RunsOnGrid() const {
+    if constexpr (kIsFloat<P>) return false;
+    return sizeof(P) == sizeof(PF_Pixel8) || (!RunsByPairs() && WithinFull());
+  }
+
+  // Between rows in that form. If the range is all there is, the lower one is spread on the way.
+  template <class Spread, class Between>
+  void RunSpread(RowForm form, std::uint32_t alpha, std::int64_t begin, std::int64_t end) {
+    using Element = SpreadElement<Spread>;
+    const auto spread = [this, form](std::int64_t j) {
+      return Shared<Element, false>(j, form, [this](const HeldElement<P>* held, Element* to) {
+        SpreadWhole<Spread>(held, cache_.plane_stride, job_.positions, n_, to);
+      });
+    };
+    const Element* upper = spread(j_);
+    RowForm& lower_is = cache_.head().form[(j_ + 1) & 1][0];
+    if (!cache_.head().all_equal || lower_is == form) {
+      return SpreadRange<Spread, Between>(job_, upper, spread(j_ + 1), alpha, WithEnds(begin, end));
+    }
+    lower_is = form;
+    Element* lower = cache_.template spread<Element>((j_ + 1) & 1, false);
+    SpreadingRange<Spread, Between>(job_, upper, lower, alpha, WithEnds(begin, end));
   }
 
   template <bool with_alpha>
@@ -235,7 +274,6 @@ class StraightRow {
     const auto spread = [this](std::int64_t j) {
       return Shared<Real, with_alpha>(j, RowForm::kSpread, [this](const HeldElement<P>* held, Real* to) {
         SpreadRow<P, with_alpha>(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
-        return RowForm::kSpread;
       });
     };
     SeparableRange<P, with_alpha>(job_, spread(j_), spread(j_ + 1), cache_.spread_stride, alpha, begin, end);
@@ -245,42 +283,24 @@ class StraightRow {
   const std::uint32_t* Pairs(std::int64_t j) {
     return Shared<std::uint32_t, false>(j, RowForm::kPairs, [this, j](const HeldElement<P>*, std::uint32_t* to) {
       PairRow(src_.Row(j) + window_.first, inside_begin_, inside_end_, to);
-      return RowForm::kPairs;
     });
   }
 
   const std::uint16_t* Fixed(std::int64_t j) {
     return Shared<std::uint16_t, false>(j, RowForm::kFixed, [this](const HeldElement<P>* held, std::uint16_t* to) {
       SpreadFixed(held, job_.positions, bits_u_, n_, to);
-      return RowForm::kFixed;
     });
   }
 
-  const float* Bytes(std::int64_t j) {
-    return Shared<float, false>(j, RowForm::kBytes, [this](const HeldElement<P>* held, float* to) {
-      const auto spread = bits_u_ == 16 ? &SpreadBytes<true> : &SpreadBytes<false>;
-      spread(held, job_.positions, n_, to);
-      return RowForm::kBytes;
-    });
-  }
-
-  // Null where values are too large for it.
-  const std::int32_t* Scaled(std::int64_t j) {
-    return Shared<std::int32_t, false>(j, RowForm::kScaled, [this, j](const HeldElement<P>* held, std::int32_t* to) {
-      if (!cache_.head().within_full[j & 1]) return RowForm::kNone;
-      SpreadScaled(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
-      return RowForm::kScaled;
-    });
-  }
-
-  // Row j in a form that `make` writes and confirms, once for all rows of samples; else null.
+  // Row j in a form that `make` writes, once for all rows of samples.
   template <class Element, bool with_alpha, class Make>
   const Element* Shared(std::int64_t j, RowForm form, Make make) {
     const std::int64_t slot = j & 1;
     Element* shared = cache_.template spread<Element>(slot, with_alpha);
     RowForm& is = cache_.head().form[slot][with_alpha ? 1 : 0];
-    if (is != form) is = make(Planes(slot), shared);
-    return is == form ? shared : nullptr;
+    if (is != form) make(Planes(slot), shared);
+    is = form;
+    return shared;
   }
 
   Plane<P> src_;
@@ -291,6 +311,7 @@ class StraightRow {
   std::int64_t j_;
   RowJob<P> job_;
   std::int64_t inside_begin_, inside_end_;  // the blocks with both columns in the world
+  std::int64_t beside_left_ = 0, beside_right_ = 0;
   bool shares_equal_ = false, shares_differing_ = false;
 };
 
@@ -305,7 +326,6 @@ void BilinearStraightRow(const SampleRow& row, std::byte* scratch) {
     std::fill_n(static_cast<P*>(row.out), row.n, P{});
   } else {
     StraightRow<P>(row, scratch).Run();
-    if (row.past_caches) hwy::FlushStream();
   }
 }
 

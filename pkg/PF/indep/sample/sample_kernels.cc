@@ -2,6 +2,7 @@
 #define HWY_TARGET_INCLUDE "sample/sample_kernels.cc"
 #include <hwy/foreach_target.h>
 //
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "sample/SampleKernels.h"
@@ -29,6 +30,7 @@ SampleKernels MakeKernels() {
     kernels.area_straight[depth] = Area(true, depth);
     kernels.area_premul[depth] = Area(false, depth);
   }
+  kernels.flush = [] { hwy::FlushStream(); };
   return kernels;
 }
 
