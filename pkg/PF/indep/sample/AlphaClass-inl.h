@@ -22,17 +22,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
-HWY_INLINE auto LoadAlphas(const float* held) { return hn::LoadU(hn::ScalableTag<float>(), held); }
-HWY_INLINE auto LoadAlphas(const std::uint16_t* held) {
-  const hn::ScalableTag<std::uint32_t> d;
-  return hn::PromoteTo(d, hn::LoadU(hn::Rebind<std::uint16_t, decltype(d)>(), held));
-}
-HWY_INLINE auto LoadAlphas(const std::uint32_t* held) {
-  const hn::ScalableTag<std::uint32_t> d;
-  return hn::And(hn::LoadU(d, held), hn::Set(d, 0xFF));
-}
-
-// Four vectors equal, as a mask of 32-bit lanes.
+// Four vectors equal, as a mask.
 template <class V>
 HWY_INLINE auto AllEqual(V a, V b, V c, V d) {
   return hn::And(hn::And(hn::Eq(a, b), hn::Eq(a, c)), hn::Eq(a, d));
@@ -61,30 +51,53 @@ HWY_INLINE bool AllZeroBits(const Element* upper, const Element* lower, std::int
 // but may make a uniform block.
 template <class Element>
 struct AlikeBlocks {
-  using D = hn::ScalableTag<std::uint32_t>;
+  using D = hn::ScalableTag<Element>;
 
   HWY_INLINE AlikeBlocks(const Element* upper, const Element* lower)
-      : AlikeBlocks(LoadAlphas(upper), LoadAlphas(upper + 1), LoadAlphas(lower), LoadAlphas(lower + 1)) {}
+      : AlikeBlocks(hn::LoadU(D(), upper), hn::LoadU(D(), upper + 1), hn::LoadU(D(), lower),
+                    hn::LoadU(D(), lower + 1)) {}
 
   hn::Mask<D> equal, alike;
 
  private:
-  template <class V>
-  HWY_INLINE AlikeBlocks(V a00, V a10, V a01, V a11) : equal(hn::RebindMask(D(), AllEqual(a00, a10, a01, a11))) {
-    const auto bits = [](V v) HWY_ATTR { return hn::BitCast(D(), v); };
-    alike = equal;
+  using V = hn::Vec<D>;
+
+  HWY_INLINE AlikeBlocks(V a00, V a10, V a01, V a11) : equal(Equal(a00, a10, a01, a11)), alike(equal) {
     if constexpr (std::is_same_v<Element, float>) {
-      alike = hn::Or(equal, AllEqual(bits(a00), bits(a10), bits(a01), bits(a11)));
+      const hn::RebindToUnsigned<D> du;
+      const auto bits = [&](V v) HWY_ATTR { return hn::BitCast(du, v); };
+      alike = hn::Or(equal, hn::RebindMask(D(), AllEqual(bits(a00), bits(a10), bits(a01), bits(a11))));
+    }
+  }
+
+  static HWY_INLINE hn::Mask<D> Equal(V a00, V a10, V a01, V a11) {
+    if constexpr (std::is_same_v<Element, float>) {
+      return AllEqual(a00, a10, a01, a11);
+    } else {
+      const V alphas = hn::Set(D(), Element{sizeof(Element) == 4 ? 0xFF : 0xFFFF});  // of pixels, of a plane
+      const V differing = hn::Or(hn::Or(hn::Xor(a00, a10), hn::Xor(a00, a01)), hn::Xor(a00, a11));
+      return hn::Eq(hn::And(differing, alphas), hn::Zero(D()));
     }
   }
 };
+
+// Whether no block m..end-1 is alike in alpha; most rows that have one have it soon.
+template <class Element>
+HWY_INLINE bool AllDiffering(const Element* upper, const Element* lower, std::int64_t m, std::int64_t end) {
+  const typename AlikeBlocks<Element>::D d;
+  const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  for (; m + lanes <= end; m += lanes) {
+    if (!hn::AllFalse(d, AlikeBlocks<Element>(upper + m, lower + m).alike)) return false;
+  }
+  const auto valid = hn::FirstN(d, static_cast<std::size_t>(std::max<std::int64_t>(end - m, 0)));
+  return hn::AllFalse(d, hn::And(AlikeBlocks<Element>(upper + m, lower + m).alike, valid));
+}
 
 // The class of blocks m..end-1.
 template <class Element>
 HWY_INLINE AlphaClass ClassOf(const Element* upper, const Element* lower, std::int64_t planes, std::int64_t stride,
                               std::int64_t m, std::int64_t end) {
-  using D = hn::ScalableTag<std::uint32_t>;
-  const D d;
+  const typename AlikeBlocks<Element>::D d;
   const std::int64_t first = m, lanes = static_cast<std::int64_t>(hn::Lanes(d));
   auto any = hn::FirstN(d, 0), all = hn::FirstN(d, hn::Lanes(d));
   for (; m + lanes <= end; m += lanes) {

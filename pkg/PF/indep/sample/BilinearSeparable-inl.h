@@ -11,6 +11,7 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -24,11 +25,11 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
-// Added to `base`, a value up to `full` has its whole part in the bits from `shift` on, and behind them its
-// fraction in `units` of the last bit. A computed value plus one half is truncated twice, once less a
-// margin and once more it. The same whole part from both is what the formula stores, if the margin covers
-// the distance d between the formula's value plus one half, rounded, and ours plus one half, exact; and
-// half a unit for each rounding here.
+// Added to `base`, a value up to full has its whole part in the bits from `shift` on, and behind them its
+// fraction in units of the last bit. One half and a margin are added to a computed value; if the fraction
+// of that sum is at least twice the margin, its whole part is what the formula stores. For this the margin
+// has to cover the distance d between the formula's value plus one half, rounded, and ours plus one half,
+// exact; and half a unit for each rounding here. Products may be added without being rounded.
 //
 // The distance. Let e be the rounding unit (2^-24, 2^-53), x the exact value, p a pixel's four channels.
 //
@@ -53,17 +54,19 @@ struct SeparableMath;
 template <>
 struct SeparableMath<PF_Pixel8> {
   static constexpr int kShift = 14;
+  static constexpr std::uint32_t kUnits = 4;  // of kMargin
   static constexpr float kBase = 512.0f, kMargin = 0x1p-12f, kColourMargin = 7 * 0x1p-14f, kOverAlpha = 0.0138f;
 };
 template <>
 struct SeparableMath<PF_Pixel16> {
   static constexpr int kShift = 16;
+  static constexpr std::uint64_t kUnits = 1;
   static constexpr double kBase = 0x1p36, kMargin = 0x1p-16, kColourMargin = 0x1p-16, kOverAlpha = 0;
 };
 
 template <class V>
 HWY_INLINE V Mix(V weight0, V v0, V weight1, V v1) {
-  return hn::Add(hn::Mul(weight0, v0), hn::Mul(weight1, v1));
+  return hn::MulAdd(weight1, v1, hn::Mul(weight0, v0));
 }
 
 // Blends a source row along itself at every sample: with alpha, the sums of alpha and of alpha times
@@ -123,41 +126,54 @@ class SeparableSampler {
   // False: the formula must decide.
   HWY_INLINE bool operator()(std::int64_t k, Bits* pixels) const {
     const RealTag<P> d;
-    const V centre = hn::Set(d, Math::kBase + Real(0.5)), margin = hn::Set(d, Math::kMargin);
+    const auto bits = [](V v) HWY_ATTR { return hn::BitCast(DU(), v); };
+    const V half = hn::Set(d, Math::kBase + Real(0.5) + Math::kMargin);
     const V red = Between(stride_ + k), green = Between(2 * stride_ + k), blue = Between(3 * stride_ + k);
-    Limits limits = {hn::Sub(centre, margin), hn::Add(centre, margin), hn::Zero(DU())};
-    Channels<Bits> whole = {all_alpha_, all_alpha_, all_alpha_, all_alpha_};
     if constexpr (with_alpha) {
       const V alpha = Between(k), visible = hn::Set(d, Real(0.5));
-      whole.alpha = limits.WholeBits(alpha);
       const V inverse = hn::IfThenElseZero(hn::Ge(alpha, visible), hn::Div(hn::Set(d, Real(1)), alpha));
-      if constexpr (Math::kOverAlpha != 0) {
-        const V wider = hn::Add(hn::Mul(inverse, hn::Set(d, Math::kOverAlpha)), hn::Set(d, Math::kColourMargin));
-        limits.low = hn::Sub(centre, wider);
-        limits.high = hn::Add(centre, wider);
-      }
-      whole.red = limits.WholeBits(hn::Mul(red, inverse));
-      whole.green = limits.WholeBits(hn::Mul(green, inverse));
-      whole.blue = limits.WholeBits(hn::Mul(blue, inverse));
+      const V high = Wider(hn::Set(d, Math::kBase + Real(0.5) + Math::kColourMargin), inverse, 1);
+      const Channels<Bits> whole = {bits(hn::Add(alpha, half)), bits(hn::MulAdd(red, inverse, high)),
+                                    bits(hn::MulAdd(green, inverse, high)), bits(hn::MulAdd(blue, inverse, high))};
+      *pixels = PackWholeParts(DU(), whole, P{});
+      return hn::AllFalse(I(), hn::Or(hn::Lt(Fraction(whole.alpha), TwiceMargin()),
+                                      hn::Lt(LeastFraction(whole), TwiceMargin(inverse))));
     } else {
-      whole.red = limits.WholeBits(red);
-      whole.green = limits.WholeBits(green);
-      whole.blue = limits.WholeBits(blue);
+      const Channels<Bits> whole = {all_alpha_, bits(hn::Add(red, half)), bits(hn::Add(green, half)),
+                                    bits(hn::Add(blue, half))};
+      *pixels = PackWholeParts(DU(), whole, P{});
+      return hn::AllFalse(I(), hn::Lt(LeastFraction(whole), TwiceMargin()));
     }
-    *pixels = PackWholeParts(DU(), whole, P{});
-    return hn::AllTrue(DU(), hn::Eq(hn::ShiftRight<Math::kShift>(limits.differing), hn::Zero(DU())));
   }
 
  private:
-  struct Limits {
-    HWY_INLINE Bits WholeBits(V value) {
-      const auto lower = hn::BitCast(DU(), hn::Add(value, low)), upper = hn::BitCast(DU(), hn::Add(value, high));
-      differing = hn::Or(differing, hn::Xor(lower, upper));
-      return lower;
+  using I = hn::Repartition<std::int32_t, RealTag<P>>;
+  using Fractions = hn::Vec<I>;
+
+  // In units, in the low 32 bits of each lane.
+  static HWY_INLINE Fractions Fraction(Bits sum) {
+    return hn::BitCast(I(), hn::And(sum, hn::Set(DU(), (1 << Math::kShift) - 1)));
+  }
+  static HWY_INLINE Fractions LeastFraction(const Channels<Bits>& sums) {
+    return hn::Min(hn::Min(Fraction(sums.red), Fraction(sums.green)), Fraction(sums.blue));
+  }
+
+  static HWY_INLINE V Wider(V margin, V inverse, std::int32_t times) {
+    if constexpr (Math::kOverAlpha == 0) return margin;
+    const RealTag<P> d;
+    return hn::MulAdd(inverse, hn::Set(d, static_cast<Real>(times) * Math::kOverAlpha), margin);
+  }
+
+  static constexpr std::int32_t kTwice = 2 << Math::kShift;  // a margin times this, in units
+  static HWY_INLINE Fractions TwiceMargin() { return hn::BitCast(I(), hn::Set(DU(), 2 * Math::kUnits)); }
+  static HWY_INLINE Fractions TwiceMargin(V inverse) {
+    if constexpr (Math::kOverAlpha == 0) {
+      return TwiceMargin();
+    } else {
+      const V margin = Wider(hn::Set(RealTag<P>(), Math::kColourMargin * kTwice + 1), inverse, kTwice);
+      return Truncated(RealTag<P>(), margin);
     }
-    V low, high;
-    Bits differing;
-  };
+  }
 
   HWY_INLINE V Between(std::int64_t element) const {
     const RealTag<P> d;
@@ -179,24 +195,39 @@ HWY_NOINLINE void SeparableRange(const RowJob<P>& job, const RealOf<P>* upper, c
   const typename Sampler::DU d;
   const Sampler sample(upper, lower, stride, job.v, static_cast<RealOf<P>>(alpha));
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  const auto pixels_at = [&](P* to) { return reinterpret_cast<hn::TFromD<typename Sampler::DU>*>(to); };
+  const auto part = [&](std::int64_t k) HWY_ATTR {
+    const std::int64_t first = std::max(k, begin), last = std::min(k + lanes, end);
+    typename Sampler::Bits pixels;
+    if (!sample(k, &pixels)) return BlendRange<P, kAlphas>(job, first, last);
+    alignas(HWY_MAX_BYTES) P all[HWY_MAX_BYTES / sizeof(P)];
+    hn::Store(pixels, d, pixels_at(all));
+    std::memcpy(job.out + first, all + (first - k), static_cast<std::size_t>(last - first) * sizeof(P));
+  };
   // Spread rows are read by whole cache lines.
   std::int64_t k = begin / lanes * lanes;
-  // At 8 bits the formula decides so often that its own stores in between would cost more than is won.
+  if (k < begin) {
+    part(k);
+    k += lanes;
+  }
+  // At 8 bits the formula decides so often that its own stores would cost more than is won.
   const bool past_caches = sizeof(P) > sizeof(PF_Pixel8) && job.PastCaches(k);
-  for (; k < end; k += lanes) {
-    typename Sampler::Bits pixels;
-    job.FetchAhead(k, hn::MaxLanes(d));
-    const std::int64_t first = std::max(k, begin), valid = std::min(k + lanes, end) - first;
-    if (HWY_UNLIKELY(!sample(k, &pixels))) {
-      BlendRange<P, kAlphas>(job, first, first + valid);
-    } else if (HWY_LIKELY(valid == lanes)) {
-      StoreVector(pixels, d, reinterpret_cast<hn::TFromD<typename Sampler::DU>*>(job.out + k), past_caches);
-    } else {
-      alignas(HWY_MAX_BYTES) P last[HWY_MAX_BYTES / sizeof(P)];
-      hn::Store(pixels, d, reinterpret_cast<hn::TFromD<typename Sampler::DU>*>(last));
-      std::memcpy(job.out + first, last + (first - k), static_cast<std::size_t>(valid) * sizeof(P));
+  while (k + lanes <= end) {
+    // What the formula must decide is put off: which vectors that are cannot be foreseen.
+    std::uint64_t undecided = 0;
+    const std::int64_t chunk = k;
+    for (std::uint64_t bit = 1; bit != 0 && k + lanes <= end; bit <<= 1, k += lanes) {
+      typename Sampler::Bits pixels;
+      undecided |= sample(k, &pixels) ? 0 : bit;
+      StoreVector(pixels, d, pixels_at(job.out + k), past_caches);
+      job.FetchAhead(k, hn::MaxLanes(d));
+    }
+    for (; undecided != 0; undecided &= undecided - 1) {
+      const std::int64_t at = chunk + std::countr_zero(undecided) * lanes;
+      BlendRange<P, kAlphas>(job, at, at + lanes);
     }
   }
+  if (k < end) part(k);
 }
 
 #endif  // HWY_TARGET

@@ -50,6 +50,7 @@ struct RowCache {
     std::int64_t asked_for;   // the last row that was asked for as a whole
     bool shares_equal, shares_differing;  // whether these classes have enough tiles of the classified pair
     bool all_equal;                       // one alpha above 0 in both rows of it
+    bool all_differing;                   // no block of it has equal alphas
     bool within_full[2];                  // by parity: no 16-bit colour in the row is above full
   };
   static constexpr std::int64_t kOutside = -1;

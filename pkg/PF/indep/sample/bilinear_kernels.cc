@@ -65,8 +65,8 @@ class StraightRow {
     shares_equal_ = cache_.head().shares_equal;
     // An integral row may have integral positions, which follow another rule.
     shares_differing_ = job_.fy != 0 && cache_.head().shares_differing;
-    // Kernels of equal alphas ask for it bit by bit.
-    if (!shares_equal_) PrefetchRow(cache_, src_, window_, j_ + 2);
+    // Some kernels ask for it bit by bit.
+    if (!shares_equal_ && !(cache_.head().all_differing && RunsSeparably())) PrefetchRow(cache_, src_, window_, j_ + 2);
     const auto at = [this](std::int64_t block) { return job_.positions.FirstAt(block, n_); };
     const std::int64_t left = at(inside_begin_ - 1), begin = at(inside_begin_), end = at(inside_end_);
     const std::int64_t right = at(inside_end_ + 1);
@@ -75,6 +75,8 @@ class StraightRow {
     RunRange(AlphaClass::kMixed, 0, left, begin - beside_left_);
     if (cache_.head().all_equal) {
       RunRange(AlphaClass::kEqual, inside_begin_, begin, end);
+    } else if (cache_.head().all_differing) {
+      RunRange(AlphaClass::kDiffering, inside_begin_, begin, end);
     } else {
       RunTiles(classes, tiles, begin, end);
     }
@@ -83,6 +85,8 @@ class StraightRow {
   }
 
  private:
+  static constexpr int kDifferingBits = 7;  // that FixedDifferingSampler takes
+
   // Leaves samples at the edges of the world to the kernel of those inside, where they are few and share a vector.
   void JoinEnds(std::int64_t begin, std::int64_t end) {
     constexpr std::int64_t kLanes = hn::MaxLanes(hn::ScalableTag<std::int32_t>());
@@ -102,9 +106,10 @@ class StraightRow {
     if (head.classified == j_ + 2) return classes;
     head.classified = j_ + 2;
     head.all_equal = head.alpha[0] > 0 && head.alpha[0] == head.alpha[1];
-    if (head.all_equal) {
-      head.shares_equal = !kIsFloat<P>;
-      head.shares_differing = false;
+    head.all_differing = !head.all_equal && AllDiffering(job_.upper, job_.lower, inside_begin_, inside_end_);
+    if (head.all_equal || head.all_differing) {
+      head.shares_equal = head.all_equal && !kIsFloat<P>;
+      head.shares_differing = head.all_differing && !kIsFloat<P>;
       return classes;
     }
     ClassifyAnew(classes, tiles);
@@ -147,7 +152,7 @@ class StraightRow {
         if (end - begin <= 2) return RunSingly(begin, end);  // at edges of the world, as a rule
         return RunBlend<AlphaClass::kMixed>(begin, end);
       case AlphaClass::kDiffering:
-        if (RunFixed<FixedDifferingSampler>(7, begin, end)) return;
+        if (RunFixed<FixedDifferingSampler>(kDifferingBits, begin, end)) return;
         if (shares_differing_) return RunDiffering(begin, end);
         return RunBlend<AlphaClass::kDiffering>(begin, end);
       case AlphaClass::kEqual:
@@ -193,17 +198,24 @@ class StraightRow {
   // have integral positions, which follow another rule.
   template <class Sampler>
   bool RunFixed([[maybe_unused]] int bits, [[maybe_unused]] std::int64_t begin, [[maybe_unused]] std::int64_t end) {
-    if constexpr (sizeof(P) == sizeof(PF_Pixel8)) {
-      if (job_.fy == 0 || bits_u_ + bits_v_ > bits || !FixedFits(job_.positions, bits_u_)) return false;
-      if (begin < end) FixedRange<Sampler>(job_, bits_u_, bits_v_, begin, end);
-      return true;
-    }
-    return false;
+    if (!RunsFixed(bits)) return false;
+    if constexpr (sizeof(P) == sizeof(PF_Pixel8)) FixedRange<Sampler>(job_, bits_u_, bits_v_, begin, end);
+    return true;
   }
+  bool RunsFixed(int bits) const {
+    return sizeof(P) == sizeof(PF_Pixel8) && job_.fy != 0 && bits_u_ + bits_v_ <= bits &&
+           FixedFits(job_.positions, bits_u_);
+  }
+
+  bool RunsWeighed() const {
+    return sizeof(P) == sizeof(PF_Pixel16) && PhasesOf(job_.positions.step()) != 0 && bits_u_ + bits_v_ <= kWeighedBits;
+  }
+  // Whether differing alphas of the whole row do.
+  bool RunsSeparably() const { return shares_differing_ && !RunsFixed(kDifferingBits) && !RunsWeighed(); }
 
   void RunDiffering([[maybe_unused]] std::int64_t begin, [[maybe_unused]] std::int64_t end) {
     if constexpr (sizeof(P) == sizeof(PF_Pixel16)) {
-      if (PhasesOf(job_.positions.step()) != 0 && bits_u_ + bits_v_ <= kWeighedBits) {
+      if (RunsWeighed()) {
         return RunPhases<AlphaClass::kDiffering>(begin, end, [this](const PhaseBlocks& blocks) {
           const auto weighed = [this](std::int64_t j) {
             return Shared<Real, true>(j, RowForm::kWeighed,
