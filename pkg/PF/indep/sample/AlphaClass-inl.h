@@ -86,11 +86,16 @@ template <class Element>
 HWY_INLINE bool AllDiffering(const Element* upper, const Element* lower, std::int64_t m, std::int64_t end) {
   const typename AlikeBlocks<Element>::D d;
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
+  const auto alike = [&](std::int64_t at) HWY_ATTR { return AlikeBlocks<Element>(upper + at, lower + at).alike; };
+  for (; m + 4 * lanes <= end; m += 4 * lanes) {
+    const auto any = hn::Or(hn::Or(alike(m), alike(m + lanes)), hn::Or(alike(m + 2 * lanes), alike(m + 3 * lanes)));
+    if (!hn::AllFalse(d, any)) return false;
+  }
   for (; m + lanes <= end; m += lanes) {
-    if (!hn::AllFalse(d, AlikeBlocks<Element>(upper + m, lower + m).alike)) return false;
+    if (!hn::AllFalse(d, alike(m))) return false;
   }
   const auto valid = hn::FirstN(d, static_cast<std::size_t>(std::max<std::int64_t>(end - m, 0)));
-  return hn::AllFalse(d, hn::And(AlikeBlocks<Element>(upper + m, lower + m).alike, valid));
+  return hn::AllFalse(d, hn::And(alike(m), valid));
 }
 
 // The class of blocks m..end-1.

@@ -40,51 +40,33 @@ HWY_INLINE auto RoundToInt32(V v) {
 }
 #endif
 
-// Per block of 128 bits: the values of a, then those of b, limited to 0..65535, if they are at most 65535.
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_SSE4
-template <std::size_t N>
-HWY_INLINE hn::Vec128<std::uint16_t, 2 * N> PackUnsigned(hn::Vec128<std::int32_t, N> a, hn::Vec128<std::int32_t, N> b) {
-  return hn::Vec128<std::uint16_t, 2 * N>{_mm_packus_epi32(a.raw, b.raw)};
-}
-#if HWY_TARGET <= HWY_AVX2
-HWY_INLINE hn::Vec256<std::uint16_t> PackUnsigned(hn::Vec256<std::int32_t> a, hn::Vec256<std::int32_t> b) {
-  return hn::Vec256<std::uint16_t>{_mm256_packus_epi32(a.raw, b.raw)};
-}
-#endif
-#if HWY_TARGET <= HWY_AVX3
-HWY_INLINE hn::Vec512<std::uint16_t> PackUnsigned(hn::Vec512<std::int32_t> a, hn::Vec512<std::int32_t> b) {
-  return hn::Vec512<std::uint16_t>{_mm512_packus_epi32(a.raw, b.raw)};
-}
-#endif
-#else
+// Per block of 128 bits: the signed values of a, then those of b, limited to what is half as wide and unsigned. Those
+// of 32 bits may be at most 65535.
 template <class V>
 HWY_INLINE auto PackUnsigned(V a, V b) {
   const hn::DFromV<V> d;
-  const hn::Repartition<std::int16_t, decltype(d)> d16;
-  const hn::Repartition<std::uint16_t, decltype(d)> du16;
-  const auto centre = hn::Set(d, 32768);
-  const auto both = hn::ReorderDemote2To(d16, hn::Sub(a, centre), hn::Sub(b, centre));
-  return hn::BitCast(du16, hn::Xor(both, hn::Set(d16, INT16_MIN)));
-}
-#endif
-
+  constexpr std::size_t kSize = sizeof(hn::TFromV<V>);
+  const hn::Repartition<hwy::UnsignedFromSize<kSize / 2>, decltype(d)> packed;
+  using Packed = hn::Vec<decltype(packed)>;
 #if HWY_ARCH_X86
-// Per block of 128 bits: the values of a, then those of b, limited to 0..255.
-template <std::size_t N>
-HWY_INLINE hn::Vec128<std::uint8_t, 2 * N> PackUnsigned(hn::Vec128<std::int16_t, N> a, hn::Vec128<std::int16_t, N> b) {
-  return hn::Vec128<std::uint8_t, 2 * N>{_mm_packus_epi16(a.raw, b.raw)};
-}
-#if HWY_TARGET <= HWY_AVX2
-HWY_INLINE hn::Vec256<std::uint8_t> PackUnsigned(hn::Vec256<std::int16_t> a, hn::Vec256<std::int16_t> b) {
-  return hn::Vec256<std::uint8_t>{_mm256_packus_epi16(a.raw, b.raw)};
-}
+  constexpr std::size_t kBytes = kSize * hn::MaxLanes(d);
+  if constexpr (kSize == 2) {
+    if constexpr (kBytes == 64) return Packed{_mm512_packus_epi16(a.raw, b.raw)};
+    if constexpr (kBytes == 32) return Packed{_mm256_packus_epi16(a.raw, b.raw)};
+    if constexpr (kBytes <= 16) return Packed{_mm_packus_epi16(a.raw, b.raw)};
+  } else if constexpr (HWY_TARGET <= HWY_SSE4) {
+    if constexpr (kBytes == 64) return Packed{_mm512_packus_epi32(a.raw, b.raw)};
+    if constexpr (kBytes == 32) return Packed{_mm256_packus_epi32(a.raw, b.raw)};
+    if constexpr (kBytes <= 16) return Packed{_mm_packus_epi32(a.raw, b.raw)};
+  } else
 #endif
-#if HWY_TARGET <= HWY_AVX3
-HWY_INLINE hn::Vec512<std::uint8_t> PackUnsigned(hn::Vec512<std::int16_t> a, hn::Vec512<std::int16_t> b) {
-  return hn::Vec512<std::uint8_t>{_mm512_packus_epi16(a.raw, b.raw)};
+  {
+    const hn::RebindToSigned<decltype(packed)> shifted;
+    const auto centre = hn::Set(d, 32768);
+    const auto both = hn::ReorderDemote2To(shifted, hn::Sub(a, centre), hn::Sub(b, centre));
+    return hn::BitCast(packed, hn::Xor(both, hn::Set(shifted, INT16_MIN)));
+  }
 }
-#endif
-#endif
 
 // Lanes of 32 bits: four signed values limited to 0..255, the first in the lowest byte.
 template <class V>
