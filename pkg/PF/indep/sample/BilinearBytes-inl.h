@@ -31,8 +31,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 // A sum between rows whose fraction is at least twice the margin has the whole part that the formula stores, if the
 // margin covers what they may be apart. In units: the formula is off by less than 7.5 * 255 / 2^9, as told in
 // sample/BilinearSeparable-inl.h, and 1/4 when one half is added; this sum by 1/2 where a spread value is cut, 1/2 and
-// 1/4 in the products, of which one at most reaches 2^24, and 1/2 in the sum, or less where these are fused. That is
-// less than 5.8.
+// 1/4 in the products, of which one at most reaches 2^24, and 1/2 in the sum. That is less than 5.8.
 inline constexpr std::int32_t kBytesBase = 0x4B800000, kBytesMargin = 6;
 
 // `fine`: fractions have 16 bits, else less.
@@ -139,7 +138,7 @@ class BytesBetween {
   using D = hn::RebindToUnsigned<DF>;
 
   HWY_INLINE hn::Vec<D> Sum(hn::Vec<DF> upper, hn::Vec<DF> lower) const {
-    return hn::BitCast(D(), hn::MulAdd(v_, lower, hn::Mul(rest_, upper)));
+    return hn::BitCast(D(), hn::Add(hn::Mul(rest_, upper), hn::Mul(v_, lower)));
   }
 
   const RowJob<PF_Pixel8>& job_;

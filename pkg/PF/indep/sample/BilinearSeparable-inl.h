@@ -29,7 +29,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 // fraction in units of the last bit. One half and a margin are added to a computed value; if the fraction
 // of that sum is at least twice the margin, its whole part is what the formula stores. For this the margin
 // has to cover the distance d between the formula's value plus one half, rounded, and ours plus one half,
-// exact; and half a unit for each rounding here. Products may be added without being rounded.
+// exact; and half a unit for each rounding here.
 //
 // The distance. Let e be the rounding unit (2^-24, 2^-53), x the exact value, p a pixel's four channels.
 //
@@ -66,7 +66,7 @@ struct SeparableMath<PF_Pixel16> {
 
 template <class V>
 HWY_INLINE V Mix(V weight0, V v0, V weight1, V v1) {
-  return hn::MulAdd(weight1, v1, hn::Mul(weight0, v0));
+  return hn::Add(hn::Mul(weight0, v0), hn::Mul(weight1, v1));
 }
 
 // Blends a source row along itself at every sample: with alpha, the sums of alpha and of alpha times
@@ -132,12 +132,12 @@ class SeparableSampler {
     if constexpr (with_alpha) {
       const V alpha = Between(k), visible = hn::Set(d, Real(0.5));
       const V inverse = hn::IfThenElseZero(hn::Ge(alpha, visible), hn::Div(hn::Set(d, Real(1)), alpha));
-      const V high = Wider(hn::Set(d, Math::kBase + Real(0.5) + Math::kColourMargin), inverse, 1);
-      const Channels<Bits> whole = {bits(hn::Add(alpha, half)), bits(hn::MulAdd(red, inverse, high)),
-                                    bits(hn::MulAdd(green, inverse, high)), bits(hn::MulAdd(blue, inverse, high))};
+      const V high = High(inverse);
+      const auto colour = [&](V sum) HWY_ATTR { return bits(hn::Add(hn::Mul(sum, inverse), high)); };
+      const Channels<Bits> whole = {bits(hn::Add(alpha, half)), colour(red), colour(green), colour(blue)};
       *pixels = PackWholeParts(DU(), whole, P{});
-      return hn::AllFalse(I(), hn::Or(hn::Lt(Fraction(whole.alpha), TwiceMargin()),
-                                      hn::Lt(LeastFraction(whole), TwiceMargin(inverse))));
+      return hn::AllFalse(
+          I(), hn::Or(hn::Lt(Fraction(whole.alpha), TwiceMargin()), hn::Lt(LeastFraction(whole), TwiceMargin(high))));
     } else {
       const Channels<Bits> whole = {all_alpha_, bits(hn::Add(red, half)), bits(hn::Add(green, half)),
                                     bits(hn::Add(blue, half))};
@@ -158,20 +158,21 @@ class SeparableSampler {
     return hn::Min(hn::Min(Fraction(sums.red), Fraction(sums.green)), Fraction(sums.blue));
   }
 
-  static HWY_INLINE V Wider(V margin, V inverse, std::int32_t times) {
-    if constexpr (Math::kOverAlpha == 0) return margin;
+  // What is added to colours: at least half a unit of their margin is for its rounding.
+  static HWY_INLINE V High(V inverse) {
     const RealTag<P> d;
-    return hn::MulAdd(inverse, hn::Set(d, static_cast<Real>(times) * Math::kOverAlpha), margin);
+    const V high = hn::Set(d, Math::kBase + Real(0.5) + Math::kColourMargin);
+    if constexpr (Math::kOverAlpha == 0) return high;
+    return hn::Add(hn::Mul(inverse, hn::Set(d, Math::kOverAlpha)), high);
   }
 
-  static constexpr std::int32_t kTwice = 2 << Math::kShift;  // a margin times this, in units
   static HWY_INLINE Fractions TwiceMargin() { return hn::BitCast(I(), hn::Set(DU(), 2 * Math::kUnits)); }
-  static HWY_INLINE Fractions TwiceMargin(V inverse) {
+  static HWY_INLINE Fractions TwiceMargin(V high) {
     if constexpr (Math::kOverAlpha == 0) {
       return TwiceMargin();
     } else {
-      const V margin = Wider(hn::Set(RealTag<P>(), Math::kColourMargin * kTwice + 1), inverse, kTwice);
-      return Truncated(RealTag<P>(), margin);
+      const auto none = hn::BitCast(I(), hn::Set(RealTag<P>(), Math::kBase + Real(0.5)));
+      return hn::ShiftLeft<1>(hn::Sub(hn::BitCast(I(), high), none));
     }
   }
 
