@@ -162,15 +162,8 @@ HWY_NOINLINE void BlendPhases(const RowJob<PF_PixelFloat>& job, const PhaseBlock
 }
 
 // A row as doubles: alpha and alpha times colour.
-HWY_NOINLINE inline void WeighRow(const std::uint16_t* planes, std::int64_t stride, double* out) {
-  const RealTag<PF_Pixel16> d;
-  for (std::int64_t m = 0; m < stride; m += static_cast<std::int64_t>(hn::Lanes(d))) {
-    const auto alpha = LoadReals(planes + m);
-    hn::StoreU(alpha, d, out + m);
-    for (std::int64_t c = 1; c < 4; ++c) {
-      hn::StoreU(hn::Mul(alpha, LoadReals(planes + c * stride + m)), d, out + c * stride + m);
-    }
-  }
+HWY_INLINE void WeighRow(const std::uint16_t* planes, std::int64_t stride, double* out) {
+  WeighColumns<PF_Pixel16>(planes, stride, stride, out, stride);
 }
 
 // Fraction bits of both axes together up to which sums of alpha times colour, 32 bits, are exact doubles

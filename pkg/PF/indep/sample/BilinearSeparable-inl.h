@@ -69,24 +69,62 @@ HWY_INLINE V Mix(V weight0, V v0, V weight1, V v1) {
   return hn::Add(hn::Mul(weight0, v0), hn::Mul(weight1, v1));
 }
 
-// Blends a source row along itself at every sample: with alpha, the sums of alpha and of alpha times
-// colour; else of colour alone.
-template <class P, bool with_alpha>
-HWY_NOINLINE void SpreadRow(const HeldElement<P>* planes, std::int64_t stride, SamplePositions positions,
-                            std::int64_t n, std::int64_t out_stride, RealOf<P>* out) {
+// A source row blended along itself at every sample: colours alone.
+template <class P>
+HWY_NOINLINE void SpreadColours(const HeldElement<P>* planes, std::int64_t stride, const SamplePositions positions,
+                                std::int64_t n, std::int64_t out_stride, RealOf<P>* out) {
   const RealTag<P> d;
   for (std::int64_t k = 0; k < n; k += static_cast<std::int64_t>(hn::Lanes(d))) {
     const auto place = PlaceAt<P>(positions, k);
     const auto rest = hn::Sub(hn::Set(d, RealOf<P>(1)), place.u);
-    auto p0 = LoadTap(planes, stride, place), p1 = LoadTap(planes + 1, stride, place);
-    if constexpr (with_alpha) {
-      p0 = TimesAlpha(p0);
-      p1 = TimesAlpha(p1);
-      hn::StoreU(Mix(rest, p0.alpha, place.u, p1.alpha), d, out + k);
-    }
+    const auto p0 = LoadTap(planes, stride, place), p1 = LoadTap(planes + 1, stride, place);
     hn::StoreU(Mix(rest, p0.red, place.u, p1.red), d, out + out_stride + k);
     hn::StoreU(Mix(rest, p0.green, place.u, p1.green), d, out + 2 * out_stride + k);
     hn::StoreU(Mix(rest, p0.blue, place.u, p1.blue), d, out + 3 * out_stride + k);
+  }
+}
+
+// Samples k..behind-1 along four planes, planes[0] being column 0. `near`: those of a vector and their right neighbours
+// lie in as many columns as it has lanes.
+template <class P, bool near>
+HWY_NOINLINE void SpreadAlong(const RealOf<P>* planes, std::int64_t stride, const SamplePositions positions,
+                              std::int64_t k, std::int64_t behind, std::int64_t out_stride, RealOf<P>* out) {
+  const RealTag<P> d;
+  for (; k < behind; k += static_cast<std::int64_t>(hn::Lanes(d))) {
+    const auto place = PlaceAt<P>(positions, k);
+    const auto beside = PlaceAt<P>(positions, k, 1);
+    const auto rest = hn::Sub(hn::Set(d, RealOf<P>(1)), place.u);
+    for (std::int64_t c = 0; c < 4; ++c) {
+      const RealOf<P>* from = planes + c * stride + place.column;
+      const auto columns = hn::LoadU(d, from);
+      const auto left = hn::TableLookupLanes(columns, place.columns);
+      if constexpr (near) {
+        hn::StoreU(Mix(rest, left, place.u, hn::TableLookupLanes(columns, beside.columns)), d,
+                   out + c * out_stride + k);
+      } else {
+        const auto right = hn::TableLookupLanes(hn::LoadU(d, from + 1), place.columns);
+        hn::StoreU(Mix(rest, left, place.u, right), d, out + c * out_stride + k);
+      }
+    }
+  }
+}
+
+// A source row blended along itself: alpha, and alpha times colour. Columns are weighed once for all samples beside
+// them, as many at a time as stay in the first cache.
+template <class P>
+HWY_NOINLINE void SpreadWeighed(const HeldElement<P>* planes, std::int64_t stride, const SamplePositions positions,
+                                std::int64_t n, std::int64_t out_stride, RealOf<P>* out) {
+  constexpr std::int64_t kLanes = hn::MaxLanes(RealTag<P>()), kColumns = 2048 / sizeof(RealOf<P>);
+  alignas(HWY_MAX_BYTES) RealOf<P> weighed[4 * kColumns];
+  const bool near = (kLanes - 1) * positions.step() + 65535 < (kLanes - 1) * 65536;
+  const auto spread = near ? &SpreadAlong<P, true> : &SpreadAlong<P, false>;
+  for (std::int64_t k = 0; k < n;) {
+    const std::int64_t first = positions.ColumnAt(k) / kLanes * kLanes;
+    WeighColumns<P>(planes + first, stride, std::min(kColumns, stride - first), weighed, kColumns);
+    const std::int64_t vectors = (positions.SampleAt(first + kColumns - kLanes) - k) / kLanes;
+    const std::int64_t behind = std::min(k + std::max<std::int64_t>(vectors, 1) * kLanes, n);
+    spread(weighed - first, kColumns, positions, k, behind, out_stride, out);
+    k = (behind - k + kLanes - 1) / kLanes * kLanes + k;
   }
 }
 

@@ -64,16 +64,17 @@ class SamplePositions {
   std::int64_t x_, step_;
 };
 
-// Of the samples from k on, in the order of `samples` counted from there.
+// Of the samples from k on, in the order of `samples` counted from there; or of the columns `right` of them, behind the
+// same first one.
 template <class P>
 HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions& positions, std::int64_t k,
-                                  hn::Vec<hn::Rebind<std::int32_t, RealTag<P>>> samples) {
+                                  hn::Vec<hn::Rebind<std::int32_t, RealTag<P>>> samples, std::int32_t right = 0) {
   const RealTag<P> d;
   const hn::RebindToSigned<RealTag<P>> dc;
   const hn::Rebind<std::int32_t, RealTag<P>> di;
   const auto steps = hn::Mul(samples, hn::Set(di, static_cast<std::int32_t>(positions.step())));
   const auto position = hn::Add(hn::Set(di, static_cast<std::int32_t>(positions.FractionAt(k))), steps);
-  const auto column = hn::ShiftRight<16>(position);
+  const auto column = hn::Add(hn::ShiftRight<16>(position), hn::Set(di, right));
   const auto fraction = hn::And(position, hn::Set(di, 0xFFFF));
   const auto unit = hn::Set(d, RealOf<P>(1) / 65536);
   if constexpr (sizeof(RealOf<P>) == 8) {
@@ -86,8 +87,8 @@ HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions& positions, std::int64_t
 
 // In ascending order.
 template <class P>
-HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions& positions, std::int64_t k) {
-  return PlaceAt<P>(positions, k, hn::Iota(hn::Rebind<std::int32_t, RealTag<P>>(), 0));
+HWY_INLINE SamplePlace<P> PlaceAt(const SamplePositions& positions, std::int64_t k, std::int32_t right = 0) {
+  return PlaceAt<P>(positions, k, hn::Iota(hn::Rebind<std::int32_t, RealTag<P>>(), 0), right);
 }
 
 HWY_INLINE Channels<RealVec<PF_PixelFloat>> LoadTap(const float* planes, std::int64_t stride,
@@ -107,17 +108,30 @@ HWY_INLINE Channels<RealVec<PF_Pixel16>> LoadTap(const std::uint16_t* planes, st
   return {tap(0), tap(1), tap(2), tap(3)};
 }
 
-HWY_INLINE Channels<RealVec<PF_Pixel8>> LoadTap(const std::uint32_t* pixels, std::int64_t,
-                                                const SamplePlace<PF_Pixel8>& place) {
+HWY_INLINE Channels<RealVec<PF_Pixel8>> RealChannels(hn::Vec<hn::RebindToUnsigned<RealTag<PF_Pixel8>>> p) {
   const RealTag<PF_Pixel8> d;
-  const hn::RebindToSigned<RealTag<PF_Pixel8>> di;
   const hn::RebindToUnsigned<RealTag<PF_Pixel8>> du;
-  const auto columns = hn::BitCast(d, hn::LoadU(du, pixels + place.column));
-  const auto p = hn::BitCast(du, hn::TableLookupLanes(columns, place.columns));
   const auto low = hn::Set(du, 0xFF);
-  const auto real = [&](auto v) HWY_ATTR { return hn::ConvertTo(d, hn::BitCast(di, v)); };
+  const auto real = [&](auto v)
+                        HWY_ATTR { return hn::ConvertTo(d, hn::BitCast(hn::RebindToSigned<decltype(d)>(), v)); };
   return {real(hn::And(p, low)), real(hn::And(hn::ShiftRight<8>(p), low)), real(hn::And(hn::ShiftRight<16>(p), low)),
           real(hn::ShiftRight<24>(p))};
+}
+
+HWY_INLINE Channels<RealVec<PF_Pixel8>> LoadTap(const std::uint32_t* pixels, std::int64_t,
+                                                const SamplePlace<PF_Pixel8>& place) {
+  const hn::RebindToUnsigned<RealTag<PF_Pixel8>> du;
+  const auto columns = hn::BitCast(RealTag<PF_Pixel8>(), hn::LoadU(du, pixels + place.column));
+  return RealChannels(hn::BitCast(du, hn::TableLookupLanes(columns, place.columns)));
+}
+
+// As many held columns as a vector has reals.
+HWY_INLINE Channels<RealVec<PF_Pixel8>> LoadColumns(const std::uint32_t* pixels, std::int64_t) {
+  return RealChannels(hn::LoadU(hn::RebindToUnsigned<RealTag<PF_Pixel8>>(), pixels));
+}
+HWY_INLINE Channels<RealVec<PF_Pixel16>> LoadColumns(const std::uint16_t* planes, std::int64_t stride) {
+  return {LoadReals(planes), LoadReals(planes + stride), LoadReals(planes + 2 * stride),
+          LoadReals(planes + 3 * stride)};
 }
 
 // Two held source rows and the samples between them.
@@ -160,9 +174,18 @@ HWY_INLINE P PixelAt(const HeldElement<P>* held, std::int64_t stride, P) {
   return {held[0], held[stride], held[2 * stride], held[3 * stride]};
 }
 
-template <class V>
-HWY_INLINE Channels<V> TimesAlpha(const Channels<V>& p) {
-  return {p.alpha, hn::Mul(p.alpha, p.red), hn::Mul(p.alpha, p.green), hn::Mul(p.alpha, p.blue)};
+// Alpha and alpha times colour of `count` held columns, to planes that may be written by whole vectors.
+template <class P>
+HWY_NOINLINE void WeighColumns(const HeldElement<P>* held, std::int64_t stride, std::int64_t count, RealOf<P>* out,
+                               std::int64_t out_stride) {
+  const RealTag<P> d;
+  for (std::int64_t m = 0; m < count; m += static_cast<std::int64_t>(hn::Lanes(d))) {
+    const auto p = LoadColumns(held + m, stride);
+    hn::StoreU(p.alpha, d, out + m);
+    hn::StoreU(hn::Mul(p.alpha, p.red), d, out + out_stride + m);
+    hn::StoreU(hn::Mul(p.alpha, p.green), d, out + 2 * out_stride + m);
+    hn::StoreU(hn::Mul(p.alpha, p.blue), d, out + 3 * out_stride + m);
+  }
 }
 
 // Stores samples begin..end-1; sample(k) yields those from k on, one per lane of d. A sampler is an object with all it

@@ -285,7 +285,8 @@ class StraightRow {
   void RunSeparable(float alpha, std::int64_t begin, std::int64_t end) {
     const auto spread = [this](std::int64_t j) {
       return Shared<Real, with_alpha>(j, RowForm::kSpread, [this](const HeldElement<P>* held, Real* to) {
-        SpreadRow<P, with_alpha>(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
+        const auto spread_row = with_alpha ? &SpreadWeighed<P> : &SpreadColours<P>;
+        spread_row(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
       });
     };
     SeparableRange<P, with_alpha>(job_, spread(j_), spread(j_ + 1), cache_.spread_stride, alpha, begin, end);
