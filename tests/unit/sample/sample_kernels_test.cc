@@ -152,7 +152,12 @@ void FillPicture(const Case& c, Random& random, TestWorld& world) {
     std::memmove(world.Row(y) + static_cast<std::size_t>(x) * size,
                  world.Row(y / 3 * 3) + static_cast<std::size_t>(x / 3 * 3) * size, size);
   }
+  const auto alpha = static_cast<int>(Between(random, 1, 0x3F));
   for (std::int32_t y = 0; c.flawed && y < c.height; ++y) {
+    const bool other = random() % 8 == 0;
+    for (std::int32_t x = 0; alpha % 2 == 0 && x < c.width; ++x) {
+      std::memset(world.Row(y) + static_cast<std::size_t>(x) * size, other ? 0x40 : alpha, size / 4);
+    }
     if (random() % 3 != 0) continue;
     const auto x = static_cast<std::size_t>(Between(random, 0, c.width - 1));
     std::memset(world.Row(y) + x * size + random() % 2 * size / 4, 0x9F, size / 4);
@@ -276,6 +281,38 @@ TEST_P(SampleKernelsOfDepth, PositionsGoBeyondThirtyTwoBits) {
         std::vector<std::byte> rows;
         RunRows(kernels, c, params, &rows);
         EXPECT_EQ(FirstDifference(c, rows, expected), "") << target << ": " << c.Text(1);
+      });
+    }
+  }
+}
+
+// Rows that are longer than what kernels do at a time, whatever that is.
+TEST_P(SampleKernelsOfDepth, LongRowsHaveNoSeams) {
+  const int depth = GetParam();
+  Random random(3);
+  for (const auto kind : {TestWorld::kRandom, TestWorld::kOpaque}) {
+    TestWorld world(depth, 1400, 4);
+    world.Fill(random, kind);
+    for (const std::int64_t step : {45001, 65535, 65536}) {
+      Case c = {};
+      c.depth = depth;
+      c.kind = kind;
+      c.width = 1400;
+      c.height = 4;
+      c.x0 = step / 2 - 32768;
+      c.step_x = step;
+      c.y0 = -20000;
+      c.step_y = 45001;
+      c.n = 1400 * 65536 / step;
+      c.rows = 6;
+      c.past_caches = true;
+      const PF_SampPB params = {0, 0, 0, world.record()};
+      std::vector<std::byte> expected;
+      RunRows(pf::kPortableSampleKernels, c, params, &expected);
+      ForEachTarget([&](const SampleKernels& kernels, const char* target) {
+        std::vector<std::byte> rows;
+        RunRows(kernels, c, params, &rows);
+        EXPECT_EQ(FirstDifference(c, rows, expected), "") << target << ": " << c.Text(3);
       });
     }
   }

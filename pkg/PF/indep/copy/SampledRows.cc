@@ -36,6 +36,12 @@ void RepeatFirst(std::byte* row, std::int64_t n, std::int64_t pixel_size) {
   }
 }
 
+// Rows past the caches must be there before anybody is told of them, however the copy ends.
+struct FlushAtEnd {
+  const SampleKernels& kernels;
+  ~FlushAtEnd() { kernels.flush(); }
+};
+
 }  // namespace
 
 PF_Err CopySampled(const CopyJob& job, bool straight) {
@@ -55,16 +61,15 @@ PF_Err CopySampled(const CopyJob& job, bool straight) {
   const std::int64_t pixel_size = std::int64_t{4} << job.to;
   auto* dst = static_cast<std::byte*>(job.dst->data) + job.area.x.dst * pixel_size;
   const bool past_caches = n * pixel_size * job.area.y.dst_size >= kPastCaches;
-  PF_Err code = PF_Err_NONE;
+  const FlushAtEnd at_end = {kernels};
   for (std::int64_t row = job.rows.low; row < job.rows.high; ++row) {
-    code = PollBeforeRow(job.progress, row);
-    if (code != PF_Err_NONE) break;
+    if ((row & 63) == 0) kernels.flush();  // the poll may tell
+    if (const PF_Err code = PollBeforeRow(job.progress, row)) return code;
     std::byte* out = dst + (job.area.y.dst + row) * job.dst->row_bytes;
     sampler.row({&params, x.start, step, y.start + row * y.scale, out, n, past_caches}, scratch.data());
     if (still) RepeatFirst(out, job.area.x.dst_size, pixel_size);
   }
-  kernels.flush();
-  return code;
+  return PF_Err_NONE;
 }
 
 }  // namespace pf

@@ -94,8 +94,8 @@ HWY_INLINE bool AllDiffering(const Element* upper, const Element* lower, std::in
   for (; m + lanes <= end; m += lanes) {
     if (!hn::AllFalse(d, alike(m))) return false;
   }
-  const auto valid = hn::FirstN(d, static_cast<std::size_t>(std::max<std::int64_t>(end - m, 0)));
-  return hn::AllFalse(d, hn::And(alike(m), valid));
+  if (m >= end) return true;
+  return hn::AllFalse(d, hn::And(alike(m), hn::FirstN(d, static_cast<std::size_t>(end - m))));
 }
 
 // The class of blocks m..end-1.

@@ -45,7 +45,7 @@ class BytesSpread {
         positions_(positions),
         steps_(hn::Mul(hn::Iota(FixedTag(), 0), hn::Set(FixedTag(), static_cast<std::int32_t>(positions.step())))) {}
 
-  HWY_INLINE SpreadColors<D> operator()(std::int64_t k) const {
+  HWY_INLINE ColorVectors<D> operator()(std::int64_t k) const {
     const FixedTag d;
     const hn::Repartition<std::uint16_t, FixedTag> dus;
     const auto position = hn::Add(hn::Set(d, static_cast<std::int32_t>(positions_.FractionAt(k))), steps_);
@@ -112,7 +112,7 @@ HWY_NOINLINE inline hn::Vec<FixedTag> WithFormulaAt(hn::Mask<FixedTag> undecided
 
 class BytesBetween {
  public:
-  using Colors = SpreadColors<RealTag<PF_Pixel8>>;
+  using Colors = ColorVectors<RealTag<PF_Pixel8>>;
 
   HWY_INLINE BytesBetween(const RowJob<PF_Pixel8>& job, std::uint32_t alpha)
       : job_(job), rest_(hn::Set(DF(), 1 - job.v)), v_(hn::Set(DF(), job.v)), alpha_(hn::Set(D(), alpha)) {}

@@ -24,8 +24,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
 // Samples begin..end-1 of a row, and beside them first..last-1, which may share vectors with them and follow the
-// formula. Done along with the others, they leave a row no cache lines that are written by halves: those must be read
-// before, which takes as long as a tenth of a row.
+// formula. Where a vector fills cache lines, doing them along with the others leaves none that is written by halves:
+// such a line has to be read before.
 struct SampleRange {
   std::int64_t begin, end, first, last;
 };
@@ -70,10 +70,12 @@ HWY_INLINE void StoreVector(hn::Vec<D> v, D d, hn::TFromD<D>* to, const EndPixel
   if (place(ends.first) <= 0 && place(ends.last) >= static_cast<std::int64_t>(hn::Lanes(d_pixels))) {
     return StoreVector(hn::BitCast(d, pixels), d, to, ends.past_caches);
   }
-  const auto before = [&](const P* pixel)
-                          HWY_ATTR { return hn::Lt(places, hn::Set(d_places, static_cast<Place>(place(pixel)))); };
-  const auto within = hn::AndNot(before(ends.first), before(ends.last));
-  hn::BlendedStore(pixels, hn::RebindMask(d_pixels, within), d_pixels, reinterpret_cast<Bits*>(to));
+  alignas(HWY_MAX_BYTES) P all[HWY_MAX_BYTES / sizeof(P)];
+  hn::Store(pixels, d_pixels, reinterpret_cast<Bits*>(all));
+  const auto lanes = static_cast<std::int64_t>(hn::Lanes(d_pixels));
+  const std::int64_t begin = std::clamp<std::int64_t>(place(ends.first), 0, lanes);
+  const std::int64_t end = std::clamp<std::int64_t>(place(ends.last), begin, lanes);
+  std::memcpy(reinterpret_cast<P*>(to) + begin, all + begin, static_cast<std::size_t>(end - begin) * sizeof(P));
 }
 
 // Samples k..k+Lanes(d)-1 as far as they belong to the range. A function of its own that makes its own sampler, so that
@@ -88,8 +90,8 @@ HWY_NOINLINE void GridEnd(D d, std::int64_t k, const SampleRange& range, const R
   StorePixels(d, make()(k), job.out + k, ends);
 }
 
-// Stores a range, whole cache lines past the caches if the job wants it. make() is a sampler: an object with all it
-// reads in its own members, and sample(k) yields samples k..k+Lanes(d)-1, k a multiple of that many.
+// Stores a range, whole cache lines past the caches if the job wants it. make() is a sampler, an object with all it
+// reads for each vector in its own members; sample(k) yields samples k..k+Lanes(d)-1, k a multiple of that many.
 template <class D, class P, class Make>
 HWY_INLINE void ForGridLanes(D d, const SampleRange& range, const RowJob<P>& job, const Make make) {
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
@@ -111,10 +113,10 @@ HWY_INLINE void ForGridLanes(D d, const SampleRange& range, const RowJob<P>& job
 
 // As many samples as D has lanes of a source row that is spread: in such a row their vectors follow each other.
 template <class D>
-struct SpreadColors {
+struct ColorVectors {
   using T = hn::TFromD<D>;
 
-  static HWY_INLINE SpreadColors Load(const T* row, std::int64_t k) {
+  static HWY_INLINE ColorVectors Load(const T* row, std::int64_t k) {
     const D d;
     const T* from = row + 3 * k;
     return {hn::LoadU(d, from), hn::LoadU(d, from + hn::Lanes(d)), hn::LoadU(d, from + 2 * hn::Lanes(d))};
@@ -154,7 +156,7 @@ class SpreadSampler {
       : upper_(upper), lower_(lower), between_(between) {}
 
   HWY_INLINE auto operator()(std::int64_t k) const {
-    using Colors = SpreadColors<typename Spread::D>;
+    using Colors = ColorVectors<typename Spread::D>;
     return between_(k, Colors::Load(upper_, k), Colors::Load(lower_, k));
   }
 
@@ -183,7 +185,7 @@ class SpreadingSampler {
   HWY_INLINE auto operator()(std::int64_t k) const {
     const auto colors = spread_(k);
     colors.Store(lower_, k);
-    return between_(k, SpreadColors<typename Spread::D>::Load(upper_, k), colors);
+    return between_(k, ColorVectors<typename Spread::D>::Load(upper_, k), colors);
   }
 
  private:

@@ -44,7 +44,7 @@ class ScaledSpread {
   HWY_INLINE ScaledSpread(const std::uint16_t* planes, std::int64_t stride, const SamplePositions& positions)
       : planes_(planes), stride_(stride), positions_(positions), order_(ScaledOrder()) {}
 
-  HWY_INLINE SpreadColors<D> operator()(std::int64_t k) const {
+  HWY_INLINE ColorVectors<D> operator()(std::int64_t k) const {
     const auto place = PlaceAt<PF_Pixel8>(positions_, k, order_);  // as many lanes
     return {Color(place, 1), Color(place, 2), Color(place, 3)};
   }
@@ -82,7 +82,7 @@ HWY_INLINE void StorePixels(ScaledTag, const HalvedPixels& p, PF_Pixel16* to, co
 
 class ScaledBetween {
  public:
-  using Colors = SpreadColors<ScaledTag>;
+  using Colors = ColorVectors<ScaledTag>;
 
   HWY_INLINE ScaledBetween(const RowJob<PF_Pixel16>& job, std::uint32_t alpha)
       : fy_(hn::Set(ScaledTag(), static_cast<std::int32_t>(job.fy))), alpha_(hn::Set(D(), alpha)) {}

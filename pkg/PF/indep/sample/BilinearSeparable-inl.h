@@ -47,14 +47,14 @@ namespace hn = hwy::HWY_NAMESPACE;
 //   Colours: the quotient of the sums of w a c and w a is off by the sum of w a (c - x) over the sum of
 //   w a: R = 255^2, as x is between 0 and 255. In the formula 5 e for the sum, 4 e for alpha's and 2 e for
 //   inverse and product, here 4 e, 4 e and 2 e: d < 3.5 * 255^2 e / alpha + 21 * 255 e + 2^-17, which is
-//   less than 0.01357 / alpha + 5.4 units. With the roundings of the sum and of the limits 6.4: 7 units;
+//   less than 0.01357 / alpha + 5.4 units. With the roundings of the sum and of what is added 6.4: 7 units;
 //   and 0.0138, since alpha is off too, by less than a hundredth where it is visible, 0.5 and more.
 template <class P>
 struct SeparableMath;
 template <>
 struct SeparableMath<PF_Pixel8> {
   static constexpr int kShift = 14;
-  static constexpr std::uint32_t kUnits = 4;  // of kMargin
+  static constexpr std::uint32_t kUnits = 4;  // kMargin
   static constexpr float kBase = 512.0f, kMargin = 0x1p-12f, kColourMargin = 7 * 0x1p-14f, kOverAlpha = 0.0138f;
 };
 template <>
@@ -84,27 +84,27 @@ HWY_NOINLINE void SpreadColours(const HeldElement<P>* planes, std::int64_t strid
   }
 }
 
-// Samples k..behind-1 along four planes, planes[0] being column 0. `near`: those of a vector and their right neighbours
-// lie in as many columns as it has lanes.
-template <class P, bool near>
-HWY_NOINLINE void SpreadAlong(const RealOf<P>* planes, std::int64_t stride, const SamplePositions positions,
-                              std::int64_t k, std::int64_t behind, std::int64_t out_stride, RealOf<P>* out) {
+// Samples k..behind-1 along four planes, planes[0] being column `first`. `one_load`: those of a vector and their right
+// neighbours lie in as many columns as it has lanes.
+template <class P, bool one_load>
+HWY_NOINLINE void SpreadAlong(const RealOf<P>* planes, std::int64_t stride, std::int64_t first,
+                              const SamplePositions positions, std::int64_t k, std::int64_t behind,
+                              std::int64_t out_stride, RealOf<P>* out) {
   const RealTag<P> d;
   for (; k < behind; k += static_cast<std::int64_t>(hn::Lanes(d))) {
     const auto place = PlaceAt<P>(positions, k);
-    const auto beside = PlaceAt<P>(positions, k, 1);
     const auto rest = hn::Sub(hn::Set(d, RealOf<P>(1)), place.u);
     for (std::int64_t c = 0; c < 4; ++c) {
-      const RealOf<P>* from = planes + c * stride + place.column;
+      const RealOf<P>* from = planes + (c * stride + place.column - first);
       const auto columns = hn::LoadU(d, from);
       const auto left = hn::TableLookupLanes(columns, place.columns);
-      if constexpr (near) {
-        hn::StoreU(Mix(rest, left, place.u, hn::TableLookupLanes(columns, beside.columns)), d,
-                   out + c * out_stride + k);
+      auto right = left;
+      if constexpr (one_load) {
+        right = hn::TableLookupLanes(columns, PlaceAt<P>(positions, k, 1).columns);
       } else {
-        const auto right = hn::TableLookupLanes(hn::LoadU(d, from + 1), place.columns);
-        hn::StoreU(Mix(rest, left, place.u, right), d, out + c * out_stride + k);
+        right = hn::TableLookupLanes(hn::LoadU(d, from + 1), place.columns);
       }
+      hn::StoreU(Mix(rest, left, place.u, right), d, out + c * out_stride + k);
     }
   }
 }
@@ -116,15 +116,15 @@ HWY_NOINLINE void SpreadWeighed(const HeldElement<P>* planes, std::int64_t strid
                                 std::int64_t n, std::int64_t out_stride, RealOf<P>* out) {
   constexpr std::int64_t kLanes = hn::MaxLanes(RealTag<P>()), kColumns = 2048 / sizeof(RealOf<P>);
   alignas(HWY_MAX_BYTES) RealOf<P> weighed[4 * kColumns];
-  const bool near = (kLanes - 1) * positions.step() + 65535 < (kLanes - 1) * 65536;
-  const auto spread = near ? &SpreadAlong<P, true> : &SpreadAlong<P, false>;
+  const bool one_load = (kLanes - 1) * positions.step() + 65535 < (kLanes - 1) * 65536;
+  const auto spread = one_load ? &SpreadAlong<P, true> : &SpreadAlong<P, false>;
   for (std::int64_t k = 0; k < n;) {
     const std::int64_t first = positions.ColumnAt(k) / kLanes * kLanes;
     WeighColumns<P>(planes + first, stride, std::min(kColumns, stride - first), weighed, kColumns);
-    const std::int64_t vectors = (positions.SampleAt(first + kColumns - kLanes) - k) / kLanes;
-    const std::int64_t behind = std::min(k + std::max<std::int64_t>(vectors, 1) * kLanes, n);
-    spread(weighed - first, kColumns, positions, k, behind, out_stride, out);
-    k = (behind - k + kLanes - 1) / kLanes * kLanes + k;
+    // Steps are at most a column, so these are some vectors at least.
+    const std::int64_t samples = (positions.SampleAt(first + kColumns - kLanes) - k) / kLanes * kLanes;
+    spread(weighed, kColumns, first, positions, k, std::min(k + samples, n), out_stride, out);
+    k += samples;
   }
 }
 
@@ -204,6 +204,8 @@ class SeparableSampler {
     return hn::Add(hn::Mul(inverse, hn::Set(d, Math::kOverAlpha)), high);
   }
 
+  static_assert(Math::kMargin * (1 << Math::kShift) == Math::kUnits);
+  static_assert(Math::kOverAlpha != 0 || Math::kColourMargin == Math::kMargin);
   static HWY_INLINE Fractions TwiceMargin() { return hn::BitCast(I(), hn::Set(DU(), 2 * Math::kUnits)); }
   static HWY_INLINE Fractions TwiceMargin(V high) {
     if constexpr (Math::kOverAlpha == 0) {

@@ -23,7 +23,8 @@ struct SampleRow {
 struct SampleKernels {
   // Scratch bytes that a row of n samples with step_x needs, for the worst row. The caller allocates it
   // once per copy, aligned to 64 bytes, and hands the same block to every row; what it holds is the
-  // kernel's (rows unpacked for the next call), so a fresh block starts with its first 64 bytes zero.
+  // kernel's (rows unpacked for the next call), so a fresh block starts with its first 64 bytes zero. All rows of a
+  // copy have the same params, x0, step_x and n.
   using ScratchSize = std::uint64_t (*)(const PF_SampPB* params, std::int64_t step_x, std::int64_t n);
   using Row = void (*)(const SampleRow& row, std::byte* scratch);
 

@@ -180,7 +180,8 @@ HWY_INLINE HeldFacts HoldPixels(const PF_Pixel8* from, std::int64_t n, std::int6
 }
 
 // Keeps columns first..first+count-1 of row `j`; what lies outside the world, and the rest of a plane's
-// `stride` elements, is zero. Of those a row in the world writes none but in `fresh` planes. Facts of its pixels.
+// `stride` elements, is zero. A row in the world leaves those as they are, unless `fresh`: a scratch keeps to one
+// window. Facts of its pixels.
 template <class P>
 HWY_NOINLINE HeldFacts HoldRow(const Plane<P>& src, std::int64_t j, std::int64_t first, std::int64_t count,
                                std::int64_t stride, bool fresh, HeldElement<P>* HWY_RESTRICT held) {

@@ -285,8 +285,11 @@ class StraightRow {
   void RunSeparable(float alpha, std::int64_t begin, std::int64_t end) {
     const auto spread = [this](std::int64_t j) {
       return Shared<Real, with_alpha>(j, RowForm::kSpread, [this](const HeldElement<P>* held, Real* to) {
-        const auto spread_row = with_alpha ? &SpreadWeighed<P> : &SpreadColours<P>;
-        spread_row(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
+        if constexpr (with_alpha) {
+          SpreadWeighed<P>(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
+        } else {
+          SpreadColours<P>(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
+        }
       });
     };
     SeparableRange<P, with_alpha>(job_, spread(j_), spread(j_ + 1), cache_.spread_stride, alpha, begin, end);

@@ -61,6 +61,7 @@ HWY_INLINE auto PackUnsigned(V a, V b) {
   } else
 #endif
   {
+    static_assert(kSize == 4, "only x86 packs 16-bit lanes");
     const hn::RebindToSigned<decltype(packed)> shifted;
     const auto centre = hn::Set(d, 32768);
     const auto both = hn::ReorderDemote2To(shifted, hn::Sub(a, centre), hn::Sub(b, centre));
