@@ -161,11 +161,6 @@ HWY_NOINLINE void BlendPhases(const RowJob<PF_PixelFloat>& job, const PhaseBlock
   }
 }
 
-// A row as doubles: alpha and alpha times colour.
-HWY_INLINE void WeighRow(const std::uint16_t* planes, std::int64_t stride, double* out) {
-  WeighColumns<PF_Pixel16>(planes, stride, stride, out, stride);
-}
-
 // Fraction bits of both axes together up to which sums of alpha times colour, 32 bits, are exact doubles
 // in any order.
 inline constexpr int kWeighedBits = 21;

@@ -69,21 +69,6 @@ HWY_INLINE V Mix(V weight0, V v0, V weight1, V v1) {
   return hn::Add(hn::Mul(weight0, v0), hn::Mul(weight1, v1));
 }
 
-// A source row blended along itself at every sample: colours alone.
-template <class P>
-HWY_NOINLINE void SpreadColours(const HeldElement<P>* planes, std::int64_t stride, const SamplePositions positions,
-                                std::int64_t n, std::int64_t out_stride, RealOf<P>* out) {
-  const RealTag<P> d;
-  for (std::int64_t k = 0; k < n; k += static_cast<std::int64_t>(hn::Lanes(d))) {
-    const auto place = PlaceAt<P>(positions, k);
-    const auto rest = hn::Sub(hn::Set(d, RealOf<P>(1)), place.u);
-    const auto p0 = LoadTap(planes, stride, place), p1 = LoadTap(planes + 1, stride, place);
-    hn::StoreU(Mix(rest, p0.red, place.u, p1.red), d, out + out_stride + k);
-    hn::StoreU(Mix(rest, p0.green, place.u, p1.green), d, out + 2 * out_stride + k);
-    hn::StoreU(Mix(rest, p0.blue, place.u, p1.blue), d, out + 3 * out_stride + k);
-  }
-}
-
 // Samples k..behind-1 along four planes, planes[0] being column `first`. `one_load`: those of a vector and their right
 // neighbours lie in as many columns as it has lanes.
 template <class P, bool one_load>
@@ -144,7 +129,7 @@ HWY_INLINE V PackWholeParts(DU d, const Channels<V>& p, PF_Pixel16) {
 }
 
 // Between two spread rows.
-template <class P, bool with_alpha>
+template <class P>
 class SeparableSampler {
  public:
   using Real = RealOf<P>;
@@ -153,13 +138,12 @@ class SeparableSampler {
   using Bits = hn::Vec<DU>;
   using Math = SeparableMath<P>;
 
-  HWY_INLINE SeparableSampler(const Real* upper, const Real* lower, std::int64_t stride, Real v, Real alpha)
+  HWY_INLINE SeparableSampler(const Real* upper, const Real* lower, std::int64_t stride, Real v)
       : upper_(upper),
         lower_(lower),
         stride_(stride),
         rest_(hn::Set(RealTag<P>(), 1 - v)),
-        v_(hn::Set(RealTag<P>(), v)),
-        all_alpha_(hn::BitCast(DU(), hn::Set(RealTag<P>(), Math::kBase + alpha))) {}
+        v_(hn::Set(RealTag<P>(), v)) {}
 
   // False: the formula must decide.
   HWY_INLINE bool operator()(std::int64_t k, Bits* pixels) const {
@@ -167,21 +151,14 @@ class SeparableSampler {
     const auto bits = [](V v) HWY_ATTR { return hn::BitCast(DU(), v); };
     const V half = hn::Set(d, Math::kBase + Real(0.5) + Math::kMargin);
     const V red = Between(stride_ + k), green = Between(2 * stride_ + k), blue = Between(3 * stride_ + k);
-    if constexpr (with_alpha) {
-      const V alpha = Between(k), visible = hn::Set(d, Real(0.5));
-      const V inverse = hn::IfThenElseZero(hn::Ge(alpha, visible), hn::Div(hn::Set(d, Real(1)), alpha));
-      const V high = High(inverse);
-      const auto colour = [&](V sum) HWY_ATTR { return bits(hn::Add(hn::Mul(sum, inverse), high)); };
-      const Channels<Bits> whole = {bits(hn::Add(alpha, half)), colour(red), colour(green), colour(blue)};
-      *pixels = PackWholeParts(DU(), whole, P{});
-      return hn::AllFalse(
-          I(), hn::Or(hn::Lt(Fraction(whole.alpha), TwiceMargin()), hn::Lt(LeastFraction(whole), TwiceMargin(high))));
-    } else {
-      const Channels<Bits> whole = {all_alpha_, bits(hn::Add(red, half)), bits(hn::Add(green, half)),
-                                    bits(hn::Add(blue, half))};
-      *pixels = PackWholeParts(DU(), whole, P{});
-      return hn::AllFalse(I(), hn::Lt(LeastFraction(whole), TwiceMargin()));
-    }
+    const V alpha = Between(k), visible = hn::Set(d, Real(0.5));
+    const V inverse = hn::IfThenElseZero(hn::Ge(alpha, visible), hn::Div(hn::Set(d, Real(1)), alpha));
+    const V high = High(inverse);
+    const auto colour = [&](V sum) HWY_ATTR { return bits(hn::Add(hn::Mul(sum, inverse), high)); };
+    const Channels<Bits> whole = {bits(hn::Add(alpha, half)), colour(red), colour(green), colour(blue)};
+    *pixels = PackWholeParts(DU(), whole, P{});
+    const auto colours = hn::Min(hn::Min(Fraction(whole.red), Fraction(whole.green)), Fraction(whole.blue));
+    return hn::AllFalse(I(), hn::Or(hn::Lt(Fraction(whole.alpha), TwiceMargin()), hn::Lt(colours, TwiceMargin(high))));
   }
 
  private:
@@ -191,9 +168,6 @@ class SeparableSampler {
   // In units, in the low 32 bits of each lane.
   static HWY_INLINE Fractions Fraction(Bits sum) {
     return hn::BitCast(I(), hn::And(sum, hn::Set(DU(), (1 << Math::kShift) - 1)));
-  }
-  static HWY_INLINE Fractions LeastFraction(const Channels<Bits>& sums) {
-    return hn::Min(hn::Min(Fraction(sums.red), Fraction(sums.green)), Fraction(sums.blue));
   }
 
   // What is added to colours: at least half a unit of their margin is for its rounding.
@@ -224,23 +198,21 @@ class SeparableSampler {
   const Real *upper_, *lower_;
   std::int64_t stride_;
   V rest_, v_;
-  Bits all_alpha_;
 };
 
-// `upper` and `lower` are spread rows; without alpha, it is the same everywhere.
-template <class P, bool with_alpha>
+// `upper` and `lower` are spread rows.
+template <class P>
 HWY_NOINLINE void SeparableRange(const RowJob<P>& job, const RealOf<P>* upper, const RealOf<P>* lower,
-                                 std::int64_t stride, float alpha, std::int64_t begin, std::int64_t end) {
-  using Sampler = SeparableSampler<P, with_alpha>;
-  constexpr AlphaClass kAlphas = with_alpha ? AlphaClass::kDiffering : AlphaClass::kEqual;
+                                 std::int64_t stride, std::int64_t begin, std::int64_t end) {
+  using Sampler = SeparableSampler<P>;
   const typename Sampler::DU d;
-  const Sampler sample(upper, lower, stride, job.v, static_cast<RealOf<P>>(alpha));
+  const Sampler sample(upper, lower, stride, job.v);
   const std::int64_t lanes = static_cast<std::int64_t>(hn::Lanes(d));
   const auto pixels_at = [&](P* to) { return reinterpret_cast<hn::TFromD<typename Sampler::DU>*>(to); };
   const auto part = [&](std::int64_t k) HWY_ATTR {
     const std::int64_t first = std::max(k, begin), last = std::min(k + lanes, end);
     typename Sampler::Bits pixels;
-    if (!sample(k, &pixels)) return BlendRange<P, kAlphas>(job, first, last);
+    if (!sample(k, &pixels)) return BlendRange<P, AlphaClass::kDiffering>(job, first, last);
     alignas(HWY_MAX_BYTES) P all[HWY_MAX_BYTES / sizeof(P)];
     hn::Store(pixels, d, pixels_at(all));
     std::memcpy(job.out + first, all + (first - k), static_cast<std::size_t>(last - first) * sizeof(P));
@@ -265,7 +237,7 @@ HWY_NOINLINE void SeparableRange(const RowJob<P>& job, const RealOf<P>* upper, c
     }
     for (; undecided != 0; undecided &= undecided - 1) {
       const std::int64_t at = chunk + std::countr_zero(undecided) * lanes;
-      BlendRange<P, kAlphas>(job, at, at + lanes);
+      BlendRange<P, AlphaClass::kDiffering>(job, at, at + lanes);
     }
   }
   if (k < end) part(k);

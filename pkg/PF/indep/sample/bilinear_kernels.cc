@@ -218,14 +218,22 @@ class StraightRow {
       if (RunsWeighed()) {
         return RunPhases<AlphaClass::kDiffering>(begin, end, [this](const PhaseBlocks& blocks) {
           const auto weighed = [this](std::int64_t j) {
-            return Shared<Real, true>(j, RowForm::kWeighed,
-                                      [this](auto* held, Real* to) { WeighRow(held, cache_.plane_stride, to); });
+            return Shared<Real, true>(j, RowForm::kWeighed, [this](const HeldElement<P>* held, Real* to) {
+              WeighColumns<P>(held, cache_.plane_stride, cache_.plane_stride, to, cache_.plane_stride);
+            });
           };
           WeighedPhases(job_, weighed(j_), weighed(j_ + 1), blocks);
         });
       }
     }
-    if constexpr (!kIsFloat<P>) RunSeparable<true>(0.0f, begin, end);
+    if constexpr (!kIsFloat<P>) {
+      const auto spread = [this](std::int64_t j) {
+        return Shared<Real, true>(j, RowForm::kSpread, [this](const HeldElement<P>* held, Real* to) {
+          SpreadWeighed<P>(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
+        });
+      };
+      SeparableRange<P>(job_, spread(j_), spread(j_ + 1), cache_.spread_stride, begin, end);
+    }
   }
 
   void RunEqual([[maybe_unused]] std::int64_t element, [[maybe_unused]] std::int64_t begin,
@@ -247,7 +255,7 @@ class StraightRow {
       if (WithinFull()) {
         return RunSpread<ScaledSpread, ScaledBetween>(RowForm::kScaled, job_.upper[element], begin, end);
       }
-      RunSeparable<false>(AlphaOf(job_.upper[element]), begin, end);
+      RunBlend<AlphaClass::kEqual>(begin, end);
     }
   }
 
@@ -279,20 +287,6 @@ class StraightRow {
     lower_is = form;
     Element* lower = cache_.template spread<Element>((j_ + 1) & 1, false);
     SpreadingRange<Spread, Between>(job_, upper, lower, alpha, WithEnds(begin, end));
-  }
-
-  template <bool with_alpha>
-  void RunSeparable(float alpha, std::int64_t begin, std::int64_t end) {
-    const auto spread = [this](std::int64_t j) {
-      return Shared<Real, with_alpha>(j, RowForm::kSpread, [this](const HeldElement<P>* held, Real* to) {
-        if constexpr (with_alpha) {
-          SpreadWeighed<P>(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
-        } else {
-          SpreadColours<P>(held, cache_.plane_stride, job_.positions, n_, cache_.spread_stride, to);
-        }
-      });
-    };
-    SeparableRange<P, with_alpha>(job_, spread(j_), spread(j_ + 1), cache_.spread_stride, alpha, begin, end);
   }
 
   // Of the blocks inside the world.
